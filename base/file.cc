@@ -1,0 +1,42 @@
+#include "base/file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <limits>
+
+namespace corvexal {
+
+File::File(const std::string& path) : fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+  if (fd_ < 0) return;
+  struct stat status {};
+  if (fstat(fd_, &status) == 0 && S_ISREG(status.st_mode)) {
+    size_ = static_cast<std::uint64_t>(status.st_size);
+    return;
+  }
+  close(fd_);
+  fd_ = -1;
+  errno = EINVAL;
+}
+
+File::~File() {
+  if (fd_ >= 0) close(fd_);
+}
+
+std::size_t File::read_at(std::uint64_t offset, std::span<std::uint8_t> into) {
+  constexpr auto kLastOffset = static_cast<std::uint64_t>(std::numeric_limits<off_t>::max());
+  if (offset > kLastOffset || into.size() > kLastOffset - offset) return 0;
+  std::size_t done = 0;
+  while (done < into.size()) {
+    const ssize_t n = pread(fd_, into.data() + done, into.size() - done, static_cast<off_t>(offset + done));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) failed_ = true;
+    if (n <= 0) break;
+    done += static_cast<std::size_t>(n);
+  }
+  return done;
+}
+
+}  // namespace corvexal

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace corvexal {
+
+// A regular file open for reading. Directories, pipes and devices count as files that cannot be opened: they
+// have no bytes to look at, and a pipe would keep the run waiting. The descriptor is closed with the object.
+class File {
+ public:
+  // Opens the file; on failure the object is empty and errno says why (EINVAL for what is no regular file).
+  explicit File(const std::string& path);
+  ~File();
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+
+  explicit operator bool() const { return fd_ >= 0; }
+
+  // Size in bytes when the file was opened; 0 for an empty object.
+  [[nodiscard]] std::uint64_t size() const { return size_; }
+
+  // Reads from `offset` until `into` is full or the file ends. Returns the number of bytes read, which is
+  // short only at the end of the file or, with failed() true and errno set, after a read error.
+  std::size_t read_at(std::uint64_t offset, std::span<std::uint8_t> into);
+
+  // True once a read has failed.
+  [[nodiscard]] bool failed() const { return failed_; }
+
+ private:
+  int fd_ = -1;
+  std::uint64_t size_ = 0;
+  bool failed_ = false;
+};
+
+}  // namespace corvexal

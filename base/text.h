@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace corvexal {
+
+// Lower-cases every byte that is an ASCII letter; other bytes stay, so texts in any encoding survive.
+void StringToLower(std::string& text);
+
+// True when the texts are equal without regard to the case of ASCII letters.
+[[nodiscard]] bool equal_ignoring_case(std::string_view a, std::string_view b);
+
+// True when `text` begins with `prefix`, without regard to the case of ASCII letters.
+[[nodiscard]] bool starts_with_ignoring_case(std::string_view text, std::string_view prefix);
+
+// The decimal number at the start of `text`, as atoi reads it: leading white space and one sign are taken,
+// what is no number gives 0, and a number outside the range of int gives the nearest bound.
+[[nodiscard]] int decimal_value(std::string_view text);
+
+}  // namespace corvexal

@@ -1,0 +1,23 @@
+# One interface target carries what every file of ours is compiled with.
+include(CheckPIESupported)
+check_pie_supported()
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+add_library(corvexal_settings INTERFACE)
+target_include_directories(corvexal_settings INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_definitions(corvexal_settings INTERFACE _GNU_SOURCE _FILE_OFFSET_BITS=64)
+target_compile_options(corvexal_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wold-style-cast -Wnon-virtual-dtor -Wformat=2
+  -fstack-protector-strong)
+target_link_options(corvexal_settings INTERFACE -Wl,-z,relro,-z,now)
+
+if(CORVEXAL_SANITIZE)
+  target_compile_options(corvexal_settings INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(corvexal_settings INTERFACE -fsanitize=address,undefined)
+else()
+  # Fortified calls need the optimiser, so a debug build goes without them.
+  target_compile_definitions(corvexal_settings INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+  target_compile_options(corvexal_settings INTERFACE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>)
+endif()

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "metadata/song_info.h"
+
+namespace corvexal {
+
+// The run's choice of character sets for names, set once at start-up.
+extern int codepage;               // class 1 to 5
+extern std::string from_codepage;  // a pseudo character set, at most 19 bytes
+
+// Converts `input` from one named character set to another; a pseudo set ("autodetect_utf8", "autodetect_jp",
+// "autodetect_kr", "autodetect_BIG5", "autodetect_GB") stands for a list of candidates tried in turn, a
+// candidate being left for the next one only when the input is no valid text in it (EILSEQ). An incomplete
+// character at the end is dropped. Callers pass the terminating NUL as part of the input. With a null
+// `result` the input is only tested. Returns 0, or -1 with errno set (EINVAL for an unknown name, EILSEQ,
+// ENOMEM) and `result` as it was.
+int iconv_string(const char* tocode, const char* fromcode, std::string_view input, Text* result);
+
+// What a conversion gave: iconv_string's answer, and the text without its terminator, absent when there is
+// none.
+struct Converted {
+  int status = 0;
+  Text text;
+};
+
+// Converts a text, given without a terminator, from `fromcode` to UTF-8 with its terminator behind it.
+[[nodiscard]] Converted convert_to_utf8(std::string_view text, const char* fromcode);
+
+// Reads the device's code page file and chooses from_codepage. Returns its class, 1 to 5, or 0 with
+// from_codepage as it was when the file cannot be opened.
+int CodePageType();
+
+// The bytes of a UCS-4 text as they stood in the file: one for a character below 256, two (high byte first)
+// up to 0xFFFF, none above.
+[[nodiscard]] std::string ucs4_to_raw_bytes(std::u32string_view ucs4);
+
+// True when the text holds a character of the CJK Unified Ideographs block (0x4E00 to 0x9FBF).
+[[nodiscard]] bool ucs4_has_cjk(std::u32string_view ucs4);
+
+}  // namespace corvexal
