@@ -12,9 +12,9 @@ int CopySharePrefix(std::string& prefix, int mode) {
   return 1;
 }
 
-int depth_below_share(std::string_view path) {
+int depth_below_share(std::string_view path, int mode) {
   std::string prefix;
-  CopySharePrefix(prefix, 2);
+  CopySharePrefix(prefix, mode);
   return PathDepthOf(path) - PathDepthOf(prefix);
 }
 

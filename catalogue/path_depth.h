@@ -9,8 +9,8 @@ namespace corvexal {
 // 1; another mode returns 1, or 0 with `prefix` as it was when no share path is configured.
 int CopySharePrefix(std::string& prefix, int mode);
 
-// The depth of a path: its number of "/" less the number of "/" in the first three characters of the share
-// path.
-[[nodiscard]] int depth_below_share(std::string_view path);
+// The depth of a path below the share: its number of "/" less that of the share path's first three
+// characters. With mode 1 the share path is not looked at and counts as empty (no "/").
+[[nodiscard]] int depth_below_share(std::string_view path, int mode);
 
 }  // namespace corvexal
