@@ -4,6 +4,7 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "catalogue/object_ids.h"
+#include "catalogue/playlists.h"
 #include "catalogue/row_counts.h"
 #include "catalogue/schema.h"
 
@@ -37,6 +38,7 @@ std::string extension(std::string_view name) {
 
 CatalogueTest::CatalogueTest() {
   InitObjectIds();
+  playlist_pending = 0;
   global_cdata = {.sharepath = folder_.path(), .sharename = "", .mntpath = folder_.path(), .sd_status = ""};
   open();
   EXPECT_EQ(create_tables(g_db), SQLITE_OK) << error_text();
