@@ -83,7 +83,7 @@ int Database::simple(const char* sql) {
 int Database::run(std::string_view format, std::span<const SqlValue> values) {
   zErrMsg.reset();
   if (!handle_) return fail(SQLITE_MISUSE, sqlite3_errstr(SQLITE_MISUSE));
-  if (format == "BEGIN;" && in_transaction()) return SQLITE_OK;
+  if (joins_or_leaves(format)) return SQLITE_OK;
 
   BoundSql sql = bind_sql(format, values);
   Statement statement;
@@ -94,6 +94,11 @@ int Database::run(std::string_view format, std::span<const SqlValue> values) {
   if (code != SQLITE_OK && was_in_transaction && !in_transaction()) note_loss();
   give_back(std::move(sql.text), std::move(statement));
   return code;
+}
+
+bool Database::joins_or_leaves(std::string_view format) {
+  if (format == "BEGIN;" && in_transaction()) return joined_ = true;
+  return format == "COMMIT;" && std::exchange(joined_, false);
 }
 
 int Database::execute(sqlite3_stmt* statement) {

@@ -117,10 +117,12 @@ class Database {
   int fail(int code, const char* text);
   int check(int code);
   bool in_transaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
+  bool joins_or_leaves(std::string_view format);
   void note_loss();
 
   std::unique_ptr<sqlite3, CloseHandle> handle_;
   std::unordered_map<std::string, Statement> prepared_;  // statements not in use, by their text
+  bool joined_ = false;                                  // inside a "BEGIN;" that joined
   bool lost_work_ = false;
 };
 
