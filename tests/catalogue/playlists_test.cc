@@ -179,9 +179,10 @@ TEST_F(PlaylistsTest, EndWhereTheCatalogueFails) {
   EXPECT_EQ(parse(0), "parser_playlist():1Execute SQL query Error\n");
 }
 
-TEST_F(PlaylistsTest, AnM3uCommitsWhatWasOpenAndIsStoredAfterThat) {
+TEST_F(PlaylistsTest, AnM3uIsStoredAfterTheTransactionItIsReadIn) {
   add_songs(1);
   add_playlist("a.m3u", "1.mp3\n");
+  run("COMMIT;");
   EXPECT_EQ(parse(), "");
   const auto committed = [this] {
     Database reader;
