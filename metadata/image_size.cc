@@ -11,10 +11,8 @@
 namespace corvexal {
 namespace {
 
-using namespace std::string_view_literals;
-
 constexpr std::size_t kHeadSize = 10;
-constexpr std::string_view kPngSignature = "\x89PNG\r\n\x1A\n"sv;
+constexpr std::string_view kPngSignature = "\x89PNG\r\n\x1A\n";
 
 // The type that the file's first bytes tell. All but JPEG are known by a mark anywhere in front of the first
 // zero byte.
