@@ -112,7 +112,7 @@ TEST_F(DatabaseTest, SaysWhenAReaderNeverLetsGo) {
   Reader reader(file_);
   reader.run("begin; select count(*) from music_tbl;");
   Database impatient;
-  ASSERT_EQ(impatient.open(file_, 50), SQLITE_OK);
+  ASSERT_EQ(impatient.open(file_, std::chrono::milliseconds(50)), SQLITE_OK);
   impatient.exec(kInsert, "a", 1);
   CapturedOutput errors(2);
   impatient.close();
