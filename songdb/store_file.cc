@@ -45,9 +45,10 @@ bool replace_by_empty(const std::string& path) {
 void remove_unfinished_rebuilds(const fs::path& path) {
   std::error_code ignored;
   const std::string prefix = path.filename().string() + ".";
-  for (const auto& entry : fs::directory_iterator(path.parent_path(), ignored)) {
-    const std::string name = entry.path().filename().string();
-    if (name.starts_with(prefix) && name.size() == prefix.size() + 6) fs::remove(entry.path(), ignored);
+  for (fs::directory_iterator entry(path.parent_path(), ignored); entry != fs::directory_iterator();
+       entry.increment(ignored)) {
+    const std::string name = entry->path().filename().string();
+    if (name.starts_with(prefix) && name.size() == prefix.size() + 6) fs::remove(entry->path(), ignored);
   }
 }
 
