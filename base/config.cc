@@ -2,10 +2,10 @@
 
 #include <array>
 #include <cstdio>
-#include <memory>
 #include <string_view>
 
 #include "base/locations.h"
+#include "base/stream.h"
 
 namespace corvexal {
 
@@ -27,10 +27,6 @@ constexpr Key kKeys[] = {
     {"mntpath", &ConfigRecord::mntpath, 255},
     {"sd_status", &ConfigRecord::sd_status, 9},
     {"sharename", &ConfigRecord::sharename, 255},
-};
-
-struct CloseFile {
-  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
 
 // The NUL-terminated text at `at`; empty behind the line.
@@ -67,7 +63,7 @@ const char* file_to_read(int mode, std::span<const char* const> arguments) {
 int readconfig(int mode, std::span<const char* const> arguments, ConfigRecord& record) {
   const char* name = file_to_read(mode, arguments);
   if (name == nullptr) return fail(arguments);
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(name, "re"));
+  const Stream file(std::fopen(name, "re"));
   if (!file) return fail(arguments);
 
   Line line{};

@@ -6,10 +6,10 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <ctime>
-#include <memory>
 #include <system_error>
 
 #include "base/locations.h"
+#include "base/stream.h"
 
 namespace corvexal {
 
@@ -23,10 +23,6 @@ namespace {
 
 constexpr std::uint32_t kNoExtraCopy = 0x800;
 constexpr std::size_t kMessageSize = 1024;
-
-struct CloseFile {
-  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
-};
 
 void write_to_standard_error(const char* message, bool fatal) {
   std::fputs(message, stderr);
@@ -60,7 +56,7 @@ void write_message(const char* message, bool fatal, std::uint32_t category) {
 }  // namespace
 
 void log_printf(const char* format, ...) {
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(kLogFile, "a+e"));
+  const Stream file(std::fopen(kLogFile, "a+e"));
   if (!file) return;
   const std::time_t now = std::time(nullptr);
   char stamp[64] = "";

@@ -21,3 +21,7 @@ else()
     $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
   target_compile_options(corvexal_settings INTERFACE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>)
 endif()
+
+if(CORVEXAL_FUZZ)
+  target_compile_options(corvexal_settings INTERFACE -fsanitize=fuzzer-no-link)
+endif()

@@ -1,0 +1,146 @@
+#include "catalogue/database.h"
+
+#include <cstdio>
+#include <utility>
+
+namespace corvexal {
+
+Database g_db;
+std::optional<std::string> zErrMsg;
+int retval = SQLITE_OK;
+
+Rows::Rows(Database& database, std::string sql, Statement statement, int result)
+    : database_(&database), sql_(std::move(sql)), statement_(std::move(statement)), result_(result) {}
+
+Rows::Rows(Rows&& other) noexcept = default;
+
+Rows::~Rows() {
+  if (statement_) database_->give_back(std::move(sql_), std::move(statement_));
+}
+
+bool Rows::next() {
+  if (!statement_ || failed()) return false;
+  const int code = sqlite3_step(statement_.get());
+  if (code == SQLITE_ROW) return true;
+  result_ = code == SQLITE_DONE ? SQLITE_OK : database_->check(code);
+  database_->give_back(std::move(sql_), std::move(statement_));
+  return false;
+}
+
+std::string_view Rows::text(int column) const {
+  const auto* text = sqlite3_column_text(statement_.get(), column);
+  if (text == nullptr) return {};
+  return {reinterpret_cast<const char*>(text),
+          static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
+}
+
+int Database::open(const std::string& path, int busy_timeout_ms) {
+  close();
+  sqlite3* handle = nullptr;
+  const int code = sqlite3_open(path.c_str(), &handle);
+  handle_.reset(handle);
+  if (code != SQLITE_OK) {
+    std::fprintf(stderr, "Corvexal: cannot open the catalogue %s: %s\n", path.c_str(), sqlite3_errstr(code));
+    handle_.reset();
+    return code;
+  }
+  sqlite3_busy_timeout(handle_.get(), busy_timeout_ms);
+  // A spill would lock readers out in the middle of a transaction; what one holds is bounded by the sort
+  // tables.
+  simple("PRAGMA cache_spill=OFF");
+  return SQLITE_OK;
+}
+
+void Database::close() {
+  if (!handle_) return;
+  if (in_transaction() && simple("COMMIT") != SQLITE_OK) {
+    note_loss();
+    simple("ROLLBACK");
+  }
+  prepared_.clear();
+  handle_.reset();
+}
+
+void Database::note_loss() {
+  lost_work_ = true;
+  std::fprintf(stderr, "Corvexal: the catalogue could not be written: %s\n", sqlite3_errmsg(handle_.get()));
+}
+
+int Database::fail(int code, const char* text) {
+  zErrMsg = text;
+  return code;
+}
+
+int Database::check(int code) {
+  if (code == SQLITE_OK || code == SQLITE_DONE) return SQLITE_OK;
+  return fail(code & 0xFF, sqlite3_errmsg(handle_.get()));
+}
+
+int Database::simple(const char* sql) {
+  return sqlite3_exec(handle_.get(), sql, nullptr, nullptr, nullptr);
+}
+
+int Database::run(std::string_view format, std::span<const SqlValue> values) {
+  zErrMsg.reset();
+  if (!handle_) return fail(SQLITE_MISUSE, sqlite3_errstr(SQLITE_MISUSE));
+  if (format == "BEGIN;" && in_transaction()) return SQLITE_OK;
+
+  BoundSql sql = bind_sql(format, values);
+  Statement statement;
+  if (const int code = prepare(sql, statement); code != SQLITE_OK) return code;
+  const bool was_in_transaction = in_transaction();
+  const int code = execute(statement.get());
+  // A full disk or an I/O error may take the whole transaction with it, not just this statement.
+  if (code != SQLITE_OK && was_in_transaction && !in_transaction()) note_loss();
+  give_back(std::move(sql.text), std::move(statement));
+  return code;
+}
+
+int Database::execute(sqlite3_stmt* statement) {
+  // Taking the write lock here, where waiting for it is possible, and not at some later statement, where it
+  // isn't.
+  if (sqlite3_stmt_readonly(statement) == 0 && !in_transaction()) {
+    if (const int code = check(simple("BEGIN IMMEDIATE")); code != SQLITE_OK) return code;
+  }
+  int code = sqlite3_step(statement);
+  while (code == SQLITE_ROW) code = sqlite3_step(statement);
+  return check(code);
+}
+
+Rows Database::start(std::string_view format, std::span<const SqlValue> values) {
+  zErrMsg.reset();
+  if (!handle_) return {*this, {}, nullptr, fail(SQLITE_MISUSE, sqlite3_errstr(SQLITE_MISUSE))};
+  BoundSql sql = bind_sql(format, values);
+  Statement statement;
+  const int code = prepare(sql, statement);
+  return {*this, std::move(sql.text), std::move(statement), code};
+}
+
+int Database::prepare(const BoundSql& sql, Statement& statement) {
+  if (sql.broken) return fail(SQLITE_ERROR, "a value holds the quote character of its literal: syntax error");
+  if (auto kept = prepared_.extract(sql.text)) {
+    statement = std::move(kept.mapped());
+  } else {
+    sqlite3_stmt* fresh = nullptr;
+    const int code =
+        check(sqlite3_prepare_v3(handle_.get(), sql.text.c_str(), static_cast<int>(sql.text.size() + 1),
+                                 SQLITE_PREPARE_PERSISTENT, &fresh, nullptr));
+    statement.reset(fresh);
+    if (code != SQLITE_OK) return code;
+  }
+  for (int i = 0; i < static_cast<int>(sql.values.size()); ++i) {
+    const std::string& value = sql.values[static_cast<std::size_t>(i)];
+    const int code = check(sqlite3_bind_text(statement.get(), i + 1, value.data(),
+                                             static_cast<int>(value.size()), SQLITE_TRANSIENT));
+    if (code != SQLITE_OK) return code;
+  }
+  return SQLITE_OK;
+}
+
+void Database::give_back(std::string sql, Statement statement) {
+  sqlite3_reset(statement.get());
+  sqlite3_clear_bindings(statement.get());
+  prepared_.insert_or_assign(std::move(sql), std::move(statement));
+}
+
+}  // namespace corvexal

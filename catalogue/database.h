@@ -1,0 +1,147 @@
+#pragma once
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "catalogue/sql_text.h"
+
+namespace corvexal {
+
+struct FinalizeStatement {
+  void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
+};
+using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
+
+class Database;
+
+// The rows of one SELECT, read one at a time. Must not outlive its database. What next() gives is valid until
+// the next call; a table can't be dropped while rows of it are being read.
+class Rows {
+ public:
+  Rows(Rows&& other) noexcept;
+  Rows& operator=(Rows&&) = delete;
+  ~Rows();
+
+  // Moves to the next row; false at the end or on an error, which failed() and zErrMsg tell.
+  [[nodiscard]] bool next();
+  [[nodiscard]] bool failed() const { return result_ != SQLITE_OK; }
+
+  // A column of the current row as text (0-based); empty for a missing value. Ends at the next call of
+  // next().
+  [[nodiscard]] std::string_view text(int column) const;
+
+ private:
+  friend class Database;
+  Rows(Database& database, std::string sql, Statement statement, int result);
+
+  Database* database_;
+  std::string sql_;
+  Statement statement_;
+  int result_;
+};
+
+// The catalogue's connection. Statements are printf-style texts whose quoted placeholders are bound as text
+// parameters, so a value is always data; a value that holds the quote character of its own literal makes the
+// statement fail as an SQL error with nothing run. Each text is prepared once and kept.
+//
+// The first write opens a transaction, "COMMIT;" ends it, and closing commits what is still open: readers see
+// whole changes only, and a small run is one durable commit. On a closed catalogue every call does nothing
+// and reports SQLite's misuse error.
+class Database {
+ public:
+  Database() = default;
+  ~Database() { close(); }
+  Database(const Database&) = delete;
+  Database& operator=(const Database&) = delete;
+
+  // Opens (or creates) the file. A lock held by another connection is waited for, each time up to
+  // `busy_timeout_ms`. Returns SQLite's result code; on failure one line on standard error says why and the
+  // catalogue is closed.
+  int open(const std::string& path, int busy_timeout_ms = kBusyTimeoutMs);
+
+  // Commits what is open and closes; harmless on a closed catalogue. A commit that fails is said on standard
+  // error.
+  void close();
+
+  [[nodiscard]] bool is_open() const { return handle_ != nullptr; }
+
+  // True once written rows could not be committed: the run's work, or a part of it, is lost and must be done
+  // again.
+  [[nodiscard]] bool lost_work() const { return lost_work_; }
+
+  // Runs a statement that yields no rows, with one value for each placeholder. Returns SQLite's result code;
+  // zErrMsg is absent after success and holds the error's text otherwise. "BEGIN;" joins a transaction that
+  // is already open.
+  template <class... Values>
+  int exec(std::string_view format, const Values&... values) {
+    if constexpr (sizeof...(values) == 0) {
+      return run(format, {});
+    } else {
+      const SqlValue list[] = {SqlValue(values)...};
+      return run(format, list);
+    }
+  }
+
+  // Starts a SELECT; errors (zErrMsg, failed()) may show at once or at any row.
+  template <class... Values>
+  [[nodiscard]] Rows select(std::string_view format, const Values&... values) {
+    if constexpr (sizeof...(values) == 0) {
+      return start(format, {});
+    } else {
+      const SqlValue list[] = {SqlValue(values)...};
+      return start(format, list);
+    }
+  }
+
+  static constexpr int kBusyTimeoutMs = 60'000;
+
+ private:
+  friend class Rows;
+  struct CloseHandle {
+    void operator()(sqlite3* handle) const noexcept { sqlite3_close_v2(handle); }
+  };
+
+  int run(std::string_view format, std::span<const SqlValue> values);
+  Rows start(std::string_view format, std::span<const SqlValue> values);
+  int prepare(const BoundSql& sql, Statement& statement);
+  void give_back(std::string sql, Statement statement);
+  int execute(sqlite3_stmt* statement);
+  int simple(const char* sql);
+  int fail(int code, const char* text);
+  int check(int code);
+  bool in_transaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
+  void note_loss();
+
+  std::unique_ptr<sqlite3, CloseHandle> handle_;
+  std::unordered_map<std::string, Statement> prepared_;  // statements not in use, by their text
+  bool lost_work_ = false;
+};
+
+extern Database g_db;                       // the one open catalogue
+extern std::optional<std::string> zErrMsg;  // the last statement's error; absent after success
+extern int retval;                          // result code of the last open or row deletion
+
+// The statement with its values written in, for messages.
+template <class... Values>
+[[nodiscard]] std::string composed(std::string_view format, const Values&... values) {
+  if constexpr (sizeof...(values) == 0) {
+    return compose_sql(format, {});
+  } else {
+    const SqlValue list[] = {SqlValue(values)...};
+    return compose_sql(format, list);
+  }
+}
+
+// The last statement's error text for a message; empty when there is none.
+[[nodiscard]] inline const char* error_text() {
+  return zErrMsg ? zErrMsg->c_str() : "";
+}
+
+}  // namespace corvexal

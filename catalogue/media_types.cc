@@ -1,0 +1,114 @@
+#include "catalogue/media_types.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "base/text.h"
+
+namespace corvexal {
+namespace {
+
+struct MediaType {
+  std::string_view extension;
+  std::string_view mime_type;
+  MediaKind kind;
+};
+
+constexpr MediaType kMediaTypes[] = {
+    {".bmp", "image/bmp", MediaKind::kPhoto},
+    {".gif", "image/gif", MediaKind::kPhoto},
+    {".jpg", "image/jpeg", MediaKind::kPhoto},
+    {".jpeg", "image/jpeg", MediaKind::kPhoto},
+    {".jpe", "image/jpeg", MediaKind::kPhoto},
+    {".tif", "image/tiff", MediaKind::kPhoto},
+    {".tiff", "image/tiff", MediaKind::kPhoto},
+    {".png", "image/png", MediaKind::kPhoto},
+    {".aif", "audio/aiff", MediaKind::kMusic},
+    {".aiff", "audio/aiff", MediaKind::kMusic},
+    {".wav", "audio/x-wav", MediaKind::kMusic},
+    {".wma", "audio/x-ms-wma", MediaKind::kMusic},
+    {".mp3", "audio/mpeg", MediaKind::kMusic},
+    {".mp2", "audio/mpeg", MediaKind::kMusic},
+    {".pcm", "audio/L16", MediaKind::kMusic},
+    {".lpcm", "audio/L16", MediaKind::kMusic},
+    {".mp1", "audio/mpeg", MediaKind::kMusic},
+    {".mpa", "audio/mpeg", MediaKind::kMusic},
+    {".flac", "audio/mpeg", MediaKind::kMusic},  // one MIME type for all of these, as readers know it
+    {".aac", "audio/mpeg", MediaKind::kMusic},
+    {".m4a", "audio/mpeg", MediaKind::kMusic},
+    {".ape", "audio/mpeg", MediaKind::kMusic},
+    {".avi", "video/avi", MediaKind::kVideo},
+    {".mpeg", "video/mpeg", MediaKind::kVideo},
+    {".mpg", "video/mpeg", MediaKind::kVideo},
+    {".mpeg2", "video/mpeg2", MediaKind::kVideo},
+    {".mp4", "video/mp4", MediaKind::kVideo},
+    {".wmv", "video/x-ms-wmv", MediaKind::kVideo},
+    {".dat", "video/mpeg", MediaKind::kVideo},
+    {".vob", "video/mpeg", MediaKind::kVideo},
+    {".ts", "video/mpeg", MediaKind::kVideo},
+    {".mkv", "video/mpeg", MediaKind::kVideo},
+    {".m2ts", "video/mpeg", MediaKind::kVideo},
+    {".vc1", "video/mpeg", MediaKind::kVideo},
+    {".divx", "video/mpeg", MediaKind::kVideo},
+    {".flv", "video/mpeg", MediaKind::kVideo},
+    {".dv", "video/mpeg", MediaKind::kVideo},
+    {".m3u", "", MediaKind::kPlaylist},
+    {".pls", "", MediaKind::kPlaylist},
+    {".srt", "application/octet-stream", MediaKind::kSubtitle},
+    {".sub", "", MediaKind::kSubtitle},
+    {".ifo", "", MediaKind::kSubtitle},
+    {".iso", "", MediaKind::kSubtitle},
+};
+static_assert(std::size(kMediaTypes) == 43);
+
+struct RemovalType {
+  std::string_view extension;
+  int kind;
+};
+
+constexpr RemovalType kRemovalTypes[] = {
+    {".mp3", 1},  {".wav", 1}, {".lpcm", 1}, {".pcm", 1},  {".wma", 1}, {".mp2", 1},
+    {".mp1", 1},  {".mpa", 1}, {".aif", 1},  {".aiff", 1}, {".m3u", 1}, {".pls", 1},
+    {".ogg", 1},  {".aac", 1}, {".mpg", 2},  {".mpeg", 2}, {".dat", 2}, {".mpeg2", 2},
+    {".mp4", 2},  {".avi", 2}, {".vob", 2},  {".wmv", 2},  {".mov", 2}, {".jpg", 3},
+    {".jpeg", 3}, {".tif", 3}, {".tiff", 3}, {".png", 3},  {".gif", 3}, {".bmp", 3},
+};
+
+template <class Table>
+const auto* find_type(const Table& table, std::string_view extension) {
+  const auto* const end = std::end(table);
+  const auto* const found = std::find_if(std::begin(table), end, [extension](const auto& type) {
+    return equal_ignoring_case(type.extension, extension);
+  });
+  return found == end ? nullptr : found;
+}
+
+}  // namespace
+
+MediaKind media_kind(std::string_view extension) {
+  const MediaType* type = find_type(kMediaTypes, extension);
+  return type == nullptr ? MediaKind::kOther : type->kind;
+}
+
+const char* media_table(MediaKind kind) {
+  switch (kind) {
+    case MediaKind::kPhoto:
+      return "photo_tbl";
+    case MediaKind::kVideo:
+    case MediaKind::kSubtitle:
+      return "video_tbl";
+    case MediaKind::kMusic:
+    case MediaKind::kPlaylist:
+      return "music_tbl";
+    case MediaKind::kOther:
+      break;
+  }
+  return nullptr;
+}
+
+int MediaKindForRemoval(std::string_view extension) {
+  const RemovalType* type = find_type(kRemovalTypes, extension);
+  return type == nullptr ? -1 : type->kind;
+}
+
+}  // namespace corvexal

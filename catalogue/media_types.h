@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string_view>
+
+namespace corvexal {
+
+// The class of a file, decided by its extension.
+enum class MediaKind { kOther = 0, kPhoto = 1, kVideo = 2, kMusic = 3, kPlaylist = 4, kSubtitle = 5 };
+
+// The class of an extension (dot included), compared as a whole and without regard to case.
+[[nodiscard]] MediaKind media_kind(std::string_view extension);
+
+// The catalogue's table for a class; null for MediaKind::kOther. Playlists live with the music, subtitles and
+// disc files with the videos.
+[[nodiscard]] const char* media_table(MediaKind kind);
+
+// The kinds that removal knows: 1 music, 2 video, 3 photo, -1 for an extension (dot included) that cannot be
+// removed. The list is its own: some extensions can be removed that are never added, and the reverse.
+[[nodiscard]] int MediaKindForRemoval(std::string_view extension);
+
+}  // namespace corvexal

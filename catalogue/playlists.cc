@@ -1,0 +1,209 @@
+#include "catalogue/playlists.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/file.h"
+#include "base/text.h"
+#include "catalogue/database.h"
+
+namespace corvexal {
+
+int playlist_pending = 0;
+
+namespace {
+
+// A file's lines with their line ends, long ones in pieces.
+class Lines {
+ public:
+  explicit Lines(const std::string& path) : file_(path) {}
+
+  explicit operator bool() const { return static_cast<bool>(file_); }
+
+  // Takes the next piece, whose text ends at its first NUL; false, with `line` as it was, at the file's end.
+  bool next(std::string& line) {
+    if (end_ - at_ < kLongestPiece) {
+      offset_ += at_;
+      at_ = 0;
+      end_ = file_.read_at(offset_, window_);
+    }
+    if (at_ == end_) return false;
+    std::string_view piece(reinterpret_cast<const char*>(window_.data()) + at_,
+                           std::min(end_ - at_, kLongestPiece));
+    if (const std::size_t line_feed = piece.find('\n'); line_feed != std::string_view::npos)
+      piece = piece.substr(0, line_feed + 1);
+    at_ += piece.size();
+    line = piece.substr(0, piece.find('\0'));
+    return true;
+  }
+
+ private:
+  static constexpr std::size_t kLongestPiece = 511;
+
+  File file_;
+  std::array<std::uint8_t, 32 * (kLongestPiece + 1)> window_{};
+  std::uint64_t offset_ = 0;      // of the window in the file
+  std::size_t at_ = 0, end_ = 0;  // what the window holds unread
+};
+
+void trim_line_end(std::string& line) {
+  if (line.size() >= 2 && line[line.size() - 2] == '\r')
+    line.resize(line.size() - 2);
+  else if (line.ends_with('\n'))
+    line.pop_back();
+}
+
+struct Playlist {
+  int number;
+  std::string folder, name;
+
+  [[nodiscard]] std::string path() const { return folder + name; }
+};
+
+// The digits that tell the messages of an entry apart.
+struct EntryKind {
+  int missing, too_many, failed;
+  bool shows_query;
+};
+constexpr EntryKind kExtendedM3u = {.missing = 1, .too_many = 1, .failed = 2, .shows_query = true};
+constexpr EntryKind kPlainM3u = {.missing = 2, .too_many = 2, .failed = 3, .shows_query = false};
+constexpr EntryKind kPls = {.missing = 3, .too_many = 1, .failed = 5, .shows_query = true};
+
+// The numbers of a playlist's songs, each followed by ",".
+class SongList {
+ public:
+  explicit SongList(const Playlist& playlist) : playlist_(playlist) {}
+
+  // Looks the entry up in the playlist's folder; false when the list is full and reading must end.
+  bool add(const std::string& entry, const EntryKind& kind) {
+    Rows songs = g_db.select(kQuery, playlist_.folder, entry);
+    if (!songs.next()) {
+      songs.failed() ? report_failure(entry, kind) : report_missing(entry, kind);
+      return true;
+    }
+    if (count_ == kMostSongs) {
+      std::printf("%d:MP3 songs amount in playlist exceed %d\n", kind.too_many, kMostSongs);
+      return false;
+    }
+    ++count_;
+    numbers_.append(songs.text(0)) += ',';
+    return true;
+  }
+
+  [[nodiscard]] const std::string& numbers() const { return numbers_; }
+
+ private:
+  static constexpr int kMostSongs = 256;
+  static constexpr const char* kQuery =
+      "select No from music_tbl where Real_Path=\"%s\" AND Real_fname=\"%s\";";
+
+  void report_missing(const std::string& entry, const EntryKind& kind) const {
+    std::printf("%dCan't find [%s] in m3u[%s]\n", kind.missing, entry.c_str(), playlist_.path().c_str());
+  }
+  void report_failure(const std::string& entry, const EntryKind& kind) const {
+    std::printf("parser_playlist():%dExecute SQL query Error\n", kind.failed);
+    if (kind.shows_query) std::printf("sqlquery[%s]\n", composed(kQuery, playlist_.folder, entry).c_str());
+  }
+
+  const Playlist& playlist_;
+  std::string numbers_;
+  int count_ = 0;
+};
+
+bool contains(std::string_view text, std::string_view part) {
+  return text.find(part) != std::string_view::npos;
+}
+
+void read_m3u(Lines& lines, SongList& songs) {
+  std::string line;
+  while (lines.next(line)) {
+    trim_line_end(line);
+    if (line.starts_with("#EXTINF:")) {
+      lines.next(line);  // at the end of the file the line stands for itself, and is reported as missing
+      line.erase(0, line.rfind('\\') + 1);
+      trim_line_end(line);
+      if (!songs.add(line, kExtendedM3u)) return;
+    } else if ((contains(line, ".mp3") || contains(line, ".MP3")) && !contains(line, "\\")) {
+      if (!songs.add(line, kPlainM3u)) return;
+    }
+  }
+}
+
+void read_pls(Lines& lines, SongList& songs) {
+  std::string line;
+  while (lines.next(line)) {
+    const std::size_t equals = line.find('=');
+    if (!line.starts_with("File") || equals == std::string::npos) continue;
+    line.erase(0, equals + 1);
+    trim_line_end(line);
+    if (!songs.add(line, kPls)) return;
+  }
+}
+
+struct PlaylistFormat {
+  const char* select;  // a walk through the whole table, once a run
+  const char* update;
+  void (*read)(Lines&, SongList&);
+  bool in_transaction;         // reading is one of its own; the update comes after it
+  int unreadable, not_stored;  // digits of messages
+};
+
+constexpr PlaylistFormat kFormats[] = {
+    {.select = "select No,Real_Path,Real_fname from music_tbl where EXT_fname =='m3u';",
+     .update = "update music_tbl set PlsFile = \"%s\" where No =='%d';",
+     .read = read_m3u,
+     .in_transaction = true,
+     .unreadable = 1,
+     .not_stored = 1},
+    {.select = "select No,Real_Path,Real_fname from music_tbl where EXT_fname =='pls';",
+     .update = "update music_tbl set PlsFile = '%s' where No =='%d';",
+     .read = read_pls,
+     .in_transaction = false,
+     .unreadable = 4,
+     .not_stored = 2},
+};
+
+std::optional<std::vector<Playlist>> playlists_of(const PlaylistFormat& format) {
+  std::vector<Playlist> playlists;
+  Rows rows = g_db.select(format.select);
+  while (rows.next())
+    playlists.push_back({decimal_value(rows.text(0)), std::string(rows.text(1)), std::string(rows.text(2))});
+  if (!rows.failed()) return playlists;
+  std::printf("parser_playlist():%dExecute SQL query Error\n", format.unreadable);
+  return std::nullopt;
+}
+
+bool parse(const PlaylistFormat& format, const Playlist& playlist) {
+  Lines lines(playlist.path());
+  if (!lines) {
+    std::printf("parser_playlist():Open [%s] fail\n", playlist.path().c_str());
+    return false;
+  }
+  SongList songs(playlist);
+  if (format.in_transaction) g_db.exec("BEGIN;");
+  format.read(lines, songs);
+  if (format.in_transaction) g_db.exec("COMMIT;");
+  if (g_db.exec(format.update, songs.numbers(), playlist.number) == SQLITE_OK) return true;
+  std::printf("%dparser playlist():execute sql query error[%s]\n", format.not_stored, error_text());
+  return false;
+}
+
+}  // namespace
+
+int parser_playlist() {
+  for (const PlaylistFormat& format : kFormats) {
+    const auto playlists = playlists_of(format);
+    if (!playlists) return 0;
+    for (const Playlist& playlist : *playlists)
+      if (!parse(format, playlist)) return 0;
+  }
+  return 1;
+}
+
+}  // namespace corvexal

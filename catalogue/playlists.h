@@ -1,0 +1,17 @@
+#pragma once
+
+namespace corvexal {
+
+// 1 when playlists must be parsed before the run ends.
+extern int playlist_pending;
+
+// Reads every M3U and PLS file that the catalogue knows and stores in its row's PlsFile the `No` of each song
+// that it names, each followed by ",", in the order of the entries. An entry is a file name in the playlist's
+// own folder; one that names another folder is not found. At most 256 songs a playlist are kept. A file is
+// read in pieces of 511 characters, a longer line counting as several; memory does not grow with it.
+//
+// What is found missing is printed. Returns 1, or 0 at the first playlist that cannot be opened (regular
+// files only) or stored, or when the playlists cannot be read from the catalogue.
+int parser_playlist();
+
+}  // namespace corvexal

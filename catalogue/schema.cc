@@ -1,0 +1,67 @@
+#include "catalogue/schema.h"
+
+#include <cstdio>
+#include <filesystem>
+
+namespace corvexal {
+namespace {
+
+// Columns are untyped and every value is text: readers of the catalogue go by position and by these names.
+constexpr const char* kTables[] = {
+    "create table if not exists music_tbl (No,Real_Path,Real_fname,UTF_Path,UTF_fname,EXT_fname,Date,Size,"
+    "Genre,Artist,Album,Title,Bitrate,PlsFile,Reserve1,Reserve2,Depth,Reserve3,ObjID,ParentID,"
+    "Reserve4,Reserve5,Reserve6);",
+    "create table if not exists video_tbl (No,Real_Path,Real_fname,UTF_Path,UTF_fname,EXT_fname,Date,Size,"
+    "Width,Height,Reserve1,VideoFormat,Reserve2,Reserve3,Reserve4,Reserve5,Depth,ObjID,ParentID,"
+    "Reserve6,Reserve7,Reserve8);",
+    "create table if not exists photo_tbl (No,Real_Path,Real_fname,UTF_Path,UTF_fname,EXT_fname,Date,Size,"
+    "Width,Height,ColorDepth,Reserve1,Reserve2,Reserve3,Depth,ObjID,ParentID,Reserve4,Reserve5,Reserve6);",
+    "create table if not exists path_objid_tbl "
+    "(path,ObjID,Dir_ParentID,Level,have_video,have_music,have_photo);",
+    "create table if not exists record_objid_tbl (name,value);",
+};
+
+// No index covers an item query or a folder query, so rows that sort alike keep the order of the table.
+constexpr const char* kIndexes[] = {
+    "create index if not exists music_utf_idx on music_tbl (UTF_Path,UTF_fname);",
+    "create index if not exists video_utf_idx on video_tbl (UTF_Path,UTF_fname);",
+    "create index if not exists photo_utf_idx on photo_tbl (UTF_Path,UTF_fname);",
+    "create index if not exists music_real_idx on music_tbl (Real_Path,Real_fname);",
+    "create index if not exists music_no_idx on music_tbl (No);",
+    "create index if not exists photo_objid_idx on photo_tbl (ObjID);",
+    "create index if not exists path_idx on path_objid_tbl (path);",
+};
+
+}  // namespace
+
+std::string catalogue_path(const std::string& mount_path) {
+  return mount_path + "/.systemfile/.upnpav-db/upnpav.db";
+}
+
+int create_tables(Database& database) {
+  for (const char* statement : kTables)
+    if (const int code = database.exec(statement); code != SQLITE_OK) return code;
+  for (const char* statement : kIndexes)
+    if (const int code = database.exec(statement); code != SQLITE_OK) return code;
+  return SQLITE_OK;
+}
+
+int create_catalogue(const std::string& mount_path) {
+  const std::string path = catalogue_path(mount_path);
+  std::error_code error;
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
+  if (error) {
+    std::fprintf(stderr, "cannot create the folder of %s: %s\n", path.c_str(), error.message().c_str());
+    return -1;
+  }
+  Database database;
+  if (database.open(path) != SQLITE_OK) return -1;
+  if (create_tables(database) != SQLITE_OK) {
+    std::fprintf(stderr, "cannot create the tables of %s: %s\n", path.c_str(), error_text());
+    return -1;
+  }
+  database.close();
+  return database.lost_work() ? -1 : 0;
+}
+
+}  // namespace corvexal

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "catalogue/database.h"
+
+namespace corvexal {
+
+// The catalogue's file under a mount path.
+[[nodiscard]] std::string catalogue_path(const std::string& mount_path);
+
+// Creates the tables that the updater expects and the indexes that its look-ups profit from, each only where
+// it is missing; nothing that exists is touched. Returns SQLite's result code, with zErrMsg set on failure.
+int create_tables(Database& database);
+
+// Creates the catalogue under a mount path: its folders, the database and its tables. Returns 0, or -1 after
+// a line on standard error.
+int create_catalogue(const std::string& mount_path);
+
+}  // namespace corvexal

@@ -1,0 +1,15 @@
+#pragma once
+
+namespace corvexal {
+
+// Drops, creates and fills the sort tables of a class (1 music, 2 video, 3 photo; 4 is music again),
+// recomputes the folder flags, saves the identifier counters, commits and closes the catalogue. Returns 1; or
+// 0, with nothing committed and the catalogue still open, when the tables could not be filled or the class is
+// another number.
+int RebuildSortTables(int media_class);
+
+// Fills the sort tables of a class, which must exist and be empty. Returns 1, or 0 at the first query or
+// insert that fails; what was filled until then stays.
+int FillSortTables(int media_class);
+
+}  // namespace corvexal

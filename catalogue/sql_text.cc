@@ -1,0 +1,93 @@
+#include "catalogue/sql_text.h"
+
+#include <algorithm>
+
+namespace corvexal {
+namespace {
+
+constexpr std::size_t kQuotedTitleSize = 47;
+
+// Walks a statement text: plain characters one by one, placeholders with their values.
+class FormatReader {
+ public:
+  FormatReader(std::string_view format, std::span<const SqlValue> values)
+      : format_(format), values_(values) {}
+
+  [[nodiscard]] bool at_end() const { return format_.empty(); }
+  [[nodiscard]] char peek() const { return format_.front(); }
+
+  // The next piece of the composed text; `is_value` tells a placeholder's value from the statement's own
+  // character.
+  std::string_view next(bool& is_value) {
+    is_value = false;
+    if (peek() != '%') return take(1);
+    if (format_.starts_with("%%")) return take(2).substr(1);
+    is_value = true;
+    take(std::min(format_.find_first_of("sdu") + 1, format_.size()));
+    if (values_.empty()) return {};
+    const std::string_view text = values_.front().text();
+    values_ = values_.subspan(1);
+    return text;
+  }
+
+ private:
+  std::string_view take(std::size_t count) {
+    const std::string_view taken = format_.substr(0, count);
+    format_.remove_prefix(count);
+    return taken;
+  }
+
+  std::string_view format_;
+  std::span<const SqlValue> values_;
+};
+
+// Reads the literal that opens at the reader's position and adds it to the statement.
+void bind_literal(FormatReader& reader, BoundSql& sql) {
+  bool is_value = false;
+  const char quote = reader.next(is_value).front();
+  bool has_placeholder = false;
+  std::string content;
+  while (!reader.at_end() && reader.peek() != quote) {
+    const std::string_view piece = reader.next(is_value);
+    has_placeholder |= is_value;
+    sql.broken |= is_value && piece.find(quote) != std::string_view::npos;
+    content += piece;
+  }
+  if (!reader.at_end()) reader.next(is_value);
+  if (has_placeholder) {
+    sql.text += '?';
+    sql.values.push_back(std::move(content));
+  } else {
+    sql.text += '\'' + content + '\'';
+  }
+}
+
+}  // namespace
+
+BoundSql bind_sql(std::string_view format, std::span<const SqlValue> values) {
+  BoundSql sql;
+  FormatReader reader(format, values);
+  bool is_value = false;
+  while (!reader.at_end()) {
+    if (reader.peek() == '"' || reader.peek() == '\'')
+      bind_literal(reader, sql);
+    else
+      sql.text += reader.next(is_value);
+  }
+  return sql;
+}
+
+std::string compose_sql(std::string_view format, std::span<const SqlValue> values) {
+  std::string text;
+  FormatReader reader(format, values);
+  for (bool is_value = false; !reader.at_end();) text += reader.next(is_value);
+  return text;
+}
+
+void QuoteForSql(std::string& text) {
+  if (text.find('"') == std::string::npos) return;
+  std::replace(text.begin(), text.end(), '"', '\'');
+  text.resize(std::min(text.size(), kQuotedTitleSize));
+}
+
+}  // namespace corvexal

@@ -1,0 +1,168 @@
+#include "metadata/charset.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <iterator>
+#include <new>
+#include <span>
+#include <utility>
+
+#include "base/file.h"
+#include "base/locations.h"
+#include "metadata/converter.h"
+
+namespace corvexal {
+
+int codepage = 0;
+std::string from_codepage;
+
+namespace {
+
+// The candidates of the pseudo sets. The Japanese set is known as "autodetect_jp" alone: the other lists name
+// it with capital letters, which is no set at all (EINVAL), and so they end there. The names that the
+// catalogue's readers know came out of exactly these lists: spelling and order stay.
+constexpr const char* kUtf8Candidates[] = {"UTF-8",         "autodetect_BIG5", "autodetect_GB",
+                                           "autodetect_JP", "autodetect_kr",   "ISO-8859-1"};
+constexpr const char* kJapaneseCandidates[] = {
+    "ISO-2022-JP-2", "EUC-JP",          "CP932",         "ISO-2022-JP",   "ISO-2022-JP-1",
+    "SHIFT_JIS",     "autodetect_BIG5", "autodetect_GB", "autodetect_kr", "autodetect_utf8"};
+constexpr const char* kKoreanCandidates[] = {"ISO-2022-KR",   "CP949",           "JOHAB",
+                                             "EUC-KR",        "autodetect_BIG5", "autodetect_GB",
+                                             "autodetect_JP", "autodetect_utf8"};
+constexpr const char* kBig5Candidates[] = {"BIG5",          "CP950",          "BIG5-HKSCS",
+                                           "EUC-TW",        "autodetect_GB",  "autodetect_JP",
+                                           "autodetect_kr", "autodetect_utf8"};
+constexpr const char* kGbCandidates[] = {"EUC-CN",
+                                         "GBK",
+                                         "HZ",
+                                         "ISO-2022-CN",
+                                         "ISO-2022-CN-EXT",
+                                         "GB18030",
+                                         "autodetect_BIG5",
+                                         "autodetect_JP",
+                                         "autodetect_kr",
+                                         "autodetect_utf8"};
+
+struct PseudoSet {
+  std::string_view name;
+  std::span<const char* const> candidates;
+};
+
+constexpr PseudoSet kPseudoSets[] = {{"autodetect_utf8", kUtf8Candidates},
+                                     {"autodetect_jp", kJapaneseCandidates},
+                                     {"autodetect_kr", kKoreanCandidates},
+                                     {"autodetect_BIG5", kBig5Candidates},
+                                     {"autodetect_GB", kGbCandidates}};
+
+// A word that the device's code page file may hold, and what it stands for. The first one found counts.
+struct CodePage {
+  std::string_view word;
+  const char* charset;
+  int type;
+};
+
+constexpr CodePage kCodePages[] = {{"cp950", "autodetect_BIG5", 1},
+                                   {"cp936", "autodetect_GB", 2},
+                                   {"cp932", "autodetect_jp", 3},
+                                   {"cp949", "autodetect_kr", 4},
+                                   {"", "autodetect_utf8", 5}};
+
+constexpr std::size_t kCodePageLineLength = 23;
+
+// One conversion, tried from one set after another.
+class Attempt {
+ public:
+  Attempt(const char* tocode, std::string_view input, Text* result)
+      : tocode_(tocode), input_(input), result_(result) {}
+
+  // Returns 0 with the result stored, or an errno value. `chain` has a bit for each pseudo set that is being
+  // tried: the lists name each other, and without it a text that fits nowhere would go round for ever.
+  int from(const char* charset, unsigned chain = 0) {
+    const auto* const set = std::find_if(std::begin(kPseudoSets), std::end(kPseudoSets),
+                                         [&](const PseudoSet& row) { return row.name == charset; });
+    if (set == std::end(kPseudoSets)) return from_known(charset);
+    const unsigned bit = 1U << (set - std::begin(kPseudoSets));
+    if ((chain & bit) != 0) return EILSEQ;
+    int error = EILSEQ;
+    for (const char* candidate : set->candidates)
+      if (error = from(candidate, chain | bit); error != EILSEQ) break;
+    return error;
+  }
+
+ private:
+  // The text is converted once, into a string that grows: measuring it first to make room would double the
+  // work for the same bytes.
+  int from_known(const char* charset) {
+    std::string made;
+    const int error = convert(tocode_, charset, input_, result_ != nullptr ? &made : nullptr);
+    if (error == 0 && result_ != nullptr) *result_ = std::move(made);
+    return error;
+  }
+
+  const char* tocode_;
+  std::string_view input_;
+  Text* result_;
+};
+
+// The first line of the device's code page file, as far as it counts.
+Text code_page_line() {
+  File file(kCodePageFile);
+  if (!file) return std::nullopt;
+  std::array<std::uint8_t, kCodePageLineLength> bytes{};
+  const std::size_t count = file.read_at(0, bytes);
+  std::string line(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
+  line.resize(std::min(line.size(), line.find_first_of(std::string_view("\n\0", 2))));
+  return line;
+}
+
+}  // namespace
+
+int iconv_string(const char* tocode, const char* fromcode, std::string_view input, Text* result) {
+  int error = 0;
+  try {
+    error = Attempt(tocode, input, result).from(fromcode);
+  } catch (const std::bad_alloc&) {
+    error = ENOMEM;
+  }
+  if (error == 0) return 0;
+  errno = error;
+  return -1;
+}
+
+Converted convert_to_utf8(std::string_view text, const char* fromcode) {
+  std::string terminated(text);
+  terminated += '\0';
+  Converted converted;
+  converted.status = iconv_string("UTF-8", fromcode, terminated, &converted.text);
+  if (converted.text) converted.text->resize(std::min(converted.text->size(), converted.text->find('\0')));
+  return converted;
+}
+
+int CodePageType() {
+  const Text line = code_page_line();
+  if (!line) return 0;
+  for (const CodePage& row : kCodePages) {
+    if (line->find(row.word) == std::string::npos) continue;
+    from_codepage = row.charset;
+    return row.type;
+  }
+  return 0;
+}
+
+std::string ucs4_to_raw_bytes(std::u32string_view ucs4) {
+  std::string bytes;
+  for (const char32_t character : ucs4) {
+    if (character > 0xFFFF) continue;
+    if (character > 0xFF) bytes += static_cast<char>(character >> 8);
+    bytes += static_cast<char>(character & 0xFF);
+  }
+  return bytes;
+}
+
+bool ucs4_has_cjk(std::u32string_view ucs4) {
+  return std::any_of(ucs4.begin(), ucs4.end(), [](char32_t c) { return c >= 0x4E00 && c <= 0x9FBF; });
+}
+
+}  // namespace corvexal

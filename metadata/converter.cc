@@ -1,0 +1,124 @@
+#include "metadata/converter.h"
+
+#include <iconv.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <map>
+#include <utility>
+
+#include "base/text.h"
+#include "metadata/c_library_charsets.h"
+#include "metadata/hz_decoder.h"
+
+namespace corvexal {
+namespace {
+
+#ifdef _LIBICONV_VERSION
+constexpr bool kGnuLibiconv = true;
+#else
+constexpr bool kGnuLibiconv = false;
+#endif
+
+constexpr std::size_t kScratchSize = 4096;
+
+// Names come from a detector's answers too, so there is an end to what is kept.
+constexpr std::size_t kMostOpen = 64;
+
+class Descriptor {
+ public:
+  // Opens a converter; on failure the object is empty and errno says why.
+  Descriptor(const char* tocode, const char* fromcode) : descriptor_(iconv_open(tocode, fromcode)) {}
+  ~Descriptor() {
+    if (*this) iconv_close(descriptor_);
+  }
+  Descriptor(Descriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, none())) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  Descriptor& operator=(Descriptor&&) = delete;
+
+  explicit operator bool() const { return descriptor_ != none(); }
+
+  // Converts from the initial state; see convert().
+  int run(std::string_view input, std::string* output) {
+    iconv(descriptor_, nullptr, nullptr, nullptr, nullptr);
+    char* in = const_cast<char*>(input.data());  // iconv only reads it
+    std::size_t left = input.size();
+    while (left > 0) {
+      const std::size_t before = left;
+      std::size_t made = 0;
+      const int error = step(&in, &left, output, made);
+      if (error == EINVAL) break;
+      if (error != 0 && error != E2BIG) return error;
+      if (left == before && made == 0) return EILSEQ;  // a converter that is stuck
+    }
+    std::size_t made = 0;
+    return step(nullptr, nullptr, output, made);
+  }
+
+ private:
+  static iconv_t none() { return reinterpret_cast<iconv_t>(-1); }  // NOLINT(performance-no-int-to-ptr)
+
+  // One call of iconv, without input the one that gives what it still holds back. Returns 0 or its errno.
+  int step(char** in, std::size_t* left, std::string* output, std::size_t& made) {
+    std::array<char, kScratchSize> scratch;
+    char* out = scratch.data();
+    std::size_t room = scratch.size();
+    const std::size_t result = iconv(descriptor_, in, left, &out, &room);
+    const int error = result == static_cast<std::size_t>(-1) ? errno : 0;
+    made = scratch.size() - room;
+    if (output != nullptr) output->append(scratch.data(), made);
+    return error;
+  }
+
+  iconv_t descriptor_;
+};
+
+// A byte-order mark sets the order for good in some libraries, whatever is reset.
+bool may_hold_byte_order_mark(std::string_view charset) {
+  constexpr std::string_view kPrefixes[] = {"UTF-16", "UTF-32", "UCS-", "ISO-10646-UCS", "UNICODE"};
+  return std::any_of(std::begin(kPrefixes), std::end(kPrefixes),
+                     [&](std::string_view prefix) { return starts_with_ignoring_case(charset, prefix); });
+}
+
+int run_iconv(const char* tocode, const char* fromcode, std::string_view input, std::string* output) {
+  if (may_hold_byte_order_mark(tocode) || may_hold_byte_order_mark(fromcode)) {
+    Descriptor fresh(tocode, fromcode);
+    return fresh ? fresh.run(input, output) : errno;
+  }
+  static std::map<std::pair<std::string, std::string>, Descriptor> open;
+  const auto pair = std::make_pair(std::string(tocode), std::string(fromcode));
+  auto kept = open.find(pair);
+  if (kept == open.end()) {
+    Descriptor fresh(tocode, fromcode);
+    if (!fresh) return errno;
+    if (open.size() >= kMostOpen) open.clear();
+    kept = open.emplace(pair, std::move(fresh)).first;
+  }
+  return kept->second.run(input, output);
+}
+
+// The C library's iconv, made to answer as GNU libiconv does.
+int run_c_library(const char* tocode, const char* fromcode, std::string_view input, std::string* output) {
+  if (names_hz(fromcode)) {
+    if (const int error = run_c_library(tocode, "EUC-CN", {}, nullptr); error != 0) return error;
+    return decode_hz(input, [&](const char* charset, std::string_view bytes) {
+      return run_c_library(tocode, charset, bytes, output);
+    });
+  }
+  const char* const to = c_library_name(tocode);
+  const char* const from = c_library_name(fromcode);
+  if (to == nullptr || from == nullptr) return EINVAL;
+  return has_stray_control(fromcode, input) ? EILSEQ : run_iconv(to, from, input, output);
+}
+
+}  // namespace
+
+int convert(const char* tocode, const char* fromcode, std::string_view input, std::string* output) {
+  return kGnuLibiconv ? run_iconv(tocode, fromcode, input, output)
+                      : run_c_library(tocode, fromcode, input, output);
+}
+
+}  // namespace corvexal

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace corvexal {
+
+inline constexpr std::size_t kMp3HeaderSize = 4;
+using Mp3HeaderBytes = std::span<const std::uint8_t, kMp3HeaderSize>;
+
+// What one MPEG audio frame header says (ISO/IEC 11172-3, 13818-3 and the 2.5 extension), and what a stream's
+// reader notes beside it.
+struct Mp3FrameInfo {
+  std::int32_t layer = 0;              // 1 to 3
+  std::int32_t bitrate = 0;            // kbit/s
+  std::int32_t samplerate = 0;         // Hz
+  std::int32_t stereo = 0;             // 0 when the last header byte's low bits are 3, else 1
+  std::int32_t frame_length = 0;       // bytes, header included
+  std::int32_t header_id = 0;          // second header byte without its protection bit
+  std::int32_t samples_per_frame = 0;  // 384, 576 or 1152
+  std::int32_t padding = 0;            // 1 when the frame is padded
+  std::int32_t side_info_size = 0;     // bytes between the header and a Xing tag
+  std::int32_t xing_frames = 0;        // frames of the stream by its Xing header, 0 when it does not say
+  std::uint64_t first_frame_offset = 0;
+  double version = 0;      // 1.0, 2.0 or 2.5
+  std::int32_t valid = 0;  // 1 when the last decode succeeded
+};
+
+// Decodes a frame header into `info`. Free format, reserved values and frames of more than 2880 bytes are not
+// valid. Returns 0 with `valid` 1, or -1 with `valid` 0 and every other field as it was; xing_frames and
+// first_frame_offset are the caller's own.
+int mp3_decode_header(Mp3HeaderBytes bytes, Mp3FrameInfo& info);
+
+}  // namespace corvexal

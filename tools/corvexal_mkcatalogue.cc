@@ -1,0 +1,38 @@
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "base/config.h"
+#include "catalogue/schema.h"
+
+namespace {
+
+int make(int argc, char** argv) {
+  using corvexal::global_cdata;
+  if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
+    std::puts("Usage: corvexal-mkcatalogue [MOUNT_PATH]");
+    return argc == 2 && std::string(argv[1]) == "--help" ? 0 : 2;
+  }
+  std::string mount_path = argc == 2 ? argv[1] : "";
+  if (argc == 1) {
+    corvexal::readconfig(1, {argv, 1}, global_cdata);
+    mount_path = global_cdata.mntpath;
+  }
+  if (mount_path.empty()) {
+    std::fputs("corvexal-mkcatalogue: no mount path given or configured\n", stderr);
+    return 1;
+  }
+  return corvexal::create_catalogue(mount_path) == 0 ? 0 : 1;
+}
+
+}  // namespace
+
+// Creates the catalogue of a device, or what is missing of it; touches nothing that exists.
+int main(int argc, char** argv) {
+  try {
+    return make(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "corvexal-mkcatalogue: %s\n", error.what());
+    return 1;
+  }
+}
