@@ -1,7 +1,6 @@
 #include "catalogue/scan.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 
@@ -35,8 +34,8 @@ TEST_F(ScanTest, GoesBreadthFirstAndPassesOverWhatIsNoMedia) {
   for (const char* name : {"t/b/deep.mp3", "t/b/c/deeper.MP3", "t/a/other.mp3", "t/z.mp3", "t/.hidden.mp3",
                            "t/.dir/x.mp3", "t/long.mpeg22", "t/nodot", "t/song.ogg", "t/a.flac"})
     write_file(name);
-  symlink(path("t/z.mp3").c_str(), path("t/link.mp3").c_str());
-  symlink(path("t/a").c_str(), path("t/linked").c_str());
+  std::filesystem::create_symlink(path("t/z.mp3"), path("t/link.mp3"));
+  std::filesystem::create_symlink(path("t/a"), path("t/linked"));
   mkfifo(path("t/pipe.mp3").c_str(), 0600);
   std::filesystem::create_directories(path("t/empty"));
 
