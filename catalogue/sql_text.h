@@ -18,9 +18,10 @@ class SqlValue {
   SqlValue(const std::string& text) : SqlValue(std::string_view(text)) {}
   SqlValue(const char* text) : text_(text) {}
   template <std::integral Number>
-  SqlValue(Number number)
-      : length_(static_cast<std::size_t>(std::to_chars(digits_.begin(), digits_.end(), number).ptr -
-                                         digits_.begin())) {}
+  SqlValue(Number number) {
+    const char* const end = std::to_chars(digits_.begin(), digits_.end(), number).ptr;
+    length_ = static_cast<std::size_t>(end - digits_.begin());
+  }
 
   [[nodiscard]] std::string_view text() const {
     return length_ > 0 ? std::string_view(digits_.data(), length_) : text_;

@@ -5,8 +5,10 @@
 #include "base/text.h"
 #include "catalogue/object_ids.h"
 #include "catalogue/playlists.h"
+#include "catalogue/remove.h"
 #include "catalogue/row_counts.h"
 #include "catalogue/schema.h"
+#include "metadata/charset.h"
 
 namespace corvexal::testing {
 namespace {
@@ -39,6 +41,8 @@ std::string extension(std::string_view name) {
 CatalogueTest::CatalogueTest() {
   InitObjectIds();
   playlist_pending = 0;
+  commit_after_remove = 1;
+  from_codepage = "autodetect_utf8";
   global_cdata = {.sharepath = folder_.path(), .sharename = "", .mntpath = folder_.path(), .sd_status = ""};
   open();
   EXPECT_EQ(create_tables(g_db), SQLITE_OK) << error_text();

@@ -80,6 +80,30 @@ TEST_F(Id3Tags, ReadsEveryVersion) {
   }
 }
 
+TEST_F(Id3Tags, ReadsTheSamples) {
+  const struct {
+    const char* name;
+    Text title, artist, album, genre;
+    int bpm;
+  } rows[] = {
+      {"tag-id3v1.mp3", "Evening Tone", "Corvexal Ensemble", "Samples", "Classical", 0},
+      {"tag-id3v23-utf16.mp3", "春江花月夜", "桜の合唱団", "山水集", "Others", 0},
+      {"tag-id3v24-utf8.mp3", "月光のワルツ", "Corvexal 合奏団", "音楽集", "Others", 120},
+      {"tag-id3v23-latin1-big5.mp3", "中國民謠", "王小明", "台灣之歌", "Others", 0},
+      {"vbr.mp3", std::nullopt, std::nullopt, std::nullopt, std::nullopt, 0},
+  };
+  for (const auto& row : rows) {
+    SongInfo song;
+    song.type = "mp3";
+    EXPECT_EQ(scan_get_mp3tags(testing::sample("music/") + row.name, song), 0) << row.name;
+    EXPECT_EQ(song.title, row.title) << row.name;
+    EXPECT_EQ(song.artist, row.artist) << row.name;
+    EXPECT_EQ(song.album, row.album) << row.name;
+    EXPECT_EQ(song.genre, row.genre) << row.name;
+    EXPECT_EQ(song.bpm, row.bpm) << row.name;
+  }
+}
+
 TEST_F(Id3Tags, FillsTheFieldsAndSaysSo) {
   detector_.answers("windows-1252");
   const std::string frames = id3_text(3, "TIT2", "a title") + id3_text(3, "TPE1", "an artist") +

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace corvexal {
+
+// Removes from the catalogue every media row whose file, by the UTF-8 path as stored, can no longer be found.
+// Folder rows and sort tables stay as they are, and nothing is committed. Should the mount path itself be
+// gone by then, a line on standard error says so, and what was removed. Returns 1, or 0 at the first table
+// that cannot be read: it and those after it keep their rows.
+int sync_mms_db();
+
+// Deletes the row of one folder, not those of its sub-folders, from a table whose column `path` holds folders
+// in UTF-8. `path` is in the device's character set and must equal the stored one up to its trailing "/".
+// Prints the outcome; returns 0 always.
+int DeleteFolderRow(const std::string& path, const char* table);
+
+}  // namespace corvexal

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+#include "base/byte_reader.h"
+
+namespace corvexal {
+
+// A file without a name that holds the given bytes, for readers that want a path. It lives as long as the
+// object; aborts when the system does not give one.
+class MemoryFile {
+ public:
+  explicit MemoryFile(Bytes content);
+  ~MemoryFile();
+  MemoryFile(const MemoryFile&) = delete;
+  MemoryFile& operator=(const MemoryFile&) = delete;
+
+  [[nodiscard]] std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
+
+ private:
+  int fd_;
+};
+
+}  // namespace corvexal

@@ -1,0 +1,42 @@
+#include "catalogue/playlists.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+#include "catalogue/database.h"
+#include "catalogue/schema.h"
+#include "fuzz/memory_file.h"
+
+// The input is read as an M3U and as a PLS file of a folder that holds the song a.mp3.
+namespace {
+
+constexpr const char* kRow =
+    "insert into music_tbl (No,Real_Path,Real_fname,EXT_fname) values (\"%d\",\"%s\",\"%s\",\"%s\");";
+
+bool open_catalogue(const std::string& folder) {
+  using corvexal::g_db;
+  return g_db.open(":memory:") == SQLITE_OK && corvexal::create_tables(g_db) == SQLITE_OK &&
+         g_db.exec(kRow, 1, folder, "", "m3u") == SQLITE_OK &&
+         g_db.exec(kRow, 2, folder, "", "pls") == SQLITE_OK &&
+         g_db.exec(kRow, 3, folder, "a.mp3", "mp3") == SQLITE_OK;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using corvexal::g_db;
+  const corvexal::MemoryFile file({data, size});
+  const std::string path = file.path();
+  const std::size_t name = path.rfind('/') + 1;
+  static const bool opened = open_catalogue(path.substr(0, name));
+  if (!opened ||
+      g_db.exec("update music_tbl set Real_fname = \"%s\" where No < '3';", path.substr(name)) != SQLITE_OK)
+    std::abort();
+
+  if (corvexal::parser_playlist() != 1) std::abort();
+  corvexal::Rows lists = g_db.select("select PlsFile from music_tbl where No < '3';");
+  while (lists.next())
+    if (std::ranges::count(lists.text(0), ',') > 256) std::abort();
+  return 0;
+}

@@ -1,0 +1,79 @@
+#include "metadata/image_size.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "metadata/image_readers.h"
+
+namespace corvexal {
+namespace {
+
+constexpr std::size_t kHeadSize = 10;
+constexpr std::string_view kPngSignature = "\x89PNG\r\n\x1A\n";
+
+// The type that the file's first bytes tell. All but JPEG are known by a mark anywhere in front of the first
+// zero byte.
+std::optional<ImageType> recognise(Bytes head) {
+  const std::string text(head.begin(), std::find(head.begin(), head.end(), std::uint8_t{0}));
+  const auto holds = [&text](std::string_view mark) { return text.find(mark) != std::string::npos; };
+  if (holds("BM")) return kBmp;
+  if (text.starts_with("\xFF\xD8")) return kJpeg;
+  if (holds("GIF")) return kGif;
+  if (holds("II") || holds("MM")) return kTiff;
+  if (holds(kPngSignature)) return kPng;
+  return std::nullopt;
+}
+
+void read_image(ImageType type, FileWindow& file, ImageProbe& probe) {
+  switch (type) {
+    case kBmp:
+      return read_bmp(file, probe);
+    case kJpeg:
+      return read_jpeg(file, probe);
+    case kGif:
+      return read_gif(file, probe);
+    case kTiff:
+      return read_tiff(file, probe);
+    case kPng:
+      return read_png(file, probe);
+  }
+}
+
+}  // namespace
+
+// BMP: 18 width | 22 height | 28 bits per pixel. Readers of the catalogue know the low 16 bits of width and
+// height only.
+void read_bmp(FileWindow& file, ImageProbe& probe) {
+  take_number(file, 18, 2, std::endian::little, probe.width);
+  take_number(file, 22, 2, std::endian::little, probe.height);
+  take_number(file, 28, 1, std::endian::little, probe.color_depth);
+}
+
+// GIF: 6 width | 8 height | 10 flags, whose low three bits are the colour table's depth less 1.
+void read_gif(FileWindow& file, ImageProbe& probe) {
+  take_number(file, 6, 2, std::endian::little, probe.width);
+  take_number(file, 8, 2, std::endian::little, probe.height);
+  if (const Bytes flags = file.at(10, 1); !flags.empty()) probe.color_depth = (flags[0] & 7) + 1;
+}
+
+int get_img_size(ImageProbe& probe) {
+  FileWindow file(probe.path);
+  if (!file) {
+    std::puts("get_img_size(): open file error");
+    return 0;
+  }
+  const std::optional<ImageType> type = recognise(file.at(0, kHeadSize));
+  probe.image_type = type.value_or(kJpeg);
+  if (!type) {
+    std::printf("Can't verify image file of type!!filename: %s\n", probe.path.c_str());
+    return 0;
+  }
+  probe.file_size = static_cast<std::uint32_t>(file.file_size());
+  read_image(*type, file, probe);
+  return 1;
+}
+
+}  // namespace corvexal

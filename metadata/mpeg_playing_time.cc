@@ -1,0 +1,90 @@
+#include "metadata/mpeg_playing_time.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+#include "metadata/mpeg_headers.h"
+
+namespace corvexal {
+namespace {
+
+// Group of pictures: 4 time code, big-endian: bits 30-26 hours | 25-20 minutes | 19 marker | 18-13 seconds.
+constexpr std::uint32_t kMarker = 0x80000;
+
+// Adds up runs of time codes that follow each other closely, so that spliced recordings count each part.
+class PlayingTime {
+ public:
+  void take(std::int32_t seconds) {
+    if (current_ == 0) first_ = current_ = seconds;
+    if (seconds > current_ && seconds < current_ + kGap) current_ = seconds;
+    if (run_is_open() && std::abs(seconds - current_) >= kGap) {
+      total_ += run_length();
+      first_ = current_ = seconds;
+    }
+  }
+
+  [[nodiscard]] std::int64_t total() const { return total_ + (run_is_open() ? run_length() : 0); }
+
+ private:
+  static constexpr std::int32_t kGap = 4;  // seconds between two runs
+
+  [[nodiscard]] bool run_is_open() const { return current_ != 0; }  // so no run begins at time 0
+  [[nodiscard]] std::int64_t run_length() const { return current_ - first_ + 1; }
+
+  std::int64_t total_ = 0;
+  std::int32_t first_ = 0, current_ = 0;
+};
+
+void take_time_code(std::uint32_t code, PlayingTime& time) {
+  const auto bits = [code](int lowest, std::uint32_t mask) {
+    return static_cast<std::int32_t>(code >> lowest & mask);
+  };
+  const std::int32_t hours = bits(26, 0x1F), minutes = bits(20, 0x3F), seconds = bits(13, 0x3F);
+  if (minutes < 60 && seconds < 60) time.take((hours * 60 + minutes) * 60 + seconds);
+}
+
+// Takes the groups of pictures that lie in the block wholly and outside the jumps. Returns the index to go on
+// from, which may lie far behind the block; at least 1 for a block of eight bytes or more.
+std::uint64_t take_groups(Bytes block, std::uint64_t jump, PlayingTime& time) {
+  std::uint64_t i = 0;
+  while (i + kGroupSize <= block.size()) {
+    const Bytes group = block.subspan(i, kGroupSize);
+    if (start_code(group) != kGroupOfPictures) {
+      ++i;
+      continue;
+    }
+    std::uint32_t code = 0;
+    if (!ByteReader(group.subspan(kStartCodeSize)).be32(code) || (code & kMarker) == 0) {
+      i += kStartCodeSize;
+      continue;
+    }
+    take_time_code(code, time);
+    i += kGroupSize + jump;
+  }
+  return i;
+}
+
+}  // namespace
+
+std::int32_t mpeg_playing_time(File& file, const std::string& path, std::uint64_t jump, int& result) {
+  PlayingTime time;
+  std::array<std::uint8_t, kMpegBlockSize> block{};
+  for (std::uint64_t offset = 0;;) {
+    const std::size_t size = file.read_at(offset, block);
+    if (size < block.size() && file.failed()) {
+      std::perror("read");
+      std::printf("\nRead error10(%s)\n", path.c_str());
+      result = -1;
+      break;
+    }
+    if (size < kGroupSize) break;
+    offset += take_groups(Bytes(block).first(size), jump, time);
+  }
+  return static_cast<std::int32_t>(
+      std::min<std::int64_t>(time.total(), std::numeric_limits<std::int32_t>::max()));
+}
+
+}  // namespace corvexal

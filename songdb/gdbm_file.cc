@@ -1,0 +1,103 @@
+#include "songdb/gdbm_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+namespace corvexal {
+namespace {
+
+// What a record takes at least: its slot in a bucket, with hash, key start, offset and two sizes.
+constexpr std::uint64_t kSlotSize = 24;
+
+// The start of a file's header, in host byte order:
+//     0 magic | 32 end of the used space, 64 bits | 40 free list: 40 room, 44 count, 48 next block, 64 bits
+constexpr std::uint32_t kMagicOf64BitFiles = 0x13579ACF;
+constexpr std::size_t kUsedEndAt = 32;
+constexpr std::size_t kFreeCountAt = 44;
+constexpr std::size_t kFreeListEnd = 56;
+
+std::uint64_t size_of(GDBM_FILE db) {
+  struct stat status {};
+  return fstat(gdbm_fdesc(db), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+// gdbm grows a file up to the end that its header names before it stores anything: a damaged header would
+// fill the disk. A file that gdbm was done with ends just there.
+bool ends_where_its_header_says(GDBM_FILE db) {
+  const int file = gdbm_fdesc(db);
+  std::uint32_t magic = 0;
+  std::uint64_t used_end = 0;
+  if (pread(file, &magic, sizeof magic, 0) != sizeof magic ||
+      pread(file, &used_end, sizeof used_end, kUsedEndAt) != sizeof used_end)
+    return false;
+  return magic != kMagicOf64BitFiles || used_end == size_of(db);
+}
+
+}  // namespace
+
+GdbmFile open_gdbm(const std::string& path, int flags) {
+  gdbm_errno = GDBM_FILE_OPEN_ERROR;
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) return {};
+  errno = 0;
+  GdbmFile db;
+  if (S_ISREG(status.st_mode)) db.reset(gdbm_open(path.c_str(), 0, flags | GDBM_NOLOCK, 0, nullptr));
+  if (!db && errno == 0) errno = EINVAL;
+  return db;
+}
+
+std::string gdbm_failure() {
+  const char* reason = std::strerror(errno);
+  return std::string(gdbm_strerror(gdbm_errno)) + ": " + reason;
+}
+
+Bytes Datum::bytes() const {
+  return {reinterpret_cast<const std::uint8_t*>(data_.get()), size_};
+}
+
+datum as_datum(Bytes bytes) {
+  auto* data = const_cast<std::uint8_t*>(bytes.data());
+  return {reinterpret_cast<char*>(data), static_cast<int>(bytes.size())};
+}
+
+KeyWalk::KeyWalk(GDBM_FILE db) : db_(db), steps_left_(size_of(db) / kSlotSize) {}
+
+bool KeyWalk::next() {
+  if (damaged_) return false;
+  key_ = Datum(started_ ? gdbm_nextkey(db_, key_.borrowed()) : gdbm_firstkey(db_));
+  started_ = true;
+  if (!key_) {
+    damaged_ = gdbm_last_errno(db_) != GDBM_ITEM_NOT_FOUND;
+    return false;
+  }
+  damaged_ = steps_left_-- == 0;
+  return !damaged_;
+}
+
+void forget_free_space(const std::string& path) {
+  std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+  std::uint32_t magic = 0;
+  if (!file.read(reinterpret_cast<char*>(&magic), sizeof magic) || magic != kMagicOf64BitFiles) return;
+  const auto size = static_cast<std::uint64_t>(file.seekg(0, std::ios::end).tellg());
+  const std::uint64_t used_end = 2 * size;
+  file.seekp(kUsedEndAt).write(reinterpret_cast<const char*>(&used_end), sizeof used_end);
+  constexpr std::array<char, kFreeListEnd - kFreeCountAt> kNothing{};
+  file.seekp(kFreeCountAt).write(kNothing.data(), kNothing.size());
+}
+
+bool is_sound(GDBM_FILE db) {
+  if (gdbm_needs_recovery(db) || !ends_where_its_header_says(db) || gdbm_avail_verify(db) != 0) return false;
+  gdbm_count_t counted_by_buckets = 0, found = 0;
+  if (gdbm_count(db, &counted_by_buckets) != 0) return false;
+  KeyWalk walk(db);
+  while (walk.next()) ++found;
+  return !walk.damaged() && found == counted_by_buckets;
+}
+
+}  // namespace corvexal

@@ -1,0 +1,331 @@
+#include "songdb/store.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <random>
+
+#include "base/byte_reader.h"
+#include "base/config.h"
+#include "base/locations.h"
+#include "base/text.h"
+#include "songdb/gdbm_file.h"
+#include "songdb/record.h"
+#include "tests/support/host_order.h"
+#include "tests/support/test_files.h"
+
+namespace corvexal {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::CapturedOutput;
+using testing::read_file;
+using testing::TestFolder;
+
+SongInfo song_of(std::uint32_t id, const std::string& path) {
+  SongInfo song;
+  song.id = id;
+  song.path = path;
+  song.fname = fs::path(path).filename().string();
+  song.type = "mp3";
+  return song;
+}
+
+// Every test has a mount path of its own, which is the working folder too, so the log lies beneath it.
+class Store : public ::testing::Test {
+ protected:
+  Store() {
+    fs::create_directories(mount_.path() + "/.systemfile");
+    fs::create_directories(mount_.path() + "/var/log");
+    fs::current_path(mount_.path());
+    global_cdata.mntpath = mount_.path();
+  }
+  ~Store() override {
+    db_close();
+    global_cdata.mntpath.clear();
+    fs::current_path(before_);
+  }
+
+  [[nodiscard]] std::string file() const { return mount_.path() + "/.systemfile/songs.gdb"; }
+  static int open(int reload = 0) {
+    CapturedOutput out;
+    return db_open(0, reload);
+  }
+  // The ids in the store, in gdbm's key order, as another process sees them.
+  [[nodiscard]] std::vector<std::uint32_t> ids_where(auto wanted) const {
+    std::vector<std::uint32_t> ids;
+    const GdbmFile db = open_gdbm(file(), GDBM_READER);
+    if (!db) return ids;
+    for (KeyWalk walk(db.get()); walk.next();) {
+      SongInfo song;
+      unpack_song(Datum(gdbm_fetch(db.get(), walk.key().borrowed())).bytes(), song);
+      if (wanted(song)) ids.push_back(song.id);
+    }
+    return ids;
+  }
+  [[nodiscard]] std::vector<std::uint32_t> ids() const {
+    return ids_where([](const SongInfo&) { return true; });
+  }
+
+  TestFolder mount_;
+  fs::path before_ = fs::current_path();
+};
+
+TEST_F(Store, IsMadeUnderTheMountPath) {
+  CapturedOutput out;
+  EXPECT_EQ(db_open(0, 0), 0);
+  EXPECT_EQ(out.text(), "db_open, db_path=" + file());
+  struct stat status {};
+  ASSERT_EQ(stat(file().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0600U);
+  EXPECT_EQ(db_close(), 0);
+}
+
+TEST_F(Store, StaysClosedWithoutAMountPathOrFolder) {
+  fs::remove_all(".systemfile");
+  EXPECT_EQ(open(), -1);
+  EXPECT_NE(read_file(kLogFile).find(":11Could not open songs database (" + file() +
+                                     "): No such file or directory\n"),
+            std::string::npos);
+  global_cdata.mntpath.clear();
+  CapturedOutput out;
+  EXPECT_EQ(db_open(0, 0), 0);
+  EXPECT_EQ(out.text(), "11SQL_open():Open DB fail\n");
+
+  const auto songs_before = db_song_count;
+  EXPECT_EQ(db_add(song_of(1, "/mnt/a.mp3")), 0);
+  EXPECT_EQ(db_song_count, songs_before);
+  EXPECT_FALSE(db_fetch(1));
+  EXPECT_EQ(db_exists(1), 0);
+  EXPECT_EQ(db_time_stored(1), 0);
+  EXPECT_EQ(db_path_modified(1, "/a.mp3"), 1);
+  const std::string paths[] = {"/mnt/a.mp3"};
+  EXPECT_EQ(db_delete(1), 0);
+  EXPECT_EQ(db_delete_by_path_OneFile(paths), 0);
+  EXPECT_EQ(db_delete_by_path(paths, true), 0);
+}
+
+TEST_F(Store, KeepsOneRecordAnIdAndCountsWhatItStored) {
+  ASSERT_EQ(open(), 0);
+  const auto songs_before = db_song_count, new_before = db_new_count;
+  SongInfo song = song_of(7, "/mnt/a.mp3");
+  song.time_played = 99;
+  song.time_modified = 5;
+  const std::time_t start = std::time(nullptr);
+  EXPECT_EQ(db_add(song), 0);
+  song.title = "second";
+  EXPECT_EQ(db_add(song), 0);
+  EXPECT_EQ(db_song_count, songs_before + 2);
+  EXPECT_EQ(db_new_count, new_before + 1);
+  EXPECT_EQ(song.time_stored, 0);
+
+  const auto stored = db_fetch(7);
+  ASSERT_TRUE(stored);
+  EXPECT_EQ(stored->title, "second");
+  EXPECT_GE(stored->time_added, start);
+  EXPECT_EQ(stored->time_modified, 5);
+  EXPECT_EQ(stored->time_played, 0);
+  EXPECT_EQ(stored->time_stored, db_time_stored(7));
+  EXPECT_GE(stored->time_stored, start);
+
+  EXPECT_EQ(db_path_modified(7, "/a.mp3"), 0);  // the form in which paths are compared
+  EXPECT_EQ(db_path_modified(7, "/A.mp3"), 1);
+  EXPECT_EQ(db_path_modified(7, "/mnt/a.mp3"), 1);
+  EXPECT_EQ(db_path_modified(8, "/a.mp3"), 1);
+
+  EXPECT_EQ(db_delete(8), 0);
+  EXPECT_EQ(db_exists(7), 1);
+  EXPECT_EQ(db_delete(7), 0);
+  EXPECT_EQ(db_exists(7), 0);
+}
+
+TEST_F(Store, IsEmptiedOnReloadAndWhenItsFirstRecordIsOfAnotherVersion) {
+  for (const bool reload : {true, false}) {
+    ASSERT_EQ(open(), 0);
+    for (const std::uint32_t id : {1U, 2U, 3U}) db_add(song_of(id, "/mnt/a.mp3"));
+    db_close();
+    fs::permissions(file(), fs::perms(0640));
+    if (!reload) {
+      const GdbmFile db = open_gdbm(file(), GDBM_WRITER);
+      const Datum key(gdbm_firstkey(db.get()));
+      PackedSong record = *pack_song(song_of(record_id(key.bytes()), "/mnt/a.mp3"));
+      std::memcpy(record.data(), testing::host_words({7}).data(), 4);
+      ASSERT_EQ(gdbm_store(db.get(), key.borrowed(), as_datum(record), GDBM_REPLACE), 0);
+    }
+    EXPECT_EQ(open(reload ? 1 : 0), 0);
+    EXPECT_TRUE(ids().empty()) << reload;
+    EXPECT_EQ(fs::status(file()).permissions(), fs::perms(0640)) << reload;
+    db_add(song_of(1, "/mnt/a.mp3"));
+    EXPECT_EQ(ids().size(), 1U) << reload;
+    db_close();
+  }
+}
+
+// The store answers from an index; what it deletes has to be what a walk through all records finds first.
+TEST_F(Store, DeletesTheFirstRecordThatAWalkWouldFind) {
+  ASSERT_EQ(open(), 0);
+  std::mt19937 random(1);
+  const char* const given[] = {"/mnt/a.mp3",   "/MNT/A.mp3", "/mnt/b/c.mp3", "/mnt/", "/mnt",
+                               "/other/x.mp3", "/a.mp3",     "nt/",          "",      "/",
+                               "mnt/a.mp3"};
+  const char* const stored[] = {"/mnt/a.mp3",
+                                "/abc/mnt/a.mp3",
+                                "/ABC/Mnt/a.MP3",
+                                "/abc/mnt/a.mp3.mp3",
+                                "/abc/mnt/b/c.mp3",
+                                "/mnt/mnt/a.mp3",
+                                "/xyz/other/x.mp3",
+                                "/a/a.mp3",
+                                "/ab",
+                                "/mnt/Mnt/b/C.mp3",
+                                "12345",
+                                ""};
+  std::size_t deleted = 0;
+  for (std::uint32_t round = 0; round < 600; ++round) {
+    db_add(song_of(static_cast<std::uint32_t>(random() % 40), stored[random() % std::size(stored)]));
+    const std::string path = given[random() % std::size(given)];
+    const auto matching = ids_where(
+        [&path](const SongInfo& song) { return song.path && starts_with_ignoring_case(*song.path, path); });
+    auto expected = ids();
+    if (!matching.empty()) std::erase(expected, matching.front());
+    deleted += matching.empty() ? 0 : 1;
+    const std::string paths[] = {path, "/ignored"};
+    EXPECT_EQ(db_delete_by_path_OneFile(paths), 0);
+    std::vector<std::uint32_t> left = ids();
+    std::sort(left.begin(), left.end());
+    std::sort(expected.begin(), expected.end());
+    ASSERT_EQ(left, expected) << "round " << round << ' ' << path;
+  }
+  EXPECT_GT(deleted, 100U);
+}
+
+TEST_F(Store, DeletesByAListOfPathsOrKeepsOnlyThose) {
+  const std::string prefixes[] = {"/mnt/A", "/share/"};
+  for (const bool keep : {false, true}) {
+    ASSERT_EQ(open(1), 0);
+    for (std::uint32_t id = 0; id < 400; ++id)
+      db_add(song_of(id, id % 3 == 0 ? "/abc/mnt/a.mp3" : "/abc/mnt/b.mp3"));
+    EXPECT_EQ(db_delete_by_path(prefixes, keep), 0);
+    const auto left = ids();
+    EXPECT_EQ(left.size(), keep ? 134U : 266U);
+    for (const std::uint32_t id : left) EXPECT_EQ(id % 3 == 0, keep) << id;
+  }
+}
+
+TEST_F(Store, RefusesWhatIsNoStoreAndLeavesItAlone) {
+  const std::string text(5000, 'x');
+  mount_.write(".systemfile/songs.gdb", text);
+  CapturedOutput errors(2);
+  CapturedOutput out;
+  EXPECT_EQ(db_open(0, 0), -1);
+  EXPECT_EQ(errors.text(), "Song store " + file() + " cannot be opened: Bad magic number: Invalid argument\n");
+  EXPECT_EQ(read_file(file()), text);
+
+  fs::remove(file());
+  ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
+  EXPECT_EQ(open(), -1);
+  fs::remove(file());
+  fs::create_directory(file());
+  EXPECT_EQ(open(), -1);
+}
+
+class DamagedStore : public Store {
+ protected:
+  DamagedStore() {
+    open();
+    for (std::uint32_t id = 0; id < 400; ++id) db_add(song_of(id, "/mnt/song" + std::to_string(id) + ".mp3"));
+    db_close();
+    healthy_ = read_file(file());
+  }
+  // Opens the store made of these bytes; what opens can be walked, added to and deleted from.
+  void use(const std::string& bytes, const std::string& what) {
+    mount_.write(".systemfile/songs.gdb", bytes);
+    CapturedOutput errors(2);
+    if (open() != 0) return;
+    for (const std::uint32_t id : {5U, 1000U}) {
+      db_delete(id);
+      db_add(song_of(id, "/mnt/new.mp3"));
+      EXPECT_EQ(db_exists(id), 1) << what;
+    }
+    const std::string nowhere[] = {"/nowhere/a"};
+    db_delete_by_path(nowhere, false);
+    db_close();
+  }
+  std::string healthy_;
+};
+
+TEST_F(DamagedStore, IsRefusedOrRepairedWhereverItIsCut) {
+  for (std::size_t size = 1; size < healthy_.size(); size += 1021)
+    use(healthy_.substr(0, size), "cut to " + std::to_string(size));
+}
+
+TEST_F(DamagedStore, IsRefusedOrRepairedWhateverByteIsBent) {
+  std::mt19937 random(2);
+  for (int round = 0; round < 150; ++round) {
+    std::string bent = healthy_;
+    const std::size_t block = random() % 3 == 0 ? 0 : random() % (bent.size() / 4096) * 4096;
+    const std::size_t at = block + random() % 200;
+    bent[at] = static_cast<char>(random());
+    use(bent, "byte " + std::to_string(at));
+  }
+}
+
+// A kill between two writes of gdbm leaves a header that names another end than the file's. gdbm itself would
+// fill the disk up to there.
+TEST_F(DamagedStore, IsRebuiltWithEveryRecordWhenItsEndIsNotWhereTheHeaderSays) {
+  for (const std::uint64_t end : {std::uint64_t{INT64_MAX}, std::uint64_t{healthy_.size() - 4096}}) {
+    std::string bent = healthy_;
+    std::memcpy(bent.data() + 32, &end, sizeof end);
+    mount_.write(".systemfile/songs.gdb", bent);
+    CapturedOutput errors(2);
+    EXPECT_EQ(open(), 0);
+    EXPECT_EQ(errors.text(), "Song store " + file() + " was damaged and has been rebuilt with 400 records\n");
+    EXPECT_EQ(ids().size(), 400U);
+    EXPECT_LE(fs::file_size(file()), healthy_.size() * 2);
+    db_close();
+  }
+}
+
+TEST_F(DamagedStore, LosesTheTornRecordOnly) {
+  const std::size_t record = healthy_.find("/mnt/song123.mp3") - 124;
+  mount_.write(".systemfile/.song.gdb.keep", "no rebuild of ours");
+  mount_.write(".systemfile/songs.gdb.aB3dE6", "an unfinished rebuild");
+  mount_.write(".systemfile/songs.gdb", healthy_.substr(0, record - 4) + "torn" + healthy_.substr(record));
+  EXPECT_EQ(open(), 0);
+  EXPECT_EQ(ids().size(), 399U);
+  EXPECT_EQ(db_exists(123), 0);
+  EXPECT_FALSE(fs::exists(file() + ".aB3dE6"));
+  EXPECT_TRUE(fs::exists(".systemfile/.song.gdb.keep"));
+}
+
+// The run may be killed at any moment; the next one has to find a store that it can use.
+TEST_F(Store, SurvivesAKillWhileStoring) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 40; ++round) {
+    const pid_t child = fork();
+    if (child == 0) {
+      open(round % 10 == 9 ? 1 : 0);
+      for (std::uint32_t i = 0;; ++i)
+        db_add(song_of(i * 7 % 1000, "/mnt/" + std::string(1 + i % 211, 'x') + ".mp3"));
+    }
+    usleep(static_cast<useconds_t>(random() % 20000));
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    ASSERT_EQ(open(), 0) << round;
+    const auto found = ids();
+    db_add(song_of(5000, "/mnt/a.mp3"));
+    EXPECT_EQ(db_exists(5000), 1) << round;
+    EXPECT_GE(ids().size(), found.size()) << round;
+    db_delete(5000);
+    db_close();
+  }
+}
+
+}  // namespace
+}  // namespace corvexal
