@@ -1,6 +1,8 @@
 #include "catalogue/database.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <thread>
 #include <utility>
 
 namespace corvexal {
@@ -34,7 +36,7 @@ std::string_view Rows::text(int column) const {
           static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
 }
 
-int Database::open(const std::string& path, int busy_timeout_ms) {
+int Database::open(const std::string& path, std::chrono::milliseconds busy_timeout) {
   close();
   sqlite3* handle = nullptr;
   const int code = sqlite3_open(path.c_str(), &handle);
@@ -44,11 +46,24 @@ int Database::open(const std::string& path, int busy_timeout_ms) {
     handle_.reset();
     return code;
   }
-  sqlite3_busy_timeout(handle_.get(), busy_timeout_ms);
-  // A spill would lock readers out in the middle of a transaction; what one holds is bounded by the sort
-  // tables.
-  simple("PRAGMA cache_spill=OFF");
+  busy_timeout_ = busy_timeout;
+  sqlite3_busy_handler(handle_.get(), wait_for_lock, this);
+  // A spill locks readers out from there to the commit, so only a change of much of a large catalogue may
+  // spill: past 10,000 pages, 40 MiB.
+  simple("PRAGMA cache_spill=10000");
   return SQLITE_OK;
+}
+
+// Called by SQLite when another connection's lock is in the way; 0 gives up.
+int Database::wait_for_lock(void* database, int tries) {
+  auto& self = *static_cast<Database*>(database);
+  // Here only a spill meets a lock, that of a reader: it is put off, and memory grows instead.
+  if (self.inside_write_) return 0;
+  const auto now = std::chrono::steady_clock::now();
+  if (tries == 0) self.waiting_since_ = now;
+  if (now - self.waiting_since_ >= self.busy_timeout_) return 0;
+  std::this_thread::sleep_for(std::chrono::milliseconds(std::min(1 << std::min(tries, 6), 50)));
+  return 1;
 }
 
 void Database::close() {
@@ -83,7 +98,7 @@ int Database::simple(const char* sql) {
 int Database::run(std::string_view format, std::span<const SqlValue> values) {
   zErrMsg.reset();
   if (!handle_) return fail(SQLITE_MISUSE, sqlite3_errstr(SQLITE_MISUSE));
-  if (format == "BEGIN;" && in_transaction()) return SQLITE_OK;
+  if (joins_or_leaves(format)) return SQLITE_OK;
 
   BoundSql sql = bind_sql(format, values);
   Statement statement;
@@ -96,12 +111,24 @@ int Database::run(std::string_view format, std::span<const SqlValue> values) {
   return code;
 }
 
+bool Database::joins_or_leaves(std::string_view format) {
+  if (format == "BEGIN;" && in_transaction()) return joined_ = true;
+  return format == "COMMIT;" && std::exchange(joined_, false);
+}
+
 int Database::execute(sqlite3_stmt* statement) {
   // Taking the write lock here, where waiting for it is possible, and not at some later statement, where it
   // isn't.
-  if (sqlite3_stmt_readonly(statement) == 0 && !in_transaction()) {
+  if (sqlite3_stmt_readonly(statement) != 0) return check(sqlite3_step(statement));
+  if (!in_transaction())
     if (const int code = check(simple("BEGIN IMMEDIATE")); code != SQLITE_OK) return code;
-  }
+  inside_write_ = true;
+  const int code = write(statement);
+  inside_write_ = false;
+  return code;
+}
+
+int Database::write(sqlite3_stmt* statement) {
   int code = sqlite3_step(statement);
   while (code == SQLITE_ROW) code = sqlite3_step(statement);
   return check(code);

@@ -2,7 +2,7 @@
 
 #include <sqlite3.h>
 
-#include <cstdint>
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <span>
@@ -62,9 +62,9 @@ class Database {
   Database& operator=(const Database&) = delete;
 
   // Opens (or creates) the file. A lock held by another connection is waited for, each time up to
-  // `busy_timeout_ms`. Returns SQLite's result code; on failure one line on standard error says why and the
+  // `busy_timeout`. Returns SQLite's result code; on failure one line on standard error says why and the
   // catalogue is closed.
-  int open(const std::string& path, int busy_timeout_ms = kBusyTimeoutMs);
+  int open(const std::string& path, std::chrono::milliseconds busy_timeout = kBusyTimeout);
 
   // Commits what is open and closes; harmless on a closed catalogue. A commit that fails is said on standard
   // error.
@@ -100,7 +100,7 @@ class Database {
     }
   }
 
-  static constexpr int kBusyTimeoutMs = 60'000;
+  static constexpr std::chrono::milliseconds kBusyTimeout{60'000};
 
  private:
   friend class Rows;
@@ -113,14 +113,21 @@ class Database {
   int prepare(const BoundSql& sql, Statement& statement);
   void give_back(std::string sql, Statement statement);
   int execute(sqlite3_stmt* statement);
+  int write(sqlite3_stmt* statement);
+  static int wait_for_lock(void* database, int tries);
   int simple(const char* sql);
   int fail(int code, const char* text);
   int check(int code);
   bool in_transaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
+  bool joins_or_leaves(std::string_view format);
   void note_loss();
 
   std::unique_ptr<sqlite3, CloseHandle> handle_;
   std::unordered_map<std::string, Statement> prepared_;  // statements not in use, by their text
+  std::chrono::milliseconds busy_timeout_{};
+  std::chrono::steady_clock::time_point waiting_since_;
+  bool inside_write_ = false;
+  bool joined_ = false;  // inside a "BEGIN;" that joined
   bool lost_work_ = false;
 };
 

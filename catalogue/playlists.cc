@@ -150,7 +150,7 @@ struct PlaylistFormat {
   const char* select;  // a walk through the whole table, once a run
   const char* update;
   void (*read)(Lines&, SongList&);
-  bool in_transaction;         // reading is one of its own; the update comes after it
+  bool in_transaction;         // the file is read in one of its own; the update comes after it
   int unreadable, not_stored;  // digits of messages
 };
 

@@ -22,8 +22,10 @@ class FormatReader {
     is_value = false;
     if (peek() != '%') return take(1);
     if (format_.starts_with("%%")) return take(2).substr(1);
+    const std::size_t conversion = format_.find_first_of("sdu");
+    if (conversion == std::string_view::npos) return take(1);
     is_value = true;
-    take(std::min(format_.find_first_of("sdu") + 1, format_.size()));
+    take(conversion + 1);
     if (values_.empty()) return {};
     const std::string_view text = values_.front().text();
     values_ = values_.subspan(1);

@@ -12,14 +12,15 @@ target_compile_options(corvexal_settings INTERFACE
 target_link_options(corvexal_settings INTERFACE -Wl,-z,relro,-z,now)
 
 if(CORVEXAL_SANITIZE)
+  target_compile_definitions(corvexal_settings INTERFACE _GLIBCXX_ASSERTIONS)
   target_compile_options(corvexal_settings INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(corvexal_settings INTERFACE -fsanitize=address,undefined)
 else()
-  # Fortified calls need the optimiser, so a debug build goes without them.
-  target_compile_definitions(corvexal_settings INTERFACE
-    $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
-  target_compile_options(corvexal_settings INTERFACE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>)
+  # Fortified calls need the optimiser, so a debug build goes without them. In this order on one line: some compilers
+  # come with a level of their own.
+  target_compile_options(corvexal_settings INTERFACE
+    "$<$<NOT:$<CONFIG:Debug>>:SHELL:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>")
 endif()
 
 if(CORVEXAL_FUZZ)

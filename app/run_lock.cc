@@ -1,0 +1,46 @@
+#include "app/run_lock.h"
+
+#include <sys/ipc.h>
+#include <sys/sem.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace corvexal {
+namespace {
+
+int failed(const char* what) {
+  std::printf("%s ERRNO:%d\n", what, errno);
+  return -1;
+}
+
+int change_semaphore(int sem_id, short by) {
+  sembuf operation{.sem_num = 0, .sem_op = by, .sem_flg = SEM_UNDO};
+  if (semop(sem_id, &operation, 1) == 0) return 0;
+  // One text for both directions; scripts that watch for it know it so.
+  return failed("Semaphore Wait");
+}
+
+}  // namespace
+
+int GetSemaphoreID(int key) {
+  if (const int sem_id = semget(key, 1, 0); sem_id != -1) return sem_id;
+  if (errno != ENOENT) return failed("Open Semaphore");
+  // Two runs that both find the set missing may both set it to free: an accepted race, once in a device's
+  // life.
+  const int sem_id = semget(key, 1, IPC_CREAT);
+  if (sem_id == -1) return failed("Create Semaphore");
+  constexpr int kFree = 1;
+  if (semctl(sem_id, 0, SETVAL, kFree) == -1) return failed("Init Semaphore");
+  return sem_id;
+}
+
+int semaphore_wait(int sem_id) {
+  return change_semaphore(sem_id, -1);
+}
+
+int semaphore_release(int sem_id) {
+  return change_semaphore(sem_id, 1);
+}
+
+}  // namespace corvexal

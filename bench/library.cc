@@ -1,0 +1,123 @@
+#include "bench/library.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+#include "catalogue/object_ids.h"
+#include "catalogue/schema.h"
+
+namespace corvexal::bench {
+namespace {
+
+namespace fs = std::filesystem;
+
+void add_song(Database& database, int number, const std::string& folder, const std::string& name) {
+  const auto numbered = [number](const char* what, int of) { return what + std::to_string(number % of); };
+  database.exec(
+      "insert into music_tbl values "
+      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"mp3\",\"2020-01-01T12:00:00\",\"4000000\",\"%s\","
+      "\"%s\",\"%s\",\"%s\",\"192\",\"0\",\"0\",\"0\",\"4\",\"0\",\"%llu\",\"4000000000001\",\"0\",\"0\","
+      "\"0\");",
+      number, folder, name, folder, name, numbered("Genre ", 120), numbered("Artist ", 5000),
+      numbered("Album ", 10'000), numbered(number % 3 == 0 ? "Title " : "title ", 90'000),
+      kFirstObjectIds.music_file_objid + static_cast<unsigned>(number));
+}
+
+void add_folder(Database& database, int number, const std::string& folder) {
+  database.exec("insert into path_objid_tbl values (\"%s\",\"%llu\",\"0\",\"3\",\"0\",\"1\",\"0\");", folder,
+                kFirstObjectIds.media_path_objid + static_cast<unsigned>(number));
+}
+
+double seconds(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+}  // namespace
+
+Library::Library(const std::string& root) : root_(fs::absolute(root).string()) {
+  if (!fs::exists(root_ + "/pristine.db")) in_own_process([this] { make(); });
+}
+
+std::string Library::genre(int number) const {
+  return share() + "/Music/Genre " + std::to_string(100 + number);
+}
+
+std::string Library::folder(int genre_number, int number) const {
+  // The underscores are wildcards in the catalogue's look-ups: the harder case.
+  return genre(genre_number) + "/Artist_" + std::to_string(number / 20) + "/Album_" +
+         std::to_string(number % 20);
+}
+
+void Library::make() const {
+  std::cerr << "Making a library of 100,000 songs in " << root_ << " ...\n";
+  fs::create_directories(root_ + "/etc");
+  fs::create_directories(root_ + "/var/log");
+  fs::create_directories(share());
+  std::ofstream(root_ + "/etc/upnpav.conf") << "sharepath=" << share() << "\nmntpath=" << share() << "\n";
+  if (create_catalogue(share()) != 0) std::abort();
+  Database database;
+  database.open(catalogue_path(share()));
+  int number = 0;
+  for (int i = 0; i < kGenres * kFoldersPerGenre; ++i) {
+    const std::string path = folder(i / kFoldersPerGenre, i % kFoldersPerGenre) + '/';
+    fs::create_directories(path);
+    add_folder(database, i, path);
+    for (int track = 0; track < kSongsPerFolder; ++track) {
+      std::ofstream{path + song(track)};
+      add_song(database, ++number, path, song(track));
+    }
+  }
+  database.close();
+  fs::copy_file(catalogue_path(share()), root_ + "/pristine.db");
+}
+
+void Library::restore() const {
+  fs::copy_file(root_ + "/pristine.db", catalogue_path(share()), fs::copy_options::overwrite_existing);
+}
+
+void in_own_process(const std::function<void()>& work) {
+  const pid_t child = fork();
+  if (child == 0) {
+    work();
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (status != 0) std::abort();
+}
+
+Cost run_program(const std::string& root, const std::vector<std::string>& arguments) {
+  std::string program = CORVEXAL_PROGRAM;
+  std::vector<std::string> words = arguments;
+  std::vector<char*> argv = {program.data()};
+  for (std::string& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addchdir_np(&actions, root.c_str());
+  posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+
+  Cost cost;
+  pid_t child = 0;
+  rusage usage{};
+  const auto start = std::chrono::steady_clock::now();
+  if (posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ) != 0) std::abort();
+  wait4(child, &cost.status, 0, &usage);
+  cost.wall_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  posix_spawn_file_actions_destroy(&actions);
+  cost.cpu_seconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
+  cost.peak_mib = static_cast<double>(usage.ru_maxrss) / 1024;
+  return cost;
+}
+
+}  // namespace corvexal::bench

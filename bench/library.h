@@ -1,0 +1,53 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace corvexal::bench {
+
+// A made-up share with a catalogue of 100,000 songs in 10,000 folders, in a folder that stands for the
+// device's root. Every song is a file (empty) on the disk, so that a walk over the catalogue finds it. Made
+// once and kept.
+class Library {
+ public:
+  static constexpr int kGenres = 20;
+  static constexpr int kFoldersPerGenre = 500;
+  static constexpr int kSongsPerFolder = 10;
+
+  // Uses the library under `root`, making it first when it is not there.
+  explicit Library(const std::string& root);
+
+  [[nodiscard]] const std::string& root() const { return root_; }
+  [[nodiscard]] std::string share() const { return root_ + "/share"; }
+
+  // Paths without a trailing "/". Folders of a genre are numbered from 0.
+  [[nodiscard]] std::string genre(int number) const;
+  [[nodiscard]] std::string folder(int genre_number, int number) const;
+  [[nodiscard]] static std::string song(int number) { return "Track " + std::to_string(number) + ".mp3"; }
+
+  // Puts the catalogue back to how it was made.
+  void restore() const;
+
+ private:
+  void make() const;
+
+  std::string root_;
+};
+
+// Does the work in a process of its own: what a process has once needed counts in the peak memory of every
+// program that it starts later.
+void in_own_process(const std::function<void()>& work);
+
+// What one run of the program cost.
+struct Cost {
+  double wall_seconds = 0;
+  double cpu_seconds = 0;
+  double peak_mib = 0;
+  int status = 0;
+};
+
+// Runs the program in a folder that stands for the device's root; what it prints is dropped.
+[[nodiscard]] Cost run_program(const std::string& root, const std::vector<std::string>& arguments);
+
+}  // namespace corvexal::bench

@@ -1,0 +1,110 @@
+#include "catalogue/add_file.h"
+
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <utility>
+
+#include "base/paths.h"
+#include "base/text.h"
+#include "catalogue/database.h"
+#include "catalogue/media_rows.h"
+#include "catalogue/object_ids.h"
+#include "catalogue/path_depth.h"
+#include "catalogue/playlists.h"
+#include "catalogue/row_counts.h"
+#include "catalogue/sort_tables.h"
+
+namespace corvexal {
+namespace {
+
+constexpr std::size_t kExtensionLimit = 6;  // this many characters after the dot are too many
+
+// Describes the file at `path`; a file that cannot be read from the disk counts as empty and as old as time
+// itself.
+MediaFile describe(const std::string& path) {
+  MediaFile file;
+  file.path = path;
+  struct stat status {};
+  if (stat(path.c_str(), &status) == 0) {
+    file.size = static_cast<std::uint64_t>(status.st_size);
+    file.modified = status.st_mtime;
+  }
+  file.depth = depth_below_share(path, 2);
+  GetParentDirectory(path, file.folder);
+  return file;
+}
+
+// Music, photo and video rows are numbered from the rows there are; playlists and subtitles take the counter
+// as it stands. Readers know identifiers given in this way.
+void advance_identifier(MediaKind kind) {
+  if (kind == MediaKind::kMusic) advance_by_row_count("music_tbl", init_objid.music_file_objid);
+  if (kind == MediaKind::kVideo) advance_by_row_count("video_tbl", init_objid.video_file_objid);
+  if (kind == MediaKind::kPhoto) {
+    advance_by_row_count("photo_tbl", init_objid.photo_file_objid);
+    init_objid.photo_file_objid = get_objid("photo_tbl", init_objid.photo_file_objid);
+  }
+}
+
+void report_conversions(const MediaRow& row) {
+  const MediaKind kind = row.file.kind;
+  if (kind == MediaKind::kMusic && row.folder_status != 0) std::printf("1ret = %d\n", row.folder_status);
+  if (row.name_status == 0) return;
+  if (kind == MediaKind::kPhoto)
+    std::printf("MmsAddMediaFile(): ret = [%d]\n", row.name_status);
+  else
+    std::printf("%dret = %d\n",
+                kind == MediaKind::kMusic   ? 2
+                : kind == MediaKind::kVideo ? 4
+                                            : 5,
+                row.name_status);
+}
+
+bool is_in_catalogue(const MediaRow& row) {
+  return QueryRowCount(g_db, "select * from %s where UTF_Path = \"%s\" AND UTF_fname= \"%s\" ",
+                       media_table(row.file.kind), row.utf_folder, row.utf_name) > 0;
+}
+
+// The work that follows an insert. A subtitle needs none.
+void finish(MediaKind kind) {
+  if (kind == MediaKind::kMusic) RebuildSortTables(1);
+  if (kind == MediaKind::kVideo) RebuildSortTables(2);
+  if (kind == MediaKind::kPhoto) RebuildSortTables(3);
+  if (kind == MediaKind::kMusic || kind == MediaKind::kPlaylist) playlist_pending = 1;
+}
+
+int add_row(const MediaRow& row) {
+  if (is_in_catalogue(row)) return 1;
+  const MediaKind kind = row.file.kind;
+  const int number = LastRowNo(g_db, media_table(kind)) + 1;
+  // A photo hangs below the parent folder's identifier, everything else below the folder's own.
+  const std::uint64_t parent =
+      kind == MediaKind::kPhoto ? init_objid.media_path_parid : init_objid.media_path_objid;
+  if (insert_media_row(row, number, parent) != SQLITE_OK) return kind == MediaKind::kMusic ? -1 : 0;
+  finish(kind);
+  return 1;
+}
+
+}  // namespace
+
+int MmsAddMediaFile(const std::string& path) {
+  MediaFile file = describe(path);
+  init_objid.media_path_parid = file.depth != 0 ? get_parid(path) : 0;
+
+  const std::size_t dot = path.rfind('.');
+  if (dot == std::string::npos || path.size() - dot - 1 >= kExtensionLimit) return 0;
+  const std::string extension = path.substr(dot);
+  file.name = FileBaseName(path, "/", false) + extension;
+  file.extension = extension.substr(1);
+  StringToLower(file.extension);
+  file.kind = media_kind(extension);
+  if (file.kind == MediaKind::kOther) return 1;
+
+  advance_identifier(file.kind);
+  const std::optional<MediaRow> row = read_media_row(std::move(file));
+  if (!row) return 1;
+  report_conversions(*row);
+  return add_row(*row);
+}
+
+}  // namespace corvexal

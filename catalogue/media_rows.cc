@@ -1,0 +1,148 @@
+#include "catalogue/media_rows.h"
+
+#include <utility>
+
+#include "catalogue/database.h"
+#include "catalogue/object_ids.h"
+#include "metadata/charset.h"
+#include "metadata/id3_tags.h"
+#include "metadata/mp3_stream.h"
+
+namespace corvexal {
+namespace {
+
+constexpr std::size_t kTagTextSize = 30;
+constexpr const char* kNoTag = "Others";
+
+std::string date_text(std::time_t time) {
+  std::tm local{};
+  char text[128] = "";
+  if (localtime_r(&time, &local) != nullptr) std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &local);
+  return text;
+}
+
+std::string tag_text(int has_tag, const Text& tag, const std::string& otherwise) {
+  return (has_tag == 1 && tag ? *tag : otherwise).substr(0, kTagTextSize);
+}
+
+SongInfo song_of(const MediaFile& file) {
+  SongInfo song;
+  song.path = file.path;
+  song.fname = file.name;
+  song.type = file.name.substr(file.name.rfind('.') + 1);
+  return song;
+}
+
+void read_music(MediaRow& row, SongInfo& song, bool has_tags) {
+  row.music.title = tag_text(has_tags ? have_title : 0, song.title, row.utf_name);
+  row.music.artist = tag_text(has_tags ? have_artist : 0, song.artist, kNoTag);
+  row.music.album = tag_text(has_tags ? have_album : 0, song.album, kNoTag);
+  row.music.genre = tag_text(has_tags ? have_genre : 0, song.genre, kNoTag);
+  QuoteForSql(row.music.title);
+  if (scan_get_mp3fileinfo(row.file.path, song) == -1) song.bitrate = 0;
+  row.music.bitrate = static_cast<std::uint32_t>(song.bitrate);
+}
+
+void convert_names(MediaRow& row) {
+  Converted folder = convert_to_utf8(row.file.folder, from_codepage.c_str());
+  Converted name = convert_to_utf8(row.file.name, from_codepage.c_str());
+  row.folder_status = folder.status;
+  row.name_status = name.status;
+  row.utf_folder = std::move(folder.text).value_or(row.file.folder);
+  row.utf_name = std::move(name.text).value_or(row.file.name);
+}
+
+int insert_music(const MediaRow& row, int number, std::uint64_t parent) {
+  const MediaFile& file = row.file;
+  const MusicFacts& music = row.music;
+  return g_db.exec(
+      "insert into music_tbl values "
+      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"%s\",\"%s\",\"%s\","
+      "\"%s\",\"%u\",\"0\",\"0\",\"0\",\"%d\",\"0\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
+      number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
+      file.size, music.genre, music.artist, music.album, music.title, music.bitrate, file.depth,
+      init_objid.music_file_objid++, parent);
+}
+
+int insert_photo(const MediaRow& row, int number, std::uint64_t parent) {
+  const MediaFile& file = row.file;
+  return g_db.exec(
+      "insert into photo_tbl values "
+      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"%d\",\"%d\",\"%d\","
+      "\"0\",\"0\",\"0\",\"%d\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
+      number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
+      file.size, row.photo.width, row.photo.height, row.photo.color_depth, file.depth,
+      init_objid.photo_file_objid++, parent);
+}
+
+int insert_video(const MediaRow& row, int number, std::uint64_t parent) {
+  const MediaFile& file = row.file;
+  return g_db.exec(
+      "insert into video_tbl values "
+      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"%d\",\"%d\",\"0\","
+      "\"%d\",\"0\",\"0\",\"0\",\"0\",\"%d\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
+      number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
+      file.size, row.video.width, row.video.height, row.video.video_format, file.depth,
+      init_objid.video_file_objid++, parent);
+}
+
+int insert_playlist(const MediaRow& row, int number, std::uint64_t parent) {
+  const MediaFile& file = row.file;
+  return g_db.exec(
+      "insert into music_tbl values "
+      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"0\",\"0\",\"0\",\"0\","
+      "\"0\",\"0\",\"0\",\"0\",\"%d\",\"0\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
+      number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
+      file.size, file.depth, init_objid.music_file_objid++, parent);
+}
+
+int insert_subtitle(const MediaRow& row, int number, std::uint64_t parent) {
+  const MediaFile& file = row.file;
+  return g_db.exec(
+      "insert into video_tbl values "
+      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"0\",\"0\",\"0\",\"0\","
+      "\"0\",\"0\",\"0\",\"0\",\"%d\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
+      number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
+      file.size, file.depth, init_objid.video_file_objid++, parent);
+}
+
+}  // namespace
+
+std::optional<MediaRow> read_media_row(MediaFile file) {
+  MediaRow row;
+  row.file = std::move(file);
+  SongInfo song;
+  bool has_tags = false;
+  if (row.file.kind == MediaKind::kPhoto) {
+    row.photo.path = row.file.path;
+    if (get_img_size(row.photo) == 0) return std::nullopt;
+  } else if (row.file.kind == MediaKind::kVideo) {
+    get_video_info(row.file.path, row.video);
+  } else if (row.file.kind == MediaKind::kMusic) {
+    song = song_of(row.file);
+    has_tags = scan_get_mp3tags(row.file.path, song) != -1;
+  }
+  convert_names(row);
+  if (row.file.kind == MediaKind::kMusic) read_music(row, song, has_tags);
+  return row;
+}
+
+int insert_media_row(const MediaRow& row, int number, std::uint64_t parent) {
+  switch (row.file.kind) {
+    case MediaKind::kMusic:
+      return insert_music(row, number, parent);
+    case MediaKind::kPhoto:
+      return insert_photo(row, number, parent);
+    case MediaKind::kVideo:
+      return insert_video(row, number, parent);
+    case MediaKind::kPlaylist:
+      return insert_playlist(row, number, parent);
+    case MediaKind::kSubtitle:
+      return insert_subtitle(row, number, parent);
+    case MediaKind::kOther:
+      break;
+  }
+  return SQLITE_OK;
+}
+
+}  // namespace corvexal

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <string>
+
+#include "catalogue/media_types.h"
+#include "metadata/image_size.h"
+#include "metadata/mpeg_video.h"
+
+namespace corvexal {
+
+// Where a media file lies and what the disk says of it.
+struct MediaFile {
+  std::string path;       // folder and name
+  std::string folder;     // as on disk, with its trailing "/"
+  std::string name;       // as on disk
+  std::string extension;  // lower case, without the dot
+  MediaKind kind = MediaKind::kOther;
+  std::time_t modified = 0;  // seconds since 1970
+  std::uint64_t size = 0;    // bytes
+  int depth = 0;
+};
+
+// The tag columns of a song. The texts hold at most 30 bytes.
+struct MusicFacts {
+  std::string genre, artist, album, title;
+  std::uint32_t bitrate = 0;  // kbit/s
+};
+
+// Everything that a media row says of its file. Only the file's own kind of facts is filled.
+struct MediaRow {
+  MediaFile file;
+  std::string utf_folder, utf_name;  // the raw bytes where a conversion gave nothing
+  int folder_status = 0;             // what the conversions answered, for messages
+  int name_status = 0;
+  MusicFacts music;
+  VideoInfo video{};
+  ImageProbe photo;
+};
+
+// Gathers a row from a file of any kind but MediaKind::kOther: reads what belongs to its kind, then converts
+// folder and name to UTF-8. Absent for a photo whose format is not recognised.
+[[nodiscard]] std::optional<MediaRow> read_media_row(MediaFile file);
+
+// Writes a row with the given row number and parent identifier. It takes its class's next object identifier,
+// which is used up even when the insert fails. Returns SQLite's result code, with zErrMsg set on failure.
+int insert_media_row(const MediaRow& row, int number, std::uint64_t parent);
+
+}  // namespace corvexal

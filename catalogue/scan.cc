@@ -1,0 +1,199 @@
+#include "catalogue/scan.h"
+
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <deque>
+#include <utility>
+
+#include "base/log.h"
+#include "base/text.h"
+#include "catalogue/database.h"
+#include "catalogue/folder_entries.h"
+#include "catalogue/media_rows.h"
+#include "catalogue/object_ids.h"
+#include "catalogue/path_depth.h"
+#include "catalogue/playlists.h"
+#include "catalogue/row_counts.h"
+#include "songdb/update.h"
+
+namespace corvexal {
+namespace {
+
+constexpr std::size_t kFullPathLimit = 512;
+constexpr std::size_t kExtensionLimit = 6;
+constexpr int kRowsPerCommit = 500;  // readers wait for one commit at most, and memory holds one batch
+
+struct ScanFolderNode {
+  std::string path;
+  int depth;
+};
+
+std::deque<ScanFolderNode> scan_queue;
+int uncommitted_rows = 0;
+
+bool writes_catalogue(unsigned mode) {
+  return mode == kScanBothStores || mode == kScanFolderRowsToo;
+}
+bool writes_song_store(unsigned mode) {
+  return mode == kScanBothStores || mode == kScanSongStore;
+}
+
+void commit_in_batches() {
+  if (++uncommitted_rows < kRowsPerCommit) return;
+  uncommitted_rows = 0;
+  g_db.exec("COMMIT;");
+}
+
+// Writes the row of a folder; `path_for_parent` is its path without the trailing "/".
+bool insert_folder_row(const std::string& folder, const std::string& path_for_parent, int depth) {
+  constexpr const char* kInsert =
+      "insert into path_objid_tbl values (\"%s\",\"%llu\",\"%llu\",\"%d\",\"%d\",\"%d\",\"%d\");";
+  init_objid.media_path_parid = depth != 0 ? get_parid(path_for_parent) : 0;
+  const std::uint64_t objid = init_objid.media_path_objid, parid = init_objid.media_path_parid;
+  if (g_db.exec(kInsert, folder, objid, parid, depth, 0, 0, 0) == SQLITE_OK) return true;
+  const std::string sql = composed(kInsert, folder, objid, parid, depth, 0, 0, 0);
+  std::printf("ScanMusic():execute sql query[%s] error[%s]\n", sql.c_str(), error_text());
+  return false;
+}
+
+// The next row number of each table, counted up within one folder.
+struct RowNumbers {
+  int music = LastRowNo(g_db, "music_tbl") + 1;
+  int video = LastRowNo(g_db, "video_tbl") + 1;
+  int photo = LastRowNo(g_db, "photo_tbl") + 1;
+
+  int& of(MediaKind kind) {
+    if (kind == MediaKind::kPhoto) return photo;
+    return kind == MediaKind::kVideo || kind == MediaKind::kSubtitle ? video : music;
+  }
+};
+
+void report_conversions(const MediaRow& row) {
+  const MediaKind kind = row.file.kind;
+  if (kind == MediaKind::kMusic && row.folder_status != 0) std::printf("1ret = %d\n", row.folder_status);
+  if (row.name_status == 0) return;
+  if (kind == MediaKind::kMusic) std::printf("2ret = %d\n", row.name_status);
+  if (kind == MediaKind::kPhoto) std::printf("3ret = %d\n", row.name_status);
+  if (kind == MediaKind::kVideo) std::printf("4ret = %d\n", row.name_status);
+  if (kind == MediaKind::kPlaylist) std::printf("5ret = %d\n", row.name_status);
+}
+
+// Adds the file's row as the scan does: no look for a row that is there already, identifiers as the counters
+// stand, the folder's own identifier as every row's parent. False when the insert failed.
+bool add_row(MediaFile file, RowNumbers& numbers) {
+  const std::optional<MediaRow> row = read_media_row(std::move(file));
+  if (!row) return true;
+  report_conversions(*row);
+  const MediaKind kind = row->file.kind;
+  int& number = numbers.of(kind);
+  if (insert_media_row(*row, number, init_objid.media_path_objid) != SQLITE_OK) return false;
+  ++number;
+  if (kind == MediaKind::kMusic || kind == MediaKind::kPlaylist) playlist_pending = 1;
+  if (kind == MediaKind::kMusic && row->music.genre.empty())
+    std::printf("<file>path %s, namelist[i]->d_name %s\n", row->file.folder.c_str(), row->file.name.c_str());
+  commit_in_batches();
+  return true;
+}
+
+// One folder while it is being read.
+class FolderScan {
+ public:
+  FolderScan(const std::string& folder, int depth, unsigned mode)
+      : folder_(folder), depth_(depth), mode_(mode) {
+    if (writes_catalogue(mode)) numbers_.emplace();
+  }
+
+  // Handles one entry; false when its row could not be written.
+  bool handle(std::string_view name) {
+    if (folder_.size() + name.size() >= kFullPathLimit || name.starts_with('.')) return true;
+    const std::string path = folder_ + std::string(name);
+    look_at(path);
+    if (S_ISDIR(status_.st_mode)) PushScanFolder(path + '/', depth_ + 1);
+    if (!S_ISREG(status_.st_mode)) return true;
+    return handle_file(path, name);
+  }
+
+ private:
+  // An entry that cannot be looked at goes by what was seen of the entry before it: readers know such rows.
+  void look_at(const std::string& path) {
+    struct stat status {};
+    const int result = lstat(path.c_str(), &status);
+    if (result == 0)
+      status_ = status;
+    else
+      std::printf("<prescan>ScanMusic(): lstat error:[%s],%d,file:[%s]\n", std::strerror(result), result,
+                  path.c_str());
+  }
+
+  bool handle_file(const std::string& path, std::string_view name) {
+    const std::size_t dot = name.rfind('.');
+    if (dot == std::string_view::npos || name.size() - dot - 1 >= kExtensionLimit) return true;
+    MediaFile file;
+    file.kind = media_kind(name.substr(dot));
+    if (file.kind == MediaKind::kOther) return true;
+    file.path = path;
+    file.folder = folder_;
+    file.name = name;
+    file.extension = name.substr(dot + 1);
+    StringToLower(file.extension);
+    file.modified = status_.st_mtime;
+    file.size = static_cast<std::uint64_t>(status_.st_size);
+    file.depth = depth_;
+
+    const bool is_music = file.kind == MediaKind::kMusic;
+    if (numbers_ && !add_row(std::move(file), *numbers_)) return false;
+    if (is_music && writes_song_store(mode_) && update_song(path) == -1) log_printf("Updata gdb fail\n");
+    return true;
+  }
+
+  const std::string& folder_;
+  int depth_;
+  unsigned mode_;
+  std::optional<RowNumbers> numbers_;
+  struct stat status_ {};
+};
+
+}  // namespace
+
+void PushScanFolder(std::string folder, int depth) {
+  scan_queue.push_back({std::move(folder), depth});
+}
+
+int PopScanFolder(std::string& folder, int& depth) {
+  if (scan_queue.empty()) return 0;
+  folder = std::move(scan_queue.front().path);
+  depth = scan_queue.front().depth;
+  scan_queue.pop_front();
+  return 1;
+}
+
+int ScanMusic(const std::string& folder, int depth, unsigned mode) {
+  const FolderEntries entries(folder);
+  if (entries.listed() < 1) return 1;
+  FolderScan scan(folder, depth, mode);
+  if (mode == kScanFolderRowsToo) {
+    const std::string without_slash = folder.ends_with('/') ? folder.substr(0, folder.size() - 1) : folder;
+    if (!insert_folder_row(folder, without_slash, depth)) return 0;
+  }
+  for (std::size_t i = 0; i < entries.size(); ++i)
+    if (!scan.handle(entries[i])) return 0;
+  ++init_objid.media_path_objid;
+  return 1;
+}
+
+void ScanMediaDirectory(const std::string& folder, unsigned mode) {
+  std::string current = folder + '/';
+  int depth = depth_below_share(current, static_cast<int>(mode));
+  if (mode == kScanFolderRowsToo) {
+    insert_folder_row(folder, folder, depth);
+    return;
+  }
+  if (ScanMusic(current, depth, mode) == 0) std::puts("1scan file fail");
+  while (PopScanFolder(current, depth) == 1)
+    if (ScanMusic(current, depth, mode) == 0) std::puts("2scan file fail");
+}
+
+}  // namespace corvexal
