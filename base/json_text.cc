@@ -10,8 +10,8 @@ constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
 // The length of the UTF-8 character at the start of a text; 0 when there is none.
 std::size_t character_length(std::string_view text) {
-  // The first bytes of each form, and the range that the second byte is in; the others are 0x80 to 0xBF. Overlong
-  // forms, surrogates and what lies behind U+10FFFF fall between the rows.
+  // The first bytes of each form, and the range that the second byte is in; the others are 0x80 to 0xBF.
+  // Overlong forms, surrogates and what lies behind U+10FFFF fall between the rows.
   struct Form {
     std::uint8_t first, last;
     std::size_t length;

@@ -37,12 +37,18 @@ struct NamedText {
   Text SongInfo::*field;
 };
 constexpr NamedText kTexts[] = {
-    {"path", &SongInfo::path},           {"fname", &SongInfo::fname},
-    {"title", &SongInfo::title},         {"artist", &SongInfo::artist},
-    {"album", &SongInfo::album},         {"genre", &SongInfo::genre},
-    {"comment", &SongInfo::comment},     {"type", &SongInfo::type},
-    {"composer", &SongInfo::composer},   {"orchestra", &SongInfo::orchestra},
-    {"conductor", &SongInfo::conductor}, {"grouping", &SongInfo::grouping},
+    {"path", &SongInfo::path},
+    {"fname", &SongInfo::fname},
+    {"title", &SongInfo::title},
+    {"artist", &SongInfo::artist},
+    {"album", &SongInfo::album},
+    {"genre", &SongInfo::genre},
+    {"comment", &SongInfo::comment},
+    {"type", &SongInfo::type},
+    {"composer", &SongInfo::composer},
+    {"orchestra", &SongInfo::orchestra},
+    {"conductor", &SongInfo::conductor},
+    {"grouping", &SongInfo::grouping},
     {"url", &SongInfo::url},
 };
 

@@ -41,7 +41,7 @@ void drop_old_record(const std::string& path) {
 // The path's last component; slashes at its end do not count.
 std::string last_component(std::string_view path) {
   while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
-  return path == "/" ? std::string(path) : std::string(GetFileName(path));
+  return path.size() == 1 ? "/" : std::string(GetFileName(path));
 }
 
 int rescan_if_needed(const std::string& path) {
@@ -50,14 +50,14 @@ int rescan_if_needed(const std::string& path) {
   const std::string name = last_component(path);
   const auto status = status_of(path);
   if (!status) return -1;
-  if (S_ISDIR(status->st_mode) || name.size() < kShortestName) return 1;
+  if ((status->st_mode & S_IFDIR) != 0 || name.size() < kShortestName) return 1;
   if (!is_music(std::string_view(name).substr(name.size() - kExtensionSize))) return 1;
   if (db_path_modified(static_cast<std::uint32_t>(status->st_ino), path) == 1)
     scan_music_file(folder, name, *status);
   return 1;
 }
 
-// The type is the extension as written; a file of an unknown type has one too.
+// The extension as written, whether we know it or not.
 Text type_of(const std::string& fname) {
   const std::size_t dot = fname.rfind('.');
   if (fname.size() < kShortestName || dot == std::string::npos) return std::nullopt;
@@ -71,7 +71,7 @@ std::int32_t seconds(std::time_t time) {
 
 }  // namespace
 
-int update_song_store(const std::string& path) {
+int update_song(const std::string& path) {
   if (!status_of(path)) return -1;
   drop_old_record(path);
   return rescan_if_needed(path);

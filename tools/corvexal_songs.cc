@@ -4,13 +4,16 @@
 
 #include "base/config.h"
 #include "songdb/song_list.h"
+#include "songdb/store.h"
 
 namespace {
 
 constexpr char kUsage[] =
     "Usage: corvexal-songs [FILE]\n"
-    "Prints the records of a song store, one line of JSON each, in the store's own order. Without FILE it is\n"
-    "the store under the configured mount path. The file is only read. Bytes that are no UTF-8 are printed as\n"
+    "Prints the records of a song store, one line of JSON each, in the store's own order. Without FILE it "
+    "is\n"
+    "the store under the configured mount path. The file is only read. Bytes that are no UTF-8 are printed "
+    "as\n"
     "U+FFFD each. The exit status is 0, 1 when the file cannot be read or is damaged, 2 for a wrong call.";
 
 int print(int argc, char** argv) {
@@ -30,7 +33,7 @@ int print(int argc, char** argv) {
     std::fputs("corvexal-songs: no file given and no mount path configured\n", stderr);
     return 1;
   }
-  return corvexal::print_song_store(global_cdata.mntpath + "/.systemfile/songs.gdb");
+  return corvexal::print_song_store(corvexal::song_store_path(global_cdata.mntpath));
 }
 
 }  // namespace
