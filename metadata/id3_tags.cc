@@ -1,0 +1,217 @@
+#include "metadata/id3_tags.h"
+
+#include <id3tag.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "base/file.h"
+#include "base/log.h"
+#include "base/text.h"
+#include "metadata/charset.h"
+#include "metadata/encoding_detector.h"
+#include "metadata/genres.h"
+#include "metadata/id3_guard.h"
+
+namespace corvexal {
+
+int have_title = 0;
+int have_artist = 0;
+int have_album = 0;
+int have_genre = 0;
+
+namespace {
+
+constexpr std::uint32_t kLogCategory = 8;
+constexpr int kLogFailure = 2;
+constexpr int kLogVerbose = 9;
+
+constexpr std::size_t kSampleSize = 100;  // bytes
+constexpr int kSampleFrames = 5;
+constexpr std::size_t kLongestText = 1023;  // bytes of one frame's text that are converted
+
+struct CloseTagFile {
+  void operator()(id3_file* file) const noexcept { id3_file_close(file); }
+};
+using TagFile = std::unique_ptr<id3_file, CloseTagFile>;
+
+struct FreeText {
+  void operator()(id3_utf8_t* text) const noexcept { std::free(text); }  // NOLINT: made by the library
+};
+
+// The character sets that the detector's answers stand for. It takes Cyrillic texts for one another's sets:
+// these rows are what comes out right on the device, and what the stores were written with.
+struct DetectedSet {
+  std::string_view answer;
+  const char* charset;
+};
+constexpr DetectedSet kDetectedSets[] = {{"windows-1251", "ISO-8859-1"}, {"IBM866", "ISO-8859-1"},
+                                         {"windows-1252", "CP1252"},     {"KOI8-R", "CP1251"},
+                                         {"gb18030", "autodetect_GB"},   {"", "autodetect_utf8"}};
+
+std::string charset_of_answer(const std::string& answer) {
+  const auto* const row = std::find_if(std::begin(kDetectedSets), std::end(kDetectedSets),
+                                       [&](const DetectedSet& set) { return set.answer == answer; });
+  return row == std::end(kDetectedSets) ? answer : row->charset;
+}
+
+// Calls `visit(frame)` for each frame in turn until it returns false.
+template <class Visit>
+void each_frame(const id3_tag& tag, Visit visit) {
+  for (unsigned index = 0; const id3_frame* frame = id3_tag_findframe(&tag, "", index); ++index)
+    if (!visit(*frame)) return;
+}
+
+// The frame's text: the first string of its second field, where that is a list of strings; else null.
+// Comments have their language there, so they have no text in this sense.
+const id3_ucs4_t* text_of(const id3_frame& frame) {
+  const std::string_view id = frame.id;
+  if (!id.starts_with('T') && id != "COMM") return nullptr;
+  const id3_field* const field = id3_frame_field(&frame, 1);
+  if (field == nullptr || id3_field_getnstrings(field) == 0) return nullptr;
+  return id3_field_getstrings(field, 0);
+}
+
+std::u32string characters(const id3_ucs4_t* text) {
+  std::u32string copy;
+  for (; *text != 0; ++text) copy += static_cast<char32_t>(*text);
+  return copy;
+}
+
+void note_compilation(const id3_frame& frame, SongInfo& song) {
+  if (std::string_view(frame.id) != "YTCP") return;
+  song.compilation = 1;
+  err_log(kLogVerbose, kLogCategory, "Compilation: %d\n", song.compilation);
+}
+
+bool is_sampled(std::string_view id) {
+  constexpr std::string_view kSampled[] = {"TIT2", "TPE1", "TALB", "COMM", "TCOM"};
+  return std::find(std::begin(kSampled), std::end(kSampled), id) != std::end(kSampled);
+}
+
+// The tag's first texts, for the detector: bytes of an encoding that is not known.
+std::string sample_texts(const id3_tag& tag, SongInfo& song) {
+  std::string sample;
+  int frames = 0;
+  each_frame(tag, [&](const id3_frame& frame) {
+    note_compilation(frame, song);
+    const id3_ucs4_t* const text = text_of(frame);
+    if (text == nullptr || !is_sampled(frame.id)) return true;
+    const std::string bytes = ucs4_to_raw_bytes(characters(text));
+    if (sample.size() + bytes.size() > kSampleSize) return false;
+    sample += bytes;
+    return ++frames < kSampleFrames;
+  });
+  return sample;
+}
+
+// Converts the beginning of a text that is longer than is taken. Without a terminator behind it a character
+// cut in two is dropped.
+Text beginning_to_utf8(std::string_view text, const char* charset) {
+  Text utf8;
+  iconv_string("UTF-8", charset, text.substr(0, kLongestText), &utf8);
+  if (utf8) utf8->resize(std::min(utf8->size(), utf8->find('\0')));
+  return utf8;
+}
+
+// The text in UTF-8. One with an ideograph in it must have been Unicode in the tag; any other is taken back
+// to its bytes, which a tag may call Latin-1 whatever they are.
+Text to_utf8(const id3_ucs4_t* text, const char* charset) {
+  const std::u32string ucs4 = characters(text);
+  if (ucs4_has_cjk(ucs4)) {
+    const std::unique_ptr<id3_utf8_t, FreeText> utf8(id3_ucs4_utf8duplicate(text));
+    return utf8 ? Text(reinterpret_cast<const char*>(utf8.get())) : std::nullopt;
+  }
+  const std::string bytes = ucs4_to_raw_bytes(ucs4);
+  if (bytes.size() > kLongestText) return beginning_to_utf8(bytes, charset);
+  return convert_to_utf8(bytes, charset).text;
+}
+
+const char* shown(const Text& text) {
+  return text ? text->c_str() : "(null)";
+}
+
+void store_title(Text value, SongInfo& song) {
+  if (!value) {
+    std::printf("Title NULL:fname[%s]\n", shown(song.fname));
+    return;
+  }
+  song.title = std::move(value);
+  have_title = 1;
+  err_log(kLogVerbose, kLogCategory, " Title: %s\n", shown(song.title));
+}
+
+void store_genre(Text value, SongInfo& song) {
+  err_log(kLogVerbose, kLogCategory, " Genre: %s\n", shown(value));
+  have_genre = 1;
+  if (value) value = std::string(genre_of_text(*value));
+  song.genre = std::move(value);
+}
+
+void store(std::string_view id, Text value, SongInfo& song) {
+  if (id == "TIT2") return store_title(std::move(value), song);
+  if (id == "TCON") return store_genre(std::move(value), song);
+  if (id == "TPE1") {
+    song.artist = std::move(value);
+    have_artist = 1;
+    err_log(kLogVerbose, kLogCategory, " Artist: %s\n", shown(song.artist));
+  } else if (id == "TALB") {
+    song.album = std::move(value);
+    have_album = 1;
+    err_log(kLogVerbose, kLogCategory, " Album: %s\n", shown(song.album));
+  } else if (id == "TBPM") {
+    song.bpm = decimal_value(value.value_or(""));
+    err_log(kLogVerbose, kLogCategory, "BPM: %d\n", song.bpm);
+  }
+}
+
+void store_texts(const id3_tag& tag, const char* charset, SongInfo& song) {
+  each_frame(tag, [&](const id3_frame& frame) {
+    note_compilation(frame, song);
+    if (const id3_ucs4_t* const text = text_of(frame)) store(frame.id, to_utf8(text, charset), song);
+    return true;
+  });
+}
+
+int cannot_open(const std::string& path) {
+  err_log(kLogFailure, kLogCategory, "Cannot open %s\n", path.c_str());
+  return -1;
+}
+
+int no_tag(const std::string& path) {
+  err_log(kLogFailure, kLogCategory, "Cannot get ID3 tag for %s\n", path.c_str());
+  return -1;
+}
+
+}  // namespace
+
+int scan_get_mp3tags(const std::string& path, SongInfo& song) {
+  if (!song.type || !equal_ignoring_case(*song.type, "mp3")) return 0;
+  File bytes(path);
+  if (!bytes) return cannot_open(path);
+  if (!id3_tags_are_bounded(bytes)) return no_tag(path);
+  TagFile file(id3_file_open(path.c_str(), ID3_FILE_MODE_READONLY));
+  if (!file) return cannot_open(path);
+  const id3_tag* const tag = id3_file_tag(file.get());
+  if (tag == nullptr) {
+    const int error = errno;
+    file.reset();
+    errno = error;
+    return no_tag(path);
+  }
+  const std::string answer = detect_char_encode(sample_texts(*tag, song));
+  store_texts(*tag, charset_of_answer(answer).c_str(), song);
+  file.reset();
+  err_log(kLogVerbose, kLogCategory, "Got id3 tag successfully\n");
+  return 0;
+}
+
+}  // namespace corvexal

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+#include "metadata/song_info.h"
+
+namespace corvexal {
+
+// Set to 1 when a tag's title, artist, album or genre is stored in a record, and never cleared: once a song
+// of the run had one, the catalogue takes the field from the records of later songs too.
+extern int have_title;
+extern int have_artist;
+extern int have_album;
+extern int have_genre;
+
+// Reads the ID3 tag (v1, v2.2 to v2.4) of an MP3 file into title, artist, album, genre, bpm and compilation
+// of `song`, whose fname and type are set. The texts become UTF-8 from the character set that the device's
+// detector sees in them; an artist, album or genre that cannot be converted becomes absent. Returns 0, with
+// nothing touched when the type is not "mp3" (in any case of letters), or -1 with the record as it was when
+// the file cannot be opened or its tag not be read. A file without any tag has an empty one.
+int scan_get_mp3tags(const std::string& path, SongInfo& song);
+
+}  // namespace corvexal

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+// Builds ID3 tags byte by byte; see id3.org.
+namespace corvexal::testing {
+
+inline std::string big_endian(std::size_t value, int bytes) {
+  std::string text;
+  for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) text += static_cast<char>(value >> shift & 0xFF);
+  return text;
+}
+
+// Four bytes of seven bits each.
+inline std::string syncsafe(std::size_t value) {
+  std::string text;
+  for (const int shift : {21, 14, 7, 0}) text += static_cast<char>(value >> shift & 0x7F);
+  return text;
+}
+
+// A frame of tag version 2.2, 2.3 or 2.4, by its last number. `format` is the low byte of the flags.
+inline std::string id3_frame(int version, std::string_view id, std::string_view body, int format = 0) {
+  std::string frame(id);
+  if (version == 2) return frame.append(big_endian(body.size(), 3)).append(body);
+  frame += version == 3 ? big_endian(body.size(), 4) : syncsafe(body.size());
+  frame += big_endian(static_cast<std::size_t>(format), 2);
+  return frame.append(body);
+}
+
+// A text frame in Latin-1.
+inline std::string id3_text(int version, std::string_view id, std::string_view text) {
+  return id3_frame(version, id, std::string(1, '\0').append(text));
+}
+
+inline std::string id3_tag_bytes(int version, std::string_view frames, int flags = 0) {
+  std::string tag = "ID3";
+  tag += static_cast<char>(version);
+  tag += '\0';
+  tag += static_cast<char>(flags);
+  return tag.append(syncsafe(frames.size())).append(frames);
+}
+
+// The 128 bytes at the end of a file; each text is cut or filled up to its field.
+inline std::string id3v1_bytes(std::string title, std::string artist, std::string album, int genre) {
+  for (std::string* field : {&title, &artist, &album}) field->resize(30);
+  return "TAG" + title + artist + album + std::string(34, '\0') + static_cast<char>(genre);
+}
+
+}  // namespace corvexal::testing
