@@ -158,12 +158,16 @@ bool store(Bytes key, Bytes record) {
 
 }  // namespace
 
+std::string song_store_path(const std::string& mount_path) {
+  return mount_path + "/.systemfile/songs.gdb";
+}
+
 int db_open(int /*ignored*/, int reload) {
   if (global_cdata.mntpath.empty()) {
     std::puts("11SQL_open():Open DB fail");
     return 0;
   }
-  const std::string path = global_cdata.mntpath + "/.systemfile/songs.gdb";
+  const std::string path = song_store_path(global_cdata.mntpath);
   std::printf("%s, db_path=%s", "db_open", path.c_str());
 
   auto guard = lock_gdbm();

@@ -17,6 +17,9 @@ namespace corvexal {
 extern std::uint32_t db_song_count;  // records that db_add has stored in this process
 extern std::uint32_t db_new_count;   // those among them whose id was not in the store before
 
+// Where the store lies under a mount path.
+[[nodiscard]] std::string song_store_path(const std::string& mount_path);
+
 // Opens the store, creating it where it is missing, and says so on standard output without a line end. With
 // `reload`, and when its first record is of another version, it is opened empty. A damaged store, such as a
 // killed run may leave behind, is repaired and the loss named on standard error. The first argument is

@@ -12,13 +12,9 @@
 #include <random>
 
 #include "base/byte_reader.h"
-#include "base/config.h"
-#include "base/locations.h"
 #include "base/text.h"
-#include "songdb/gdbm_file.h"
-#include "songdb/record.h"
+#include "tests/songdb/store_fixture.h"
 #include "tests/support/host_order.h"
-#include "tests/support/test_files.h"
 
 namespace corvexal {
 namespace {
@@ -26,56 +22,8 @@ namespace {
 namespace fs = std::filesystem;
 using testing::CapturedOutput;
 using testing::read_file;
-using testing::TestFolder;
 
-SongInfo song_of(std::uint32_t id, const std::string& path) {
-  SongInfo song;
-  song.id = id;
-  song.path = path;
-  song.fname = fs::path(path).filename().string();
-  song.type = "mp3";
-  return song;
-}
-
-// Every test has a mount path of its own, which is the working folder too, so the log lies beneath it.
-class Store : public ::testing::Test {
- protected:
-  Store() {
-    fs::create_directories(mount_.path() + "/.systemfile");
-    fs::create_directories(mount_.path() + "/var/log");
-    fs::current_path(mount_.path());
-    global_cdata.mntpath = mount_.path();
-  }
-  ~Store() override {
-    db_close();
-    global_cdata.mntpath.clear();
-    fs::current_path(before_);
-  }
-
-  [[nodiscard]] std::string file() const { return mount_.path() + "/.systemfile/songs.gdb"; }
-  static int open(int reload = 0) {
-    CapturedOutput out;
-    return db_open(0, reload);
-  }
-  // The ids in the store, in gdbm's key order, as another process sees them.
-  [[nodiscard]] std::vector<std::uint32_t> ids_where(auto wanted) const {
-    std::vector<std::uint32_t> ids;
-    const GdbmFile db = open_gdbm(file(), GDBM_READER);
-    if (!db) return ids;
-    for (KeyWalk walk(db.get()); walk.next();) {
-      SongInfo song;
-      unpack_song(Datum(gdbm_fetch(db.get(), walk.key().borrowed())).bytes(), song);
-      if (wanted(song)) ids.push_back(song.id);
-    }
-    return ids;
-  }
-  [[nodiscard]] std::vector<std::uint32_t> ids() const {
-    return ids_where([](const SongInfo&) { return true; });
-  }
-
-  TestFolder mount_;
-  fs::path before_ = fs::current_path();
-};
+class Store : public StoreFixture {};
 
 TEST_F(Store, IsMadeUnderTheMountPath) {
   CapturedOutput out;
@@ -90,8 +38,7 @@ TEST_F(Store, IsMadeUnderTheMountPath) {
 TEST_F(Store, StaysClosedWithoutAMountPathOrFolder) {
   fs::remove_all(".systemfile");
   EXPECT_EQ(open(), -1);
-  EXPECT_NE(read_file(kLogFile).find(":11Could not open songs database (" + file() +
-                                     "): No such file or directory\n"),
+  EXPECT_NE(log().find(":11Could not open songs database (" + file() + "): No such file or directory\n"),
             std::string::npos);
   global_cdata.mntpath.clear();
   CapturedOutput out;
@@ -224,7 +171,8 @@ TEST_F(Store, RefusesWhatIsNoStoreAndLeavesItAlone) {
   CapturedOutput errors(2);
   CapturedOutput out;
   EXPECT_EQ(db_open(0, 0), -1);
-  EXPECT_EQ(errors.text(), "Song store " + file() + " cannot be opened: Bad magic number: Invalid argument\n");
+  EXPECT_EQ(errors.text(),
+            "Song store " + file() + " cannot be opened: Bad magic number: Invalid argument\n");
   EXPECT_EQ(read_file(file()), text);
 
   fs::remove(file());
@@ -235,7 +183,7 @@ TEST_F(Store, RefusesWhatIsNoStoreAndLeavesItAlone) {
   EXPECT_EQ(open(), -1);
 }
 
-class DamagedStore : public Store {
+class DamagedStore : public StoreFixture {
  protected:
   DamagedStore() {
     open();

@@ -1,0 +1,54 @@
+#include "metadata/song_scanners.h"
+
+#include <algorithm>
+#include <limits>
+#include <string_view>
+
+#include "base/file.h"
+#include "base/log.h"
+#include "base/text.h"
+#include "metadata/id3_tags.h"
+#include "metadata/mp3_stream.h"
+#include "metadata/mp4.h"
+
+namespace corvexal {
+namespace {
+
+struct SongScanner {
+  std::string_view extension;
+  int (*tags)(const std::string& path, SongInfo& song);
+  int (*info)(const std::string& path, SongInfo& song);
+};
+constexpr SongScanner kScanners[] = {
+    {"m4a", mp4_scan_tags, mp4_scan_info},
+    {"m4p", mp4_scan_tags, mp4_scan_info},
+    {"mp3", scan_get_mp3tags, scan_get_mp3fileinfo},
+};
+
+int probe_size(const std::string& path, SongInfo& song) {
+  const File file(path);
+  if (!file) {
+    log_printf("Could not open %s for reading\n", path.c_str());
+    return -1;
+  }
+  constexpr std::uint64_t kLargest = std::numeric_limits<std::int32_t>::max();
+  song.file_size = static_cast<std::int32_t>(std::min(file.size(), kLargest));
+  return 0;
+}
+
+}  // namespace
+
+int scan_tags_by_type(const std::string& path, SongInfo& song) {
+  for (const SongScanner& scanner : kScanners)
+    if (song.type && equal_ignoring_case(*song.type, scanner.extension)) return scanner.tags(path, song);
+  return 0;
+}
+
+int scan_info_by_type(const std::string& path, SongInfo& song) {
+  // Players tell the two apart by what the store knows of a "song.MP3": its case is not folded here.
+  for (const SongScanner& scanner : kScanners)
+    if (song.type == scanner.extension) return scanner.info(path, song);
+  return probe_size(path, song);
+}
+
+}  // namespace corvexal
