@@ -9,6 +9,13 @@
 namespace corvexal {
 namespace {
 
+// What semctl takes as its last argument, and no header declares. A plain int in its place reads as 0 on
+// big-endian machines of 64 bits: the lock would never be free.
+union SemaphoreArgument {
+  int val;
+  semid_ds* buf;
+};
+
 int failed(const char* what) {
   std::printf("%s ERRNO:%d\n", what, errno);
   return -1;
@@ -30,8 +37,8 @@ int GetSemaphoreID(int key) {
   // life.
   const int sem_id = semget(key, 1, IPC_CREAT);
   if (sem_id == -1) return failed("Create Semaphore");
-  constexpr int kFree = 1;
-  if (semctl(sem_id, 0, SETVAL, kFree) == -1) return failed("Init Semaphore");
+  const SemaphoreArgument free{.val = 1};
+  if (semctl(sem_id, 0, SETVAL, free) == -1) return failed("Init Semaphore");
   return sem_id;
 }
 

@@ -45,7 +45,8 @@ int scan_tags_by_type(const std::string& path, SongInfo& song) {
 }
 
 int scan_info_by_type(const std::string& path, SongInfo& song) {
-  // Players tell the two apart by what the store knows of a "song.MP3": its case is not folded here.
+  // Not folded, unlike above: readers of the store rely on a "song.MP3" being known by its tags and size
+  // only.
   for (const SongScanner& scanner : kScanners)
     if (song.type == scanner.extension) return scanner.info(path, song);
   return probe_size(path, song);
