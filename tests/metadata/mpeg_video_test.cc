@@ -258,8 +258,10 @@ std::string stream_of(const std::vector<int>& seconds) {
 }
 
 TEST_F(MpegVideo, SaysThatAFileCannotBeRead) {
-  std::filesystem::create_symlink("/proc/self/mem",
-                                  path());  // a regular file whose first bytes are no memory
+  const std::string unreadable =
+      "/sys/class/net/lo/speed";  // a regular file; the loopback has no speed to tell
+  if (!std::filesystem::exists(unreadable)) GTEST_SKIP() << "no " << unreadable;
+  std::filesystem::create_symlink(unreadable, path());
   const Probed probed = probe_file(path());
   EXPECT_EQ(probed.result, -1);
   EXPECT_EQ(probed.output, "\nEnd of file1(" + path() + ")\n");
