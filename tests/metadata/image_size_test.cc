@@ -11,12 +11,15 @@
 #include <vector>
 
 #include "metadata/file_window.h"
+#include "tests/support/bytes.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal {
 namespace {
 
+using testing::be;
 using testing::CapturedOutput;
+using testing::le;
 using testing::sample;
 using testing::TestFolder;
 
@@ -44,15 +47,7 @@ Probed probe_file(const std::string& path, const Fields& before = {}) {
 }
 
 std::string number(std::int64_t value, int size, bool big) {
-  std::string bytes;
-  for (int i = 0; i < size; ++i) bytes += static_cast<char>(value >> 8 * (big ? size - 1 - i : i));
-  return bytes;
-}
-std::string be(std::int64_t value, int size) {
-  return number(value, size, true);
-}
-std::string le(std::int64_t value, int size) {
-  return number(value, size, false);
+  return big ? be(value, size) : le(value, size);
 }
 
 std::string bmp(int width, int height, int depth) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/log.h"
+#include "tests/support/bytes.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal {
@@ -19,13 +20,10 @@ namespace {
 
 using testing::CapturedOutput;
 using testing::TestFolder;
+using testing::zeros;
 
 std::string bytes(std::initializer_list<int> values) {
   return {values.begin(), values.end()};
-}
-
-std::string zeros(std::size_t count) {
-  return std::string(count, '\0');
 }
 
 // `count` frames of `length` bytes that hold nothing but their header.
