@@ -1,0 +1,175 @@
+// The scan of 10,000 small MP3 files in 500 folders into both stores, without and with an encoding detector
+// on PATH, and what one file costs in each of its parts. The files are made under ./bench-scan on the first
+// start.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "base/config.h"
+#include "bench/library.h"
+#include "catalogue/media_rows.h"
+#include "catalogue/schema.h"
+#include "metadata/charset.h"
+#include "metadata/encoding_detector.h"
+#include "metadata/id3_tags.h"
+#include "metadata/mp3_stream.h"
+#include "songdb/store.h"
+#include "songdb/update.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using corvexal::bench::Cost;
+
+constexpr int kFolders = 500, kFilesPerFolder = 20;
+constexpr std::size_t kFileSize = 12 * 1024;
+
+std::string root() {
+  return fs::absolute("bench-scan").string();
+}
+std::string share() {
+  return root() + "/share";
+}
+
+// The start of a real song: its tag and some thirty frames.
+std::string song_bytes() {
+  std::ifstream sample(CORVEXAL_SAMPLES "/music/tag-id3v24-utf8.mp3", std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(sample), {}};
+  bytes.resize(std::min(bytes.size(), kFileSize));
+  return bytes;
+}
+
+void make_files() {
+  if (fs::exists(share() + "/Music")) return;
+  fs::create_directories(root() + "/etc");
+  fs::create_directories(root() + "/var/log");
+  fs::create_directories(root() + "/bin");
+  std::ofstream(root() + "/etc/upnpav.conf") << "sharepath=" << share() << "\nmntpath=" << share() << "\n";
+  std::ofstream(root() + "/bin/detect_char_encode") << "#!/bin/sh\nprintf UTF-8\n";
+  fs::permissions(root() + "/bin/detect_char_encode", fs::perms::all);
+  const std::string bytes = song_bytes();
+  for (int i = 0; i < kFolders; ++i) {
+    const std::string folder =
+        share() + "/Music/Artist " + std::to_string(i / 10) + "/Album " + std::to_string(i % 10);
+    fs::create_directories(folder);
+    for (int song = 0; song < kFilesPerFolder; ++song)
+      std::ofstream(folder + "/" + std::to_string(song) + " - Song.mp3", std::ios::binary) << bytes;
+  }
+}
+
+void use_detector(bool wanted) {
+  const std::string path = "/usr/bin:/bin";
+  setenv("PATH", (wanted ? root() + "/bin:" + path : path).c_str(), 1);
+}
+
+void fresh_stores() {
+  fs::remove_all(share() + "/.systemfile");
+  corvexal::create_catalogue(share());
+}
+
+void scan(benchmark::State& state, bool detector) {
+  make_files();
+  use_detector(detector);
+  double cpu = 0, peak = 0;
+  for (auto _ : state) {
+    corvexal::bench::in_own_process(fresh_stores);
+    const Cost cost = corvexal::bench::run_program(root(), {"-R", share() + "/Gone", share() + "/Music"});
+    if (cost.status != 0) state.SkipWithError("the run failed");
+    state.SetIterationTime(cost.wall_seconds);
+    cpu += cost.cpu_seconds;
+    peak = std::max(peak, cost.peak_mib);
+  }
+  state.counters["cpu_s"] = benchmark::Counter(cpu, benchmark::Counter::kAvgIterations);
+  state.counters["peak_MiB"] = peak;
+}
+
+void scan_without_detector(benchmark::State& state) {
+  scan(state, false);
+}
+void scan_with_detector(benchmark::State& state) {
+  scan(state, true);
+}
+
+// The parts of one file's work, in this process.
+
+std::string one_song() {
+  make_files();
+  return share() + "/Music/Artist 0/Album 0/0 - Song.mp3";
+}
+
+void tag(benchmark::State& state) {
+  const std::string path = one_song();
+  use_detector(false);
+  corvexal::from_codepage = "autodetect_utf8";
+  for (auto _ : state) {
+    corvexal::SongInfo song;
+    song.type = "mp3";
+    corvexal::scan_get_mp3tags(path, song);
+    benchmark::DoNotOptimize(song);
+  }
+}
+
+void detector(benchmark::State& state) {
+  make_files();
+  use_detector(true);
+  for (auto _ : state) benchmark::DoNotOptimize(corvexal::detect_char_encode("a sample of text"));
+}
+
+void stream(benchmark::State& state) {
+  const std::string path = one_song();
+  for (auto _ : state) {
+    corvexal::SongInfo song;
+    corvexal::scan_get_mp3fileinfo(path, song);
+    benchmark::DoNotOptimize(song);
+  }
+}
+
+// A row and its share of a commit.
+void catalogue(benchmark::State& state) {
+  make_files();
+  fresh_stores();
+  corvexal::g_db.open(corvexal::catalogue_path(share()));
+  corvexal::MediaRow row;
+  row.file.kind = corvexal::MediaKind::kMusic;
+  row.file.folder = row.utf_folder = share() + "/Music/";
+  int number = 0;
+  for (auto _ : state) {
+    row.file.name = row.utf_name = std::to_string(++number) + ".mp3";
+    corvexal::insert_media_row(row, number, 1);
+    if (number % 500 == 0) corvexal::g_db.exec("COMMIT;");
+  }
+  corvexal::g_db.close();
+}
+
+// A record with the sync that follows it.
+void store(benchmark::State& state) {
+  make_files();
+  fresh_stores();
+  corvexal::global_cdata.mntpath = share();
+  corvexal::db_open(0, 0);
+  corvexal::SongInfo song;
+  song.path = one_song();
+  song.title = song.artist = song.album = "A text of usual length";
+  for (auto _ : state) {
+    ++song.id;
+    corvexal::db_add(song);
+  }
+  corvexal::db_close();
+}
+
+}  // namespace
+
+BENCHMARK(scan_without_detector)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(scan_with_detector)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(tag)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(detector)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(stream)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(catalogue)->UseRealTime()->Unit(benchmark::kMicrosecond)->Iterations(20'000);
+BENCHMARK(store)->UseRealTime()->Unit(benchmark::kMicrosecond)->Iterations(500);
+
+BENCHMARK_MAIN();
