@@ -29,7 +29,6 @@ namespace corvexal {
 namespace {
 
 constexpr int kSuccess = 0, kFailure = -1;
-constexpr int kWholeCatalogue = 4;  // the class that the run rebuilds
 constexpr std::size_t kMountPathSize = 99;
 
 int print_usage() {

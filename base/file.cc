@@ -4,8 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <limits>
 
 namespace corvexal {
 
@@ -26,8 +26,8 @@ File::~File() {
 }
 
 std::size_t File::read_at(std::uint64_t offset, std::span<std::uint8_t> into) {
-  constexpr auto kLastOffset = static_cast<std::uint64_t>(std::numeric_limits<off_t>::max());
-  if (offset > kLastOffset || into.size() > kLastOffset - offset) return 0;
+  if (offset >= size_) return 0;
+  into = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), size_ - offset)));
   std::size_t done = 0;
   while (done < into.size()) {
     const ssize_t n = pread(fd_, into.data() + done, into.size() - done, static_cast<off_t>(offset + done));

@@ -23,7 +23,8 @@ class File {
   [[nodiscard]] std::uint64_t size() const { return size_; }
 
   // Reads from `offset` until `into` is full or the file ends. Returns the number of bytes read, which is
-  // short only at the end of the file or, with failed() true and errno set, after a read error.
+  // short only at the end of the file or, with failed() true and errno set, after a read error. Nothing is
+  // read behind size(), so that a walk through a file that another program appends to comes to an end.
   std::size_t read_at(std::uint64_t offset, std::span<std::uint8_t> into);
 
   // True once a read has failed.

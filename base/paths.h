@@ -10,7 +10,8 @@ namespace corvexal {
 [[nodiscard]] std::string_view GetFileExtension(std::string_view path, std::string_view otherwise);
 
 // The folder that holds `path`, with its trailing "/"; a "/" at the very end of `path` does not count ("a/b/"
-// gives "a/"). Leaves `folder` as it is when there is no "/".
+// gives "a/"), unless it is all there is ("/" gives "/"). Leaves `folder` as it is when there is no other
+// one, so for "a" and for "a/".
 void GetParentDirectory(std::string_view path, std::string& folder);
 
 // The text before the path's last "/" (a trailing one counts: "a/b/" gives "a/b"), or "/" when that is the

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -17,5 +18,12 @@ void StringToLower(std::string& text);
 // The decimal number at the start of `text`, as atoi reads it: leading white space and one sign are taken,
 // what is no number gives 0, and a number outside the range of int gives the nearest bound.
 [[nodiscard]] int decimal_value(std::string_view text);
+
+// The length in bytes, 1 to 4, of the UTF-8 character (RFC 3629) at the start of `text`; 0 when there is
+// none. Surrogates, overlong forms and what lies behind U+10FFFF are no characters.
+[[nodiscard]] std::size_t utf8_character_length(std::string_view text);
+
+// True when the text is UTF-8 characters and nothing else.
+[[nodiscard]] bool is_utf8(std::string_view text);
 
 }  // namespace corvexal

@@ -67,9 +67,9 @@ bool is_in_catalogue(const MediaRow& row) {
 
 // The work that follows an insert. A subtitle needs none.
 void finish(MediaKind kind) {
-  if (kind == MediaKind::kMusic) RebuildSortTables(1);
-  if (kind == MediaKind::kVideo) RebuildSortTables(2);
-  if (kind == MediaKind::kPhoto) RebuildSortTables(3);
+  if (kind == MediaKind::kMusic) RebuildSortTables(kMusicClass);
+  if (kind == MediaKind::kVideo) RebuildSortTables(kVideoClass);
+  if (kind == MediaKind::kPhoto) RebuildSortTables(kPhotoClass);
   if (kind == MediaKind::kMusic || kind == MediaKind::kPlaylist) playlist_pending = 1;
 }
 

@@ -63,15 +63,18 @@ static_assert(std::size(kMediaTypes) == 43);
 
 struct RemovalType {
   std::string_view extension;
-  int kind;
+  int media_class;
 };
 
 constexpr RemovalType kRemovalTypes[] = {
-    {".mp3", 1},  {".wav", 1}, {".lpcm", 1}, {".pcm", 1},  {".wma", 1}, {".mp2", 1},
-    {".mp1", 1},  {".mpa", 1}, {".aif", 1},  {".aiff", 1}, {".m3u", 1}, {".pls", 1},
-    {".ogg", 1},  {".aac", 1}, {".mpg", 2},  {".mpeg", 2}, {".dat", 2}, {".mpeg2", 2},
-    {".mp4", 2},  {".avi", 2}, {".vob", 2},  {".wmv", 2},  {".mov", 2}, {".jpg", 3},
-    {".jpeg", 3}, {".tif", 3}, {".tiff", 3}, {".png", 3},  {".gif", 3}, {".bmp", 3},
+    {".mp3", kMusicClass},  {".wav", kMusicClass},   {".lpcm", kMusicClass}, {".pcm", kMusicClass},
+    {".wma", kMusicClass},  {".mp2", kMusicClass},   {".mp1", kMusicClass},  {".mpa", kMusicClass},
+    {".aif", kMusicClass},  {".aiff", kMusicClass},  {".m3u", kMusicClass},  {".pls", kMusicClass},
+    {".ogg", kMusicClass},  {".aac", kMusicClass},   {".mpg", kVideoClass},  {".mpeg", kVideoClass},
+    {".dat", kVideoClass},  {".mpeg2", kVideoClass}, {".mp4", kVideoClass},  {".avi", kVideoClass},
+    {".vob", kVideoClass},  {".wmv", kVideoClass},   {".mov", kVideoClass},  {".jpg", kPhotoClass},
+    {".jpeg", kPhotoClass}, {".tif", kPhotoClass},   {".tiff", kPhotoClass}, {".png", kPhotoClass},
+    {".gif", kPhotoClass},  {".bmp", kPhotoClass},
 };
 
 template <class Table>
@@ -108,7 +111,7 @@ const char* media_table(MediaKind kind) {
 
 int MediaKindForRemoval(std::string_view extension) {
   const RemovalType* type = find_type(kRemovalTypes, extension);
-  return type == nullptr ? -1 : type->kind;
+  return type == nullptr ? -1 : type->media_class;
 }
 
 }  // namespace corvexal

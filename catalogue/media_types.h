@@ -14,8 +14,11 @@ enum class MediaKind { kOther = 0, kPhoto = 1, kVideo = 2, kMusic = 3, kPlaylist
 // disc files with the videos.
 [[nodiscard]] const char* media_table(MediaKind kind);
 
-// The kinds that removal knows: 1 music, 2 video, 3 photo, -1 for an extension (dot included) that cannot be
-// removed. The list is its own: some extensions can be removed that are never added, and the reverse.
+// The classes by which removal and the sort tables go.
+inline constexpr int kMusicClass = 1, kVideoClass = 2, kPhotoClass = 3;
+
+// The class that removal looks for an extension (dot included) in; -1 when it cannot be removed. The list is
+// its own: some extensions can be removed that are never added, and the reverse.
 [[nodiscard]] int MediaKindForRemoval(std::string_view extension);
 
 }  // namespace corvexal

@@ -35,24 +35,23 @@ int DelVideoEntry2(Database& database, const std::string& path) {
 }
 
 int RemoveMediaFile(const std::string& path) {
-  constexpr int kMusic = 1, kVideo = 2, kPhoto = 3;  // for the sort tables, too
-  const int kind = MediaKindForRemoval(GetFileExtension(path, ""));
+  const int media_class = MediaKindForRemoval(GetFileExtension(path, ""));
   const std::string utf8_path = convert_to_utf8(path, from_codepage.c_str()).text.value_or(path);
-  switch (kind) {
-    case kMusic:
+  switch (media_class) {
+    case kMusicClass:
       DelAudioEntry2(g_db, utf8_path);
       playlist_pending = 1;
       break;
-    case kVideo:
+    case kVideoClass:
       DelVideoEntry2(g_db, utf8_path);
       break;
-    case kPhoto:
+    case kPhotoClass:
       DelImageEntry2(g_db, utf8_path);
       break;
     default:
       return -1;
   }
-  if (commit_after_remove == 1) RebuildSortTables(kind);
+  if (commit_after_remove == 1) RebuildSortTables(media_class);
   if (commit_after_remove == 0) commit_after_remove = 1;
   return 0;
 }

@@ -10,11 +10,9 @@
 namespace corvexal {
 namespace {
 
-constexpr int kMusic = 1, kVideo = 2, kPhoto = 3, kWholeCatalogue = 4;
-
 // Readers rely on whole-catalogue work rebuilding the music tables alone.
 bool is_music(int media_class) {
-  return media_class == kMusic || media_class == kWholeCatalogue;
+  return media_class == kMusicClass || media_class == kWholeCatalogue;
 }
 
 void recreate_music_tables() {
@@ -30,10 +28,10 @@ void recreate_music_tables() {
 bool recreate_tables(int media_class) {
   if (is_music(media_class)) {
     recreate_music_tables();
-  } else if (media_class == kVideo) {
+  } else if (media_class == kVideoClass) {
     g_db.exec("DROP TABLE video_sortidx_tbl;");
     g_db.exec("CREATE TABLE video_sortidx_tbl (idx,reserve1,reserve2);");
-  } else if (media_class == kPhoto) {
+  } else if (media_class == kPhotoClass) {
     g_db.exec("DROP TABLE photo_sortidx_tbl;");
     g_db.exec("CREATE TABLE photo_sortidx_tbl (idx,reserve1,reserve2);");
   } else {
@@ -106,9 +104,9 @@ int FillSortTables(int media_class) {
   bool filled = true;
   if (is_music(media_class))
     filled = fill_music();
-  else if (media_class == kVideo)
+  else if (media_class == kVideoClass)
     filled = fill_videos();
-  else if (media_class == kPhoto)
+  else if (media_class == kPhotoClass)
     filled = fill_photos();
   return filled ? 1 : 0;
 }

@@ -1,8 +1,13 @@
 #pragma once
 
+#include "catalogue/media_types.h"
+
 namespace corvexal {
 
-// Drops, creates and fills the sort tables of a class (1 music, 2 video, 3 photo; 4 is music again),
+// Stands beside the classes of media for what is not of one class.
+inline constexpr int kWholeCatalogue = 4;
+
+// Drops, creates and fills the sort tables of a class of media, for kWholeCatalogue those of music;
 // recomputes the folder flags, saves the identifier counters, commits and closes the catalogue. Returns 1; or
 // 0, with nothing committed and the catalogue still open, when the tables could not be filled or the class is
 // another number.

@@ -11,8 +11,9 @@ namespace corvexal {
 int sync_mms_db();
 
 // Deletes the row of one folder, not those of its sub-folders, from a table whose column `path` holds folders
-// in UTF-8. `path` is in the device's character set and must equal the stored one up to its trailing "/".
-// Prints the outcome; returns 0 always.
+// in UTF-8. `path` is in the device's character set and must be the stored one to the byte: given with a
+// trailing "/" it does not match a row stored without one. No such row is no error. Prints the outcome;
+// returns 0 always.
 int DeleteFolderRow(const std::string& path, const char* table);
 
 }  // namespace corvexal

@@ -26,7 +26,9 @@ check_cxx_source_compiles("
   #endif
   int main() {}" CORVEXAL_GNU_LIBICONV)
 add_library(iconv INTERFACE)
-if(CORVEXAL_GNU_LIBICONV AND LIBICONV_LIBRARY)
+if(CORVEXAL_GNU_LIBICONV AND NOT LIBICONV_LIBRARY)
+  message(FATAL_ERROR "<iconv.h> is GNU libiconv's, but the library is missing: install it or take its header away")
+elseif(CORVEXAL_GNU_LIBICONV)
   message(STATUS "Character sets: GNU libiconv (${LIBICONV_LIBRARY})")
   target_link_libraries(iconv INTERFACE ${LIBICONV_LIBRARY})
 else()

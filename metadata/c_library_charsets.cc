@@ -15,9 +15,10 @@ constexpr std::string_view kNameCharacters =
 // Names of the C library's own that people and detectors write; GNU libiconv wants "UTF-8", "KOI8-R" and so
 // on.
 constexpr std::string_view kForeignNames[] = {
-    "UTF7",    "UTF8",   "UTF16",   "UTF16BE",      "UTF16LE",     "UTF32",  "UTF32BE",
-    "UTF32LE", "UCS2",   "UCS4",    "KOI8R",        "KOI8U",       "IBM437", "IBM852",
-    "IBM855",  "IBM865", "UNICODE", "MAC-CYRILLIC", "WINDOWS-31J",
+    "UTF7",     "UTF8",       "UTF16",     "UTF16BE",      "UTF16LE",     "UTF32",  "UTF32BE",
+    "UTF32LE",  "UCS2",       "UCS4",      "KOI8R",        "KOI8U",       "IBM437", "IBM852",
+    "IBM855",   "IBM865",     "UNICODE",   "MAC-CYRILLIC", "WINDOWS-31J", "UJIS",   "EUC-JP-MS",
+    "EUCJP-MS", "EUCJP-OPEN", "EUCJP-WIN", "GB13000",
 };
 
 // A set whose characters begin with ASCII or a lead byte: `first_lead` to 0xFF, or one of single_shifts. A
@@ -29,19 +30,27 @@ struct LeadBytes {
 };
 
 constexpr LeadBytes kDoubleByteSets[] = {
-    {"EUC-JP", 0xA1, "\x8E\x8F"},
-    {"EUCJP", 0xA1, "\x8E\x8F"},
-    {"EUC-KR", 0xA1, ""},
-    {"EUCKR", 0xA1, ""},
-    {"BIG5", 0x81, ""},
-    {"BIG-5", 0x81, ""},
-    {"BIGFIVE", 0x81, ""},
-    {"BIG-FIVE", 0x81, ""},
-    {"CN-BIG5", 0x81, ""},
-    {"CP950", 0x81, ""},
-    {"BIG5-HKSCS", 0x81, ""},
-    {"BIG5HKSCS", 0x81, ""},
-    {"GBK", 0x81, ""},
+    {"EUC-JP", 0xA1, "\x8E\x8F"}, {"EUCJP", 0xA1, "\x8E\x8F"}, {"CSEUCPKDFMTJAPANESE", 0xA1, "\x8E\x8F"},
+    {"EUC-KR", 0xA1, ""},         {"EUCKR", 0xA1, ""},         {"CSEUCKR", 0xA1, ""},
+    {"BIG5", 0x81, ""},           {"BIG-5", 0x81, ""},         {"BIGFIVE", 0x81, ""},
+    {"BIG-FIVE", 0x81, ""},       {"CN-BIG5", 0x81, ""},       {"CP950", 0x81, ""},
+    {"BIG5-HKSCS", 0x81, ""},     {"BIG5HKSCS", 0x81, ""},     {"GBK", 0x81, ""},
+};
+
+// A set whose texts tell their byte order by a mark in front.
+struct MarkedSet {
+  std::string_view charset;
+  const char* big_endian;
+  const char* little_endian;
+  std::string_view little_endian_mark;  // the other one is its reverse
+};
+
+constexpr std::string_view kMark16{"\xFF\xFE", 2}, kMark32{"\xFF\xFE\0\0", 4};
+constexpr MarkedSet kMarkedSets[] = {
+    {"UTF-16", "UTF-16BE", "UTF-16LE", kMark16},        {"UTF-32", "UTF-32BE", "UTF-32LE", kMark32},
+    {"UCS-2", "UCS-2BE", "UCS-2LE", kMark16},           {"UCS-4", "UCS-4BE", "UCS-4LE", kMark32},
+    {"ISO-10646-UCS-2", "UCS-2BE", "UCS-2LE", kMark16}, {"ISO-10646-UCS-4", "UCS-4BE", "UCS-4LE", kMark32},
+    {"CSUNICODE", "UCS-2BE", "UCS-2LE", kMark16},       {"CSUCS4", "UCS-4BE", "UCS-4LE", kMark32},
 };
 
 bool holds(const auto& names, std::string_view charset) {
@@ -65,9 +74,22 @@ bool names_hz(std::string_view charset) {
 const char* c_library_name(const char* charset) {
   const std::string_view name = charset;
   if (name.find_first_not_of(kNameCharacters) != std::string_view::npos) return nullptr;
-  if (holds(kForeignNames, name) || is_run_together_iso(name)) return nullptr;
+  const bool is_osf_number = starts_with_ignoring_case(name, "OSF000");
+  if (holds(kForeignNames, name) || is_run_together_iso(name) || is_osf_number) return nullptr;
   // ISO-2022-JP-2 adds sets to ISO-2022-JP-1 and takes none away.
   return equal_ignoring_case(name, "ISO-2022-JP-1") ? "ISO-2022-JP-2" : charset;
+}
+
+OrderedText in_byte_order(const char* charset, std::string_view text) {
+  const auto* const set =
+      std::find_if(std::begin(kMarkedSets), std::end(kMarkedSets),
+                   [&](const MarkedSet& row) { return equal_ignoring_case(row.charset, charset); });
+  if (set == std::end(kMarkedSets)) return {charset, text};
+  const std::string_view mark = set->little_endian_mark;
+  const std::string_view front = text.substr(0, mark.size());
+  if (front == mark) return {set->little_endian, text.substr(mark.size())};
+  const bool marked_big = std::equal(mark.rbegin(), mark.rend(), front.begin(), front.end());
+  return {set->big_endian, marked_big ? text.substr(mark.size()) : text};
 }
 
 bool has_stray_control(std::string_view charset, std::string_view text) {

@@ -15,6 +15,17 @@ namespace corvexal {
 // names of its own.
 [[nodiscard]] const char* c_library_name(const char* charset);
 
+// A text without a byte-order mark, and the set that says its byte order.
+struct OrderedText {
+  const char* charset;
+  std::string_view text;
+};
+
+// What UTF-16, UTF-32, UCS-2 and UCS-4 stand for: the order that a mark in front of `text` tells, big-endian
+// without one. The C library would take the host's order then, and has no marks in UCS-2 and UCS-4. Other
+// sets and their texts come back as they are.
+[[nodiscard]] OrderedText in_byte_order(const char* charset, std::string_view text);
+
 // True when `text`, in one of the double-byte sets, has a byte from 0x80 to 0xA0 where a character should
 // begin. The C library passes it on as a control character, which would end a search for the right set too
 // early.

@@ -143,12 +143,12 @@ Converted convert_to_utf8(std::string_view text, const char* fromcode) {
 int CodePageType() {
   const Text line = code_page_line();
   if (!line) return 0;
-  for (const CodePage& row : kCodePages) {
-    if (line->find(row.word) == std::string::npos) continue;
-    from_codepage = row.charset;
-    return row.type;
-  }
-  return 0;
+  const CodePage& found =
+      *std::find_if(std::begin(kCodePages), std::end(kCodePages), [&](const CodePage& row) {
+        return line->find(row.word) != std::string::npos;  // the last one's always is
+      });
+  from_codepage = found.charset;
+  return found.type;
 }
 
 std::string ucs4_to_raw_bytes(std::u32string_view ucs4) {

@@ -78,7 +78,8 @@ class Descriptor {
 
 // A byte-order mark sets the order for good in some libraries, whatever is reset.
 bool may_hold_byte_order_mark(std::string_view charset) {
-  constexpr std::string_view kPrefixes[] = {"UTF-16", "UTF-32", "UCS-", "ISO-10646-UCS", "UNICODE"};
+  constexpr std::string_view kPrefixes[] = {"UTF-16",  "UTF-32",    "UCS-",  "ISO-10646-UCS",
+                                            "UNICODE", "CSUNICODE", "CSUCS4"};
   return std::any_of(std::begin(kPrefixes), std::end(kPrefixes),
                      [&](std::string_view prefix) { return starts_with_ignoring_case(charset, prefix); });
 }
@@ -100,6 +101,15 @@ int run_iconv(const char* tocode, const char* fromcode, std::string_view input, 
   return kept->second.run(input, output);
 }
 
+// The C library takes codes above U+10FFFF in UTF-8 and UCS-4, and would write them.
+int run_to_utf8(const char* fromcode, std::string_view input, std::string* output) {
+  std::string made;
+  if (const int error = run_iconv("UTF-8", fromcode, input, &made); error != 0) return error;
+  if (!is_utf8(made)) return EILSEQ;
+  if (output != nullptr) output->append(made);
+  return 0;
+}
+
 // The C library's iconv, made to answer as GNU libiconv does.
 int run_c_library(const char* tocode, const char* fromcode, std::string_view input, std::string* output) {
   if (names_hz(fromcode)) {
@@ -109,9 +119,12 @@ int run_c_library(const char* tocode, const char* fromcode, std::string_view inp
     });
   }
   const char* const to = c_library_name(tocode);
-  const char* const from = c_library_name(fromcode);
+  const OrderedText source = in_byte_order(fromcode, input);
+  const char* const from = c_library_name(source.charset);
   if (to == nullptr || from == nullptr) return EINVAL;
-  return has_stray_control(fromcode, input) ? EILSEQ : run_iconv(to, from, input, output);
+  if (has_stray_control(fromcode, input)) return EILSEQ;
+  return equal_ignoring_case(tocode, "UTF-8") ? run_to_utf8(from, source.text, output)
+                                              : run_iconv(to, from, source.text, output);
 }
 
 }  // namespace

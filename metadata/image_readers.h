@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 #include "metadata/file_window.h"
 #include "metadata/image_size.h"
@@ -26,9 +28,9 @@ void read_tiff(FileWindow& file, ImageProbe& probe);
   return sum;
 }
 
-// The low 32 bits of a number as a probe's field keeps them.
+// A number as a probe's field keeps it: at most the largest that fits.
 [[nodiscard]] inline std::int32_t as_field(std::uint64_t value) {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
+  return static_cast<std::int32_t>(std::min<std::uint64_t>(value, std::numeric_limits<std::int32_t>::max()));
 }
 
 // Sets `field` to the number of `size` bytes at `offset`, when all of them are in the file.

@@ -13,8 +13,8 @@ struct ImageProbe {
   std::string path;
   std::uint32_t file_size = 0;   // bytes, low 32 bits; set once the file is recognised
   std::int32_t image_type = 0;   // an ImageType; kJpeg also for a file that is not recognised
-  std::int32_t width = 0;        // pixels; the bits of an unsigned 32-bit value stand as they are in the file
-  std::int32_t height = 0;       // pixels, likewise
+  std::int32_t width = 0;        // pixels, like the next two at most INT32_MAX whatever the file says
+  std::int32_t height = 0;       // pixels
   std::int32_t color_depth = 0;  // bits per pixel
 };
 

@@ -3,8 +3,6 @@
 namespace corvexal {
 namespace {
 
-constexpr std::int32_t kLongestFrame = 2880;
-
 // kbit/s by the header's bitrate index; 0 stands for free format (first) and the forbidden index (last).
 constexpr std::int32_t kBitrates[5][16] = {
     {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448, 0},  // MPEG 1 layer 1
@@ -68,7 +66,7 @@ int mp3_decode_header(Mp3HeaderBytes bytes, Mp3FrameInfo& info) {
   frame.samples_per_frame = samples_per_frame(layer, version);
   frame.side_info_size = frame.stereo != 0 ? version.side_info_stereo : version.side_info_mono;
   frame.frame_length = frame_length(frame);
-  if (frame.frame_length > kLongestFrame) return -1;
+  if (frame.frame_length > kMp3LongestFrame) return -1;
 
   frame.valid = 1;
   info = frame;

@@ -7,6 +7,7 @@
 namespace corvexal {
 
 inline constexpr std::size_t kMp3HeaderSize = 4;
+inline constexpr std::int32_t kMp3LongestFrame = 2880;  // bytes
 using Mp3HeaderBytes = std::span<const std::uint8_t, kMp3HeaderSize>;
 
 // What one MPEG audio frame header says (ISO/IEC 11172-3, 13818-3 and the 2.5 extension), and what a stream's
@@ -27,9 +28,9 @@ struct Mp3FrameInfo {
   std::int32_t valid = 0;  // 1 when the last decode succeeded
 };
 
-// Decodes a frame header into `info`. Free format, reserved values and frames of more than 2880 bytes are not
-// valid. Returns 0 with `valid` 1, or -1 with `valid` 0 and every other field as it was; xing_frames and
-// first_frame_offset are the caller's own.
+// Decodes a frame header into `info`. Free format, reserved values and frames of more than kMp3LongestFrame
+// bytes are not valid. Returns 0 with `valid` 1, or -1 with `valid` 0 and every other field as it was;
+// xing_frames and first_frame_offset are the caller's own.
 int mp3_decode_header(Mp3HeaderBytes bytes, Mp3FrameInfo& info);
 
 }  // namespace corvexal

@@ -16,7 +16,8 @@ void mp3_average_bitrate(File& file, Mp3FrameInfo& info);
 // and, when it is still 0, song_length (ms; by the frame count of a Xing header, else by size and bitrate).
 // The search for the first frame begins behind an ID3v2 tag and starts over at 0 when no frame stands there.
 // Returns -1 when the file cannot be opened or holds fewer than 1024 bytes, else 0: with file_size alone set
-// when no frame is found. At most 1024 bytes of the file are held at a time (2900 for the mean).
+// when no frame is found. Reads a block of 1024 bytes at a time (2900 for the mean) and, once a block, what a
+// frame beginning there can reach: memory and the number of reads are bounded whatever the file holds.
 int scan_get_mp3fileinfo(const std::string& path, SongInfo& song);
 
 }  // namespace corvexal

@@ -39,14 +39,14 @@ Entry decode(Bytes bytes, std::endian order) {
 // Adds the three samples that a BitsPerSample entry points to, as far as the file goes. Readers of the
 // catalogue rely on big-endian samples being read without their first byte.
 void add_samples(FileWindow& file, const Entry& entry, std::endian order, ImageProbe& probe) {
-  std::uint64_t sum = static_cast<std::uint32_t>(probe.color_depth);
+  std::int64_t sum = probe.color_depth;
   for (std::uint64_t i = 0; i < 3; ++i) {
     Bytes sample = file.at(entry.value + i * entry.element_size, entry.element_size);
     if (sample.size() < entry.element_size) break;
     if (order == std::endian::big && !sample.empty()) sample = sample.subspan(1);
-    sum += number(sample, order);
+    sum += as_field(number(sample, order));
   }
-  probe.color_depth = as_field(sum);
+  probe.color_depth = as_field(static_cast<std::uint64_t>(sum));
 }
 
 }  // namespace

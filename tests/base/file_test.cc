@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <filesystem>
+#include <fstream>
 
 #include "base/byte_reader.h"
 #include "tests/support/test_files.h"
@@ -24,6 +26,20 @@ TEST(File, ReadsWhatIsThereAndNoMore) {
     std::size_t read;
   } rows[] = {{0, 4}, {8, 2}, {10, 0}, {11, 0}, {UINT64_MAX, 0}, {INT64_MAX - 1ULL, 0}};
   for (const auto& row : rows) EXPECT_EQ(file.read_at(row.offset, bytes), row.read) << row.offset;
+  EXPECT_FALSE(file.failed());
+}
+
+TEST(File, EndsWhereItEndedWhenItWasOpened) {
+  const TestFolder folder;
+  const std::string path = folder.write("a", "0123");
+  File file(path);
+  std::ofstream(path, std::ios::app) << "456789";
+  std::array<std::uint8_t, 4> bytes{};
+  EXPECT_EQ(file.size(), 4U);
+  EXPECT_EQ(file.read_at(2, bytes), 2U);
+  EXPECT_EQ(file.read_at(4, bytes), 0U);
+  std::filesystem::resize_file(path, 1);
+  EXPECT_EQ(file.read_at(0, bytes), 1U);
   EXPECT_FALSE(file.failed());
 }
 

@@ -13,6 +13,7 @@ TEST(Paths, AreTakenApart) {
       {"/share/My.Pictures/a", "none", "/share/My.Pictures/", "/share/My.Pictures", "a"},
       {"/share/a.b\\c", "none", "/share/", "/share", "a.b\\c"},
       {"/a.mp3", ".mp3", "/", "/", "a.mp3"},
+      {"a/", "none", "before", "a", ""},
       {"a/b/", "none", "a/", "a/b", ""},
       {"/a/", "none", "/", "/a", ""},
       {"/", "none", "/", "/", ""},

@@ -31,8 +31,6 @@ TEST_F(RemoveTest, TakesTheFileOutOfTheTableOfItsClass) {
       {"a.mov", "music|photo", 0, 0},
       {"it's.png", "music|video", 0, 0},
       {"a.mkv", "music|video|photo", -1, 0},  // added, but not removable
-      {"a.flac", "music|video|photo", -1, 0},
-      {"a.srt", "music|video|photo", -1, 0},
       {"Music", "music|video|photo", -1, 0},
       {"My.Pictures", "music|video|photo", -1, 0},
   };

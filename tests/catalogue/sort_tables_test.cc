@@ -104,7 +104,7 @@ class SortTablesTest : public testing::CatalogueTest {
 TEST_F(SortTablesTest, HoldWhatTheStatementsOneByOneGive) {
   fill_at_random();
   run("update path_objid_tbl set have_video = '1', have_photo = '1' where path == '/nowhere/';");
-  for (const int media_class : {1, 2, 3}) {
+  for (const int media_class : {kMusicClass, kVideoClass, kPhotoClass}) {
     EXPECT_EQ(rebuild(media_class), 1);
     static_cast<void>(column("select 1"));  // opens the catalogue again
   }
@@ -131,7 +131,7 @@ TEST_F(SortTablesTest, HoldWhatTheStatementsOneByOneGive) {
 TEST_F(SortTablesTest, OrderCapitalsAsTheirLetterAlone) {
   for (const char* title : {"Beta", "alpha", "Bravo", "1st", "bat"})
     add_music("/s/", "x.mp3", {.title = title});
-  EXPECT_EQ(rebuild(4), 1);
+  EXPECT_EQ(rebuild(kWholeCatalogue), 1);
   EXPECT_EQ(
       column(
           "select Title from music_tbl join music_sortidx_tbl on No = idx order by music_sortidx_tbl.ROWID"),
@@ -143,7 +143,7 @@ TEST_F(SortTablesTest, LeaveTheOtherClassesAlone) {
   run("insert into video_sortidx_tbl values ('old',0,0);");
   EXPECT_EQ(rebuild(5), 0);
   EXPECT_TRUE(g_db.is_open());
-  EXPECT_EQ(rebuild(4), 1);
+  EXPECT_EQ(rebuild(kWholeCatalogue), 1);
   EXPECT_FALSE(g_db.is_open());
   EXPECT_EQ(column("select idx from video_sortidx_tbl"), "old");
   EXPECT_EQ(column("select count(*) from music_sortidx_tbl"), "0");
@@ -152,9 +152,9 @@ TEST_F(SortTablesTest, LeaveTheOtherClassesAlone) {
 TEST_F(SortTablesTest, SaveTheCountersAndGoOnCounting) {
   add_music("/s/", "a.mp3", {.genre = "Rock"});
   add_music("/s/", "b.mp3", {.genre = "Blues"});
-  EXPECT_EQ(rebuild(1), 1);
+  EXPECT_EQ(rebuild(kMusicClass), 1);
   EXPECT_EQ(column("select ObjID from music_sortGen_tbl"), "3040000000001|3040000000002");
-  EXPECT_EQ(rebuild(1), 1);
+  EXPECT_EQ(rebuild(kMusicClass), 1);
   EXPECT_EQ(column("select ObjID from music_sortGen_tbl"), "3040000000003|3040000000004");
   EXPECT_EQ(column("select name from record_objid_tbl limit 9"),
             "media_path_objid|media_path_parid|photo_file_objid|video_file_objid|music_file_objid|"
@@ -167,7 +167,7 @@ TEST_F(SortTablesTest, StopAtAGenreThatCannotBeWritten) {
   add_music("/s/", "a.mp3");
   run("update music_tbl set Genre = 'so-called \"music\"';");
   CapturedOutput output;
-  EXPECT_EQ(RebuildSortTables(1), 0);
+  EXPECT_EQ(RebuildSortTables(kMusicClass), 0);
   EXPECT_EQ(output.text(), "");
   EXPECT_TRUE(g_db.is_open());
   EXPECT_EQ(column("select count(*) from record_objid_tbl"), "0");
@@ -179,7 +179,7 @@ TEST_F(SortTablesTest, ReportTheFolderThatEndsTheFlags) {
   run("insert into path_objid_tbl values ('/s/\"b\"/','1','1','1','0','0','0');");
   add_folder("/s/");
   CapturedOutput output;
-  EXPECT_EQ(RebuildSortTables(1), 1);
+  EXPECT_EQ(RebuildSortTables(kMusicClass), 1);
   EXPECT_EQ(output.text(),
             "Assign path_objid_tbl media-->\n"
             "2Assign_pathtbl_media():sql query[select COUNT(No) from music_tbl where UTF_Path "

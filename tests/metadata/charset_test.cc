@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include "metadata/c_library_charsets.h"
 #include "metadata/hz_decoder.h"
@@ -65,6 +67,60 @@ TEST(IconvString, DropsAnIncompleteCharacterAtTheEnd) {
               {"HZ", "a~{!"},     {"HZ", "a~{~"}};
   for (const auto& row : rows)
     EXPECT_EQ(outcome("UTF-8", row.fromcode, row.input), "0 a") << row.fromcode << " " << row.input;
+}
+
+TEST(IconvString, WritesNoCodesAboveTheLastCharacter) {
+  const struct {
+    const char* fromcode;
+    std::string good, bad;
+  } rows[] = {{"UTF-8", "\xF4\x8F\xBF\xBF", "\xF4\x90\x80\x80"},
+              {"utf-8", "", "\xF5\x80\x80\x80"},
+              {"UTF-8", "", "\xF8\x88\x80\x80\x80"},
+              {"UTF-8", "", "\xFD\xBF\xBF\xBF\xBF\xBF"},
+              {"UTF-32", "\0\x10\xFF\xFF"s, "\0\x11\0\0"s},
+              {"UCS-4", "\0\x10\xFF\xFF"s, "\0\x11\0\0"s},
+              {"UCS-4BE", "\0\x10\xFF\xFF"s, "\x7F\xFF\xFF\xFF"},
+              {"UCS-4LE", "\xFF\xFF\x10\0"s, "\0\0\xD8\0"s},
+              {"CSUCS4", "\0\0\0a"s, "\0\x11\0\0"s}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(outcome("UTF-8", row.fromcode, row.good)[0], '0') << row.fromcode;
+    EXPECT_EQ(outcome("UTF-8", row.fromcode, row.bad), "EILSEQ") << row.fromcode << " " << row.bad;
+    EXPECT_EQ(iconv_string("UTF-8", row.fromcode, row.bad, nullptr), -1) << row.fromcode << " " << row.bad;
+  }
+}
+
+TEST(IconvString, ReadsTheByteOrderOffTheMark) {
+  const struct {
+    std::vector<const char*> charsets;
+    std::string big, little;  // the text, without a mark
+    std::string big_mark, little_mark;
+  } rows[] = {
+      {{"UTF-16", "utf-16", "UCS-2", "ISO-10646-UCS-2", "CSUNICODE"}, "N-", "-N", "\xFE\xFF", "\xFF\xFE"},
+      {{"UTF-32", "UCS-4", "ISO-10646-UCS-4", "CSUCS4"},
+       "\0\0N-"s,
+       "-N\0\0"s,
+       "\0\0\xFE\xFF"s,
+       "\xFF\xFE\0\0"s}};
+  for (const auto& row : rows)
+    for (const char* charset : row.charsets) {
+      EXPECT_EQ(outcome("UTF-8", charset, row.little_mark + row.little), "0 中") << charset;
+      EXPECT_EQ(outcome("UTF-8", charset, row.big_mark + row.big), "0 中") << charset;
+      EXPECT_EQ(outcome("UTF-8", charset, row.big), "0 中") << charset;  // the mark before does not count
+      EXPECT_EQ(outcome("UTF-8", charset, ""), "0 ") << charset;
+      EXPECT_EQ(outcome("UTF-8", charset, row.big_mark.substr(0, 1)), "0 ") << charset;
+    }
+  EXPECT_EQ(outcome("UTF-8", "UTF-16LE", "-N"), "0 中");
+}
+
+TEST(IconvString, OutlivesMoreSetsThanAreKeptOpen) {
+  EXPECT_EQ(outcome("UTF-8", "CP1251", "\xCF"), "0 П");
+  for (unsigned upper = 0; upper < 128; ++upper) {  // a name of its own for each choice of capitals
+    std::string charset = "windows-1252";
+    for (unsigned i = 0; i < 7; ++i)
+      if ((upper >> i & 1U) != 0) charset[i] = static_cast<char>(std::toupper(charset[i]));
+    EXPECT_EQ(outcome("UTF-8", charset.c_str(), "\x80"), "0 €") << charset;
+  }
+  EXPECT_EQ(outcome("UTF-8", "CP1251", "\xCF"), "0 П");
 }
 
 TEST(IconvString, StartsEveryTextInTheInitialState) {
@@ -164,7 +220,9 @@ TEST(CLibraryCharsets, TakeNoStrayControlsForText) {
     std::string bad;
   } rows[] = {{"EUC-JP", "\x8E\xB1\xB0\xA1\x8F\xB0\xA1", "\xB0\xA1\x80"},
               {"EUC-JP", "a", "\xA0"},
+              {"csEUCPkdFmtJapanese", "\x8E\xB1", "\x80"},
               {"EUC-KR", "\xB0\xA1", "\xB0\xA1\x8E"},
+              {"csEUCKR", "\xB0\xA1", "a\x80"},
               {"BIG5", "\xA4\xA4", "\xA4\xA4\x80"},
               {"big5-hkscs", "\xA4\xA4", "a\x80"},
               {"CP950", "\xA4\xA4", "\x80"},
@@ -179,7 +237,8 @@ TEST(CLibraryCharsets, TakeNoStrayControlsForText) {
 }
 
 TEST(CLibraryCharsets, HaveNoNamesOfTheirOwn) {
-  for (const char* name : {"gb18030\n", "?", "UTF-8 ", "UTF8", "utf16", "iso88591", "ISO885915", "IBM855"}) {
+  for (const char* name : {"gb18030\n", "?", "UTF-8 ", "UTF8", "utf16", "iso88591", "ISO885915", "IBM855",
+                           "ujis", "eucJP-ms", "GB13000", "OSF00030010"}) {
     EXPECT_EQ(c_library_name(name), nullptr) << name;
     EXPECT_EQ(outcome("UTF-8", name, "a\0"s), "EINVAL") << name;
   }

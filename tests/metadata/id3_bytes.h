@@ -1,17 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <iterator>
 #include <string>
 #include <string_view>
 
+#include "tests/support/bytes.h"
+
 // Builds ID3 tags byte by byte; see id3.org.
 namespace corvexal::testing {
-
-inline std::string big_endian(std::size_t value, int bytes) {
-  std::string text;
-  for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) text += static_cast<char>(value >> shift & 0xFF);
-  return text;
-}
 
 // Four bytes of seven bits each.
 inline std::string syncsafe(std::size_t value) {
@@ -23,9 +20,9 @@ inline std::string syncsafe(std::size_t value) {
 // A frame of tag version 2.2, 2.3 or 2.4, by its last number. `format` is the low byte of the flags.
 inline std::string id3_frame(int version, std::string_view id, std::string_view body, int format = 0) {
   std::string frame(id);
-  if (version == 2) return frame.append(big_endian(body.size(), 3)).append(body);
-  frame += version == 3 ? big_endian(body.size(), 4) : syncsafe(body.size());
-  frame += big_endian(static_cast<std::size_t>(format), 2);
+  if (version == 2) return frame.append(be(std::ssize(body), 3)).append(body);
+  frame += version == 3 ? be(std::ssize(body), 4) : syncsafe(body.size());
+  frame += be(format, 2);
   return frame.append(body);
 }
 

@@ -5,13 +5,14 @@
 #include <string>
 
 #include "tests/metadata/id3_bytes.h"
+#include "tests/support/bytes.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal {
 namespace {
 
 using namespace std::string_literals;
-using testing::big_endian;
+using testing::be;
 using testing::id3_frame;
 using testing::id3_tag_bytes;
 using testing::id3_text;
@@ -24,13 +25,13 @@ std::string file_of(const std::string& frames, int version = 4, int flags = 0) {
 }
 
 std::string seek(std::size_t distance) {
-  return id3_frame(4, "SEEK", big_endian(distance, 4));
+  return id3_frame(4, "SEEK", be(static_cast<std::int64_t>(distance), 4));
 }
 
 TEST(Id3Guard, LetsOnlyTagsOfBoundedSizeThrough) {
   const std::string title = id3_text(4, "TIT2", "title");
-  const std::string unpacked17 = id3_frame(3, "TIT2", big_endian(17 * kMiB, 4) + "x", 0x80);
-  const std::string unpacked9 = id3_frame(3, "APIC", big_endian(9 * kMiB, 4) + "x", 0x80);
+  const std::string unpacked17 = id3_frame(3, "TIT2", be(17 * kMiB, 4) + "x", 0x80);
+  const std::string unpacked9 = id3_frame(3, "APIC", be(9 * kMiB, 4) + "x", 0x80);
   const std::string unpacked17_of_24 = id3_frame(4, "TIT2", syncsafe(17 * kMiB) + "x", 0x09);
   const std::string chained = file_of(title + seek(0));
   const std::string footer = "3DI\4\0\x10"s;
@@ -47,12 +48,12 @@ TEST(Id3Guard, LetsOnlyTagsOfBoundedSizeThrough) {
       {"15 MiB", file_of(id3_text(4, "TIT2", std::string(15 * kMiB, 'a'))), true},
       {"17 MiB", file_of(id3_text(4, "TIT2", std::string(17 * kMiB, 'a'))), false},
       {"cut short behind 17 MiB", "ID3\4\0\0\x7F\x7F\x7F\x7F"s + std::string(17 * kMiB, 'a'), false},
-      {"a little frame compressed", file_of(id3_frame(3, "TIT2", big_endian(100, 4) + "x", 0x80), 3), true},
+      {"a little frame compressed", file_of(id3_frame(3, "TIT2", be(100, 4) + "x", 0x80), 3), true},
       {"unpacks to 17 MiB", file_of(unpacked17, 3), false},
       {"unpacks to 18 MiB in two", file_of(unpacked9 + unpacked9, 3), false},
       {"unpacks to 17 MiB behind padding", file_of("\0"s + unpacked17, 3), true},
-      {"unpacks to 17 MiB behind an extended header",
-       file_of(big_endian(6, 4) + "123456" + unpacked17, 3, 0x40), false},
+      {"unpacks to 17 MiB behind an extended header", file_of(be(6, 4) + "123456" + unpacked17, 3, 0x40),
+       false},
       {"the same in 2.4", file_of(syncsafe(6) + "12" + unpacked17_of_24, 4, 0x40), false},
       {"unpacks to 17 MiB in 2.4", file_of(unpacked17_of_24), false},
       {"the same in a group and encrypted",

@@ -19,7 +19,7 @@ namespace corvexal {
 namespace {
 
 using namespace std::string_literals;
-using testing::big_endian;
+using testing::be;
 using testing::CapturedOutput;
 using testing::FakeDetector;
 using testing::id3_frame;
@@ -269,7 +269,7 @@ TEST_F(Id3Tags, RefusesWhatCannotBeOpened) {
 
 TEST_F(Id3Tags, SurvivesCutAndSpoiltFiles) {
   const std::string frames = id3_frame(3, "TIT2", "\1\xFF\xFE-N\x87\x65"s) + id3_text(3, "TCON", "(17)") +
-                             id3_frame(3, "TPE1", big_endian(40, 4) + "\x78\x9C\x03", 0x80) +
+                             id3_frame(3, "TPE1", be(40, 4) + "\x78\x9C\x03", 0x80) +
                              id3_frame(3, "COMM", "\1eng\xFF\xFE\0"s) +
                              id3_frame(3, "APIC", "\0x\0\3\0\xFF"s);
   const std::string whole = id3_tag_bytes(3, frames) + kMusic + testing::id3v1_bytes("v1", "b", "c", 255);

@@ -11,12 +11,15 @@
 #include <vector>
 
 #include "metadata/file_window.h"
+#include "tests/support/bytes.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal {
 namespace {
 
+using testing::be;
 using testing::CapturedOutput;
+using testing::le;
 using testing::sample;
 using testing::TestFolder;
 
@@ -44,15 +47,7 @@ Probed probe_file(const std::string& path, const Fields& before = {}) {
 }
 
 std::string number(std::int64_t value, int size, bool big) {
-  std::string bytes;
-  for (int i = 0; i < size; ++i) bytes += static_cast<char>(value >> 8 * (big ? size - 1 - i : i));
-  return bytes;
-}
-std::string be(std::int64_t value, int size) {
-  return number(value, size, true);
-}
-std::string le(std::int64_t value, int size) {
-  return number(value, size, false);
+  return big ? be(value, size) : le(value, size);
 }
 
 std::string bmp(int width, int height, int depth) {
@@ -181,7 +176,12 @@ TEST_F(ImageSize, ReadsTheHeaderOfEachFormat) {
       {"PNG, RGB of another depth", kPngSignature + ihdr(3, 4, 4, 2), {3, 4, kUntouched}},
       {"PNG, RGB with alpha of 16 bits", kPngSignature + ihdr(3, 4, 16, 6), {3, 4, 48}},
       {"PNG, unknown colour type", kPngSignature + ihdr(3, 4, 8, 1), {3, 4, kUntouched}},
-      {"PNG, sizes above 31 bits", kPngSignature + ihdr(0x80000000, 0xFFFFFFFE, 8, 2), {INT32_MIN, -2, 24}},
+      {"PNG, sizes of 31 bits",
+       kPngSignature + ihdr(0x7FFFFFFF, 0x7FFFFFFE, 8, 2),
+       {INT32_MAX, 0x7FFFFFFE, 24}},
+      {"PNG, sizes above 31 bits",
+       kPngSignature + ihdr(0x80000000, 0xFFFFFFFE, 8, 2),
+       {INT32_MAX, INT32_MAX, 24}},
       {"PNG, IHDR behind others",
        kPngSignature + chunk("aaaa", "") + chunk("tEXt", std::string(20000, 'I')) + ihdr(3, 4, 8, 2),
        {3, 4, 24}},
@@ -232,7 +232,7 @@ TEST_F(ImageSize, DecodesTiffEntries) {
        false,
        {{256, 99, 1, le(0x10002, 4)}, {257, kShort, 5, le(0xFFFFFFFF, 4)}},
        "",
-       {0x10002, -1, 0}},
+       {0x10002, INT32_MAX, 0}},
       {"big-endian values of no size, of eight bytes, of other counts",
        true,
        {{256, 0, 1, be(5, 4)}, {257, kDouble, 1, be(5, 4)}, {258, kShort, 4, be(5, 4)}},
@@ -274,6 +274,21 @@ TEST_F(ImageSize, DecodesTiffEntries) {
        {{258, kShort, 3, le(kBehindOneEntry, 4)}},
        le(8, 2) + le(8, 2) + "\x08",
        {0, 0, 16}},
+      {"little-endian samples above 31 bits",
+       false,
+       {{258, kDouble, 3, le(kBehindOneEntry, 4)}},
+       std::string(24, '\xFF'),
+       {0, 0, INT32_MAX}},
+      {"a sum above 31 bits",
+       false,
+       {{258, kLong, 3, le(kBehindOneEntry, 4)}},
+       le(0x7FFFFFFF, 4) + le(1, 4) + le(0, 4),
+       {0, 0, INT32_MAX}},
+      {"a depth and samples above 31 bits",
+       false,
+       {{258, kLong, 1, le(0xFFFFFFFF, 4)}, {258, kLong, 3, le(kBehindOneEntry + 12, 4)}},
+       le(8, 4) + le(8, 4) + le(8, 4),
+       {0, 0, INT32_MAX}},
       {"samples behind the end", false, {{258, kDouble, 3, le(0xFFFFFFFF, 4)}}, "", {0, 0, 0}},
       {"no entry after three wanted ones",
        false,

@@ -2,13 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
+#include <fstream>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "base/log.h"
+#include "tests/support/bytes.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal {
@@ -16,13 +20,10 @@ namespace {
 
 using testing::CapturedOutput;
 using testing::TestFolder;
+using testing::zeros;
 
 std::string bytes(std::initializer_list<int> values) {
   return {values.begin(), values.end()};
-}
-
-std::string zeros(std::size_t count) {
-  return std::string(count, '\0');
 }
 
 // `count` frames of `length` bytes that hold nothing but their header.
@@ -271,6 +272,111 @@ TEST_F(Mp3Stream, SurvivesCutAndRandomFiles) {
       EXPECT_EQ(song.bitrate == 0, song.samplerate == 0) << size;
     }
   }
+}
+
+// The rules in their plainest form, for a file without a tag that lies in memory.
+class PlainSearch {
+ public:
+  explicit PlainSearch(const std::string& content) : content_(content) {}
+
+  // Offset of the first frame; npos without one.
+  [[nodiscard]] std::size_t first_frame() const {
+    for (std::size_t block = 0; block + 1024 <= content_.size(); block += 975)
+      for (std::size_t at = block; at <= block + 974; ++at)
+        if (const int found = is_frame(at); found != 0) return found > 0 ? at : std::string::npos;
+    return std::string::npos;
+  }
+
+  // The mean of ten frames from the middle on, or `otherwise`.
+  [[nodiscard]] std::int32_t bitrate(std::int32_t otherwise) const {
+    const std::size_t middle = content_.size() / 2;
+    if (middle + 2900 > content_.size()) return otherwise;
+    std::size_t at = middle;
+    while (at < middle + 2896 && is_frame(at) == 0) ++at;
+    if (at >= middle + 2896 || is_frame(at) < 0) return otherwise;
+    std::int32_t sum = 0;
+    for (int i = 0; i < 10; ++i) {
+      const Mp3FrameInfo info = decoded(at);
+      if (info.valid == 0) return otherwise;
+      sum += info.bitrate;
+      at += static_cast<std::size_t>(info.frame_length);
+    }
+    return sum / 10;
+  }
+
+  [[nodiscard]] Mp3FrameInfo decoded(std::size_t at) const {
+    Mp3FrameInfo info;
+    std::array<std::uint8_t, 4> header{};
+    if (at + 4 <= content_.size())
+      std::copy_n(content_.begin() + static_cast<std::ptrdiff_t>(at), 4, header.begin());
+    mp3_decode_header(header, info);
+    return info;
+  }
+
+ private:
+  // 1 for a frame, 0 for none, -1 when the file ends before that is known.
+  [[nodiscard]] int is_frame(std::size_t at) const {
+    const Mp3FrameInfo info = decoded(at);
+    if (info.valid == 0) return 0;
+    const std::size_t next = at + static_cast<std::size_t>(info.frame_length);
+    return next + 4 > content_.size() ? -1 : decoded(next).valid;
+  }
+
+  const std::string& content_;
+};
+
+TEST_F(Mp3Stream, FindsWhatAPlainSearchFinds) {
+  const std::string headers[] = {kFrame128,
+                                 kFrame64,
+                                 bytes({0xFF, 0xE3, 0xE8, 0}),
+                                 bytes({0xFF, 0xFF, 0x16, 0}),
+                                 bytes({0xFF, 0xFB, 0xE8, 0}),
+                                 bytes({0xFF, 0xFF, 0xFF, 0xFF})};
+  std::mt19937 random(7);
+  int none = 0, in_later_blocks = 0, averaged = 0;
+  for (int round = 0; round < 600; ++round) {
+    std::string content(1024 + random() % 30000, '\0');
+    for (std::size_t at = 0, gap = 6U << random() % 7; at + 4 <= content.size(); at += 4 + random() % gap)
+      content.replace(at, 4, headers[random() % std::size(headers)]);
+    if (round % 3 == 0)
+      content.replace(content.size() / 2 + random() % 3000 % (content.size() / 4), 0, stream_128(12));
+    const PlainSearch plain(content);
+    const std::size_t first = plain.first_frame();
+    const Mp3FrameInfo info = first == std::string::npos ? Mp3FrameInfo{} : plain.decoded(first);
+    const std::int32_t bitrate = info.valid != 0 ? plain.bitrate(info.bitrate) : 0;
+    const SongInfo song = scan(content).song;
+    EXPECT_EQ(song.samplerate, info.samplerate) << round;
+    EXPECT_EQ(song.bitrate, bitrate) << round;
+    EXPECT_EQ(song.song_length, bitrate == 0 ? 0
+                                             : static_cast<std::int32_t>(
+                                                   static_cast<double>(content.size() - first) * 8 / bitrate))
+        << round;
+    none += info.valid == 0 ? 1 : 0;
+    in_later_blocks += info.valid != 0 && first > 975 ? 1 : 0;
+    averaged += bitrate != info.bitrate ? 1 : 0;
+  }
+  EXPECT_GT(none, 20);
+  EXPECT_GT(in_later_blocks, 20);
+  EXPECT_GT(averaged, 20);
+}
+
+// How many times this process has called read and its like; nothing where the kernel does not count.
+std::optional<long> reads_so_far() {
+  std::ifstream counters("/proc/self/io");
+  std::string name;
+  for (long value = 0; counters >> name >> value;)
+    if (name == "syscr:") return value;
+  return std::nullopt;
+}
+
+TEST_F(Mp3Stream, ReadsAFileOfFalseSyncsBlockByBlock) {
+  std::string content;
+  while (content.size() < 1000000) content += bytes({0xFF, 0xE3, 0xE2, 0});
+  const std::optional<long> before = reads_so_far();
+  expect_nothing_found(content, "false syncs");
+  const std::optional<long> after = reads_so_far();
+  if (!before || !after) GTEST_SKIP() << "the kernel does not count reads";
+  EXPECT_LT(*after - *before, 2 * 1000000 / 975 + 50);
 }
 
 TEST_F(Mp3Stream, LogsItsWay) {

@@ -4,23 +4,16 @@
 
 #include <climits>
 
+#include "tests/support/bytes.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal {
 namespace {
 
+using testing::be32;
 using testing::sample;
 using testing::TestFolder;
-
-std::string be32(std::uint32_t value) {
-  std::string bytes(4, '\0');
-  for (std::size_t i = 0; i < 4; ++i) bytes[i] = static_cast<char>(value >> (24 - 8 * i));
-  return bytes;
-}
-
-std::string zeros(std::size_t count) {
-  return std::string(count, '\0');
-}
+using testing::zeros;
 
 std::string atom(std::string_view type, const std::string& body) {
   return be32(static_cast<std::uint32_t>(8 + body.size())).append(type) + body;

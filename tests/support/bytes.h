@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+// The bytes of files, built piece by piece.
+namespace corvexal::testing {
+
+// The lowest `size` bytes of a number, big-endian.
+inline std::string be(std::int64_t value, int size) {
+  std::string bytes;
+  while (size-- > 0) bytes += static_cast<char>(value >> 8 * size);
+  return bytes;
+}
+
+// The same in little-endian order.
+inline std::string le(std::int64_t value, int size) {
+  const std::string bytes = be(value, size);
+  return {bytes.rbegin(), bytes.rend()};
+}
+
+inline std::string be32(std::uint32_t value) {
+  return be(value, 4);
+}
+
+inline std::string zeros(std::size_t count) {
+  return std::string(count, '\0');
+}
+
+}  // namespace corvexal::testing
