@@ -13,7 +13,8 @@ namespace corvexal {
 [[nodiscard]] GdbmFile open_store_file(const std::string& path, bool emptied);
 
 // Opens a damaged store's file that is not open now, rebuilt from every record that can still be read, with a
-// line on standard error. On failure nothing, the reason on standard error and errno set.
+// line on standard error. The work is done on a copy, in the folder "<path>.rebuild". On failure nothing, the
+// file as it was, the reason on standard error and errno set.
 [[nodiscard]] GdbmFile rebuild_store_file(const std::string& path);
 
 }  // namespace corvexal

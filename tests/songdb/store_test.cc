@@ -1,6 +1,7 @@
 #include "songdb/store.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -191,11 +192,15 @@ class DamagedStore : public StoreFixture {
     db_close();
     healthy_ = read_file(file());
   }
-  // Opens the store made of these bytes; what opens can be walked, added to and deleted from.
+  // Opens the store made of these bytes; what opens can be walked, added to and deleted from, and what does
+  // not is left as it was.
   void use(const std::string& bytes, const std::string& what) {
     mount_.write(".systemfile/songs.gdb", bytes);
     CapturedOutput errors(2);
-    if (open() != 0) return;
+    if (open() != 0) {
+      EXPECT_TRUE(read_file(file()) == bytes) << what;
+      return;
+    }
     for (const std::uint32_t id : {5U, 1000U}) {
       db_delete(id);
       db_add(song_of(id, "/mnt/new.mp3"));
@@ -242,14 +247,34 @@ TEST_F(DamagedStore, IsRebuiltWithEveryRecordWhenItsEndIsNotWhereTheHeaderSays) 
 
 TEST_F(DamagedStore, LosesTheTornRecordOnly) {
   const std::size_t record = healthy_.find("/mnt/song123.mp3") - 124;
-  mount_.write(".systemfile/.song.gdb.keep", "no rebuild of ours");
-  mount_.write(".systemfile/songs.gdb.aB3dE6", "an unfinished rebuild");
+  mount_.write(".systemfile/songs.gdb.backup", "somebody else's");
+  fs::create_directory(file() + ".rebuild");
+  mount_.write(".systemfile/songs.gdb.rebuild/songs.gdb.aB3dE6", "an unfinished rebuild");
   mount_.write(".systemfile/songs.gdb", healthy_.substr(0, record - 4) + "torn" + healthy_.substr(record));
   EXPECT_EQ(open(), 0);
   EXPECT_EQ(ids().size(), 399U);
   EXPECT_EQ(db_exists(123), 0);
-  EXPECT_FALSE(fs::exists(file() + ".aB3dE6"));
-  EXPECT_TRUE(fs::exists(".systemfile/.song.gdb.keep"));
+  EXPECT_FALSE(fs::exists(file() + ".rebuild"));
+  EXPECT_TRUE(fs::exists(file() + ".backup"));
+}
+
+TEST_F(DamagedStore, IsLeftAsItWasWhenThereIsNoRoomToRebuildIt) {
+  std::string bent = healthy_;
+  bent[33] = static_cast<char>(bent[33] + 16);  // the end that the header names
+  mount_.write(".systemfile/songs.gdb", bent);
+  const auto action = std::signal(SIGXFSZ, SIG_IGN);
+  rlimit before{};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit tight = {16384, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &tight);
+  CapturedOutput errors(2);
+  const int opened = open();
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, action);
+  EXPECT_EQ(opened, -1);
+  EXPECT_EQ(errors.text().find("Song store " + file() + " is damaged and cannot be rebuilt: "), 0U);
+  EXPECT_TRUE(read_file(file()) == bent);
+  EXPECT_FALSE(fs::exists(file() + ".rebuild"));
 }
 
 // The run may be killed at any moment; the next one has to find a store that it can use.
