@@ -85,11 +85,12 @@ std::size_t remove_torn_records(GDBM_FILE db) {
   return torn.size();
 }
 
+// An empty or cut first record says nothing about the others.
 bool holds_records_of_another_version(GDBM_FILE db) {
   const Datum key(gdbm_firstkey(db));
   if (!key) return false;
   const Datum record(gdbm_fetch(db, key.borrowed()));
-  return record_version(record.bytes()) != kRecordVersion;
+  return record.bytes().size() >= sizeof kRecordVersion && record_version(record.bytes()) != kRecordVersion;
 }
 
 GdbmFile open_for_writing(const std::string& path) {

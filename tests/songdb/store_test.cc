@@ -115,6 +115,25 @@ TEST_F(Store, IsEmptiedOnReloadAndWhenItsFirstRecordIsOfAnotherVersion) {
   }
 }
 
+TEST_F(Store, KeepsTheOthersWhenItsFirstRecordIsEmptyOrCut) {
+  for (const std::size_t size : {0U, 3U}) {
+    ASSERT_EQ(open(1), 0);
+    for (const std::uint32_t id : {1U, 2U, 3U}) db_add(song_of(id, "/abc/mnt/a.mp3"));
+    db_close();
+    GdbmFile db = open_gdbm(file(), GDBM_WRITER);
+    const Datum key(gdbm_firstkey(db.get()));
+    const PackedSong cut(size, 8);
+    ASSERT_EQ(gdbm_store(db.get(), key.borrowed(), as_datum(cut), GDBM_REPLACE), 0);
+    db.reset();
+    EXPECT_EQ(open(), 0);
+    EXPECT_EQ(ids().size(), 3U) << size;
+    const std::string paths[] = {"/mnt/"};
+    db_delete_by_path(paths, false);  // the walk goes on behind it
+    EXPECT_EQ(ids().size(), 1U) << size;
+    db_close();
+  }
+}
+
 // The store answers from an index; what it deletes has to be what a walk through all records finds first.
 TEST_F(Store, DeletesTheFirstRecordThatAWalkWouldFind) {
   ASSERT_EQ(open(), 0);
