@@ -81,13 +81,14 @@ Datum fetch_record(std::uint32_t id) {
 template <class Visit>
 void walk_records(Visit visit) {
   std::optional<KeyWalk> walk;
-  const auto next_record = [&walk] {
+  const auto next_record = [&walk]() -> std::optional<Datum> {
     const auto guard = lock_gdbm();
     if (songs_db && !walk) walk.emplace(songs_db.get());
-    return walk && walk->next() ? Datum(gdbm_fetch(songs_db.get(), walk->key().borrowed())) : Datum();
+    if (!walk || !walk->next()) return std::nullopt;
+    return Datum(gdbm_fetch(songs_db.get(), walk->key().borrowed()));
   };
-  while (const Datum record = next_record())
-    if (!visit(record.bytes())) return;
+  while (const auto record = next_record())
+    if (*record && !visit(record->bytes())) return;
 }
 
 std::optional<std::uint32_t> first_record_below(std::string_view path) {
