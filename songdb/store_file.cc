@@ -43,7 +43,11 @@ bool replace_by_empty(const std::string& path) {
   const GdbmFile db(gdbm_open(fresh.c_str(), 0, GDBM_NEWDB | GDBM_SYNC | GDBM_NOLOCK, kOwnerOnly, nullptr));
   if (!db) return false;
   keep_owner_and_mode(path, db.get());
-  return std::rename(fresh.c_str(), path.c_str()) == 0;
+  if (std::rename(fresh.c_str(), path.c_str()) == 0) return true;
+  const int reason = errno;
+  std::remove(fresh.c_str());
+  errno = reason;
+  return false;
 }
 
 // A folder beside the store that is this program's alone, for a rebuild: the store itself stays as it is

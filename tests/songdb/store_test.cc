@@ -201,6 +201,8 @@ TEST_F(Store, RefusesWhatIsNoStoreAndLeavesItAlone) {
   fs::remove(file());
   fs::create_directory(file());
   EXPECT_EQ(open(), -1);
+  EXPECT_EQ(open(1), -1);
+  EXPECT_FALSE(fs::exists(file() + ".new"));
 }
 
 class DamagedStore : public StoreFixture {
