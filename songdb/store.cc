@@ -32,6 +32,7 @@ std::shared_mutex db_rwlock;
 std::mutex db_gdbm_lock;
 
 GdbmFile songs_db;
+std::uint64_t songs_db_generation = 0;  // changes with the handle
 std::string store_path;
 bool store_was_rebuilt = false;       // since it was opened
 std::optional<PathIndex> path_index;  // in step with the open store, once it was asked
@@ -77,14 +78,18 @@ Datum fetch_record(std::uint32_t id) {
   return songs_db ? Datum(gdbm_fetch(songs_db.get(), as_datum(key_of(id)))) : Datum();
 }
 
-// Calls visit(record) for each record in gdbm's key order until it returns false.
+// Calls visit(record) for each record in gdbm's key order until it returns false. When another thread reopens
+// or rebuilds the store meanwhile, the walk begins anew and may visit records again.
 template <class Visit>
 void walk_records(Visit visit) {
   std::optional<KeyWalk> walk;
-  const auto next_record = [&walk]() -> std::optional<Datum> {
+  std::uint64_t generation = 0;
+  const auto next_record = [&]() -> std::optional<Datum> {
     const auto guard = lock_gdbm();
-    if (songs_db && !walk) walk.emplace(songs_db.get());
-    if (!walk || !walk->next()) return std::nullopt;
+    if (!songs_db) return std::nullopt;
+    if (!walk || generation != songs_db_generation) walk.emplace(songs_db.get());
+    generation = songs_db_generation;
+    if (!walk->next()) return std::nullopt;
     return Datum(gdbm_fetch(songs_db.get(), walk->key().borrowed()));
   };
   while (const auto record = next_record())
@@ -137,11 +142,16 @@ bool put_record(Bytes key, Bytes record) {
   return songs_db && gdbm_store(songs_db.get(), as_datum(key), as_datum(record), GDBM_REPLACE) == 0;
 }
 
+void close_store() {
+  path_index.reset();
+  songs_db.reset();
+  ++songs_db_generation;
+}
+
 // gdbm gives up on a file as soon as it meets damage in it, and would take no more records in this or any
 // later run. One rebuild has to do: a second failure has other reasons than the file.
 void rebuild_store() {
-  path_index.reset();
-  songs_db.reset();
+  close_store();
   songs_db = rebuild_store_file(store_path);
   store_was_rebuilt = true;
 }
@@ -174,8 +184,7 @@ int db_open(int /*ignored*/, int reload) {
   auto guard = lock_gdbm();
   store_path = path;
   store_was_rebuilt = false;
-  path_index.reset();
-  songs_db.reset();
+  close_store();
   songs_db = open_store_file(path, reload != 0);
   const int reason = errno;
   guard.unlock();
@@ -186,8 +195,7 @@ int db_open(int /*ignored*/, int reload) {
 
 int db_close() {
   const auto guard = lock_gdbm();
-  path_index.reset();
-  songs_db.reset();
+  close_store();
   return 0;
 }
 

@@ -6,11 +6,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <random>
+#include <thread>
 
 #include "base/byte_reader.h"
 #include "base/text.h"
@@ -122,7 +124,8 @@ TEST_F(Store, KeepsTheOthersWhenItsFirstRecordIsEmptyOrCut) {
     db_close();
     GdbmFile db = open_gdbm(file(), GDBM_WRITER);
     const Datum key(gdbm_firstkey(db.get()));
-    const PackedSong cut(size, 8);
+    const PackedSong whole = *pack_song(song_of(record_id(key.bytes()), "/mnt/a.mp3"));
+    const Bytes cut = Bytes(whole).first(size);
     ASSERT_EQ(gdbm_store(db.get(), key.borrowed(), as_datum(cut), GDBM_REPLACE), 0);
     db.reset();
     EXPECT_EQ(open(), 0);
@@ -183,6 +186,22 @@ TEST_F(Store, DeletesByAListOfPathsOrKeepsOnlyThose) {
     EXPECT_EQ(left.size(), keep ? 134U : 266U);
     for (const std::uint32_t id : left) EXPECT_EQ(id % 3 == 0, keep) << id;
   }
+}
+
+// A rebuild closes the handle in the middle of a run, as opening anew does.
+TEST_F(Store, IsWalkedWhileAnotherThreadReopensIt) {
+  ASSERT_EQ(open(), 0);
+  for (std::uint32_t id = 0; id < 400; ++id) db_add(song_of(id, "/mnt/a.mp3"));
+  std::atomic<int> walks = 0;
+  std::atomic<bool> over = false;
+  std::thread walker([&] {
+    const std::string nowhere[] = {"/nowhere/a"};
+    for (; !over; ++walks) db_delete_by_path(nowhere, false);
+  });
+  for (int round = 0; round < 30 || walks < 10; ++round) EXPECT_EQ(open(), 0);
+  over = true;
+  walker.join();
+  EXPECT_EQ(ids().size(), 400U);
 }
 
 TEST_F(Store, RefusesWhatIsNoStoreAndLeavesItAlone) {
