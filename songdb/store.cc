@@ -5,14 +5,15 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <limits>
 #include <mutex>
+#include <new>
 #include <shared_mutex>
 #include <system_error>
 #include <vector>
 
 #include "base/config.h"
 #include "base/log.h"
+#include "base/saturate.h"
 #include "base/text.h"
 #include "songdb/gdbm_file.h"
 #include "songdb/path_index.h"
@@ -125,17 +126,15 @@ PathIndex::Answer ask_index(std::string_view path) {
   return path_index->records_below(path);
 }
 
-std::int32_t now() {
-  return static_cast<std::int32_t>(
-      std::min<std::time_t>(std::time(nullptr), std::numeric_limits<std::int32_t>::max()));
-}
-
-std::optional<PackedSong> pack_for_store(SongInfo song) {
-  song.time_stored = now();
-  song.time_played = 0;
-  if (song.time_added == 0) song.time_added = song.time_stored;
-  if (song.time_modified == 0) song.time_modified = song.time_stored;
-  return pack_song(song);
+std::optional<PackedSong> pack_for_store(const SongInfo& song) try {
+  SongInfo stored = song;
+  stored.time_stored = saturated(std::time(nullptr));
+  stored.time_played = 0;
+  if (stored.time_added == 0) stored.time_added = stored.time_stored;
+  if (stored.time_modified == 0) stored.time_modified = stored.time_stored;
+  return pack_song(stored);
+} catch (const std::bad_alloc&) {
+  return std::nullopt;
 }
 
 bool put_record(Bytes key, Bytes record) {

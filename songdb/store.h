@@ -9,8 +9,8 @@
 
 // The DAAP server's song store: the gdbm file ".systemfile/songs.gdb" under the configured mount path, one
 // record a song (songdb/record.h), its key the song's id. Calls may come from several threads; a
-// deletion by path may miss what others add or delete meanwhile. While the store is not open, look-ups find nothing, and adding and deleting do
-// nothing.
+// deletion by path may miss what others add or delete meanwhile. While the store is not open, look-ups find
+// nothing, and adding and deleting do nothing.
 
 namespace corvexal {
 
