@@ -18,8 +18,9 @@ namespace {
 //
 //     0  version, 8                  72  thirteen text lengths, in the order of kStoredTexts,
 //     4  header size, 128                each counting its NUL (an absent text is one NUL)
-//     8  fourteen numbers,          124  the thirteen texts, back to back, each with its NUL
-//        in the order of kStoredNumbers     +  a zero word
+//     8  fourteen numbers, in       124  the thirteen texts, back to back, each with its NUL
+//        the order of                 +  a zero word
+//        kStoredNumbers
 //    64  compilation, one byte
 //    65  three zero bytes
 //    68  id

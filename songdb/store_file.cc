@@ -128,7 +128,8 @@ std::optional<std::size_t> rebuild_in_place_of(const std::string& path, const st
 
 void say_failure(const char* what, const std::string& path) {
   const int reason = errno;
-  std::fprintf(stderr, "Song store %s%s: %s\n", path.c_str(), what, gdbm_failure().c_str());
+  const char* advice = reason == EINVAL ? "; move it away, and the next scan makes a new one" : "";
+  std::fprintf(stderr, "Song store %s%s: %s%s\n", path.c_str(), what, gdbm_failure().c_str(), advice);
   errno = reason;
 }
 
