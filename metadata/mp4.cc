@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <string_view>
 
 #include "base/log.h"
+#include "base/saturate.h"
 #include "base/text.h"
 #include "metadata/file_window.h"
 #include "metadata/genres.h"
@@ -144,10 +144,6 @@ void take_item(FileWindow& file, const Atom& item, SongInfo& song) {
   if (item.type == kCompilation) song.compilation = value[0];
 }
 
-std::int32_t saturated(std::uint64_t value) {
-  return static_cast<std::int32_t>(std::min<std::uint64_t>(value, std::numeric_limits<std::int32_t>::max()));
-}
-
 std::int32_t milliseconds(std::uint32_t duration, std::uint32_t time_scale) {
   if (time_scale == 0) return 0;
   std::uint32_t factor = 1000;
@@ -181,7 +177,7 @@ std::int32_t stream_bitrate(FileWindow& file, const Atom& sample_entry) {
   const std::uint64_t before = esds->offset - start;
   std::uint32_t rate = 0;
   return ByteReader(file.at(esds->body() + before + kBitrateAt, sizeof rate)).be32(rate)
-             ? saturated(rate / 1000)
+             ? static_cast<std::int32_t>(rate / 1000)
              : 0;
 }
 

@@ -1,11 +1,10 @@
 #include "metadata/song_scanners.h"
 
-#include <algorithm>
-#include <limits>
 #include <string_view>
 
 #include "base/file.h"
 #include "base/log.h"
+#include "base/saturate.h"
 #include "base/text.h"
 #include "metadata/id3_tags.h"
 #include "metadata/mp3_stream.h"
@@ -31,8 +30,7 @@ int probe_size(const std::string& path, SongInfo& song) {
     log_printf("Could not open %s for reading\n", path.c_str());
     return -1;
   }
-  constexpr std::uint64_t kLargest = std::numeric_limits<std::int32_t>::max();
-  song.file_size = static_cast<std::int32_t>(std::min(file.size(), kLargest));
+  song.file_size = saturated(file.size());
   return 0;
 }
 
@@ -45,8 +43,8 @@ int scan_tags_by_type(const std::string& path, SongInfo& song) {
 }
 
 int scan_info_by_type(const std::string& path, SongInfo& song) {
-  // Not folded, unlike above: readers of the store rely on a "song.MP3" being known by its tags and size
-  // only.
+  // A "song.MP3" gets its tags but no stream information, only its size: readers of the store rely on that
+  // difference from a "song.mp3", so the case is not folded here.
   for (const SongScanner& scanner : kScanners)
     if (song.type == scanner.extension) return scanner.info(path, song);
   return probe_size(path, song);

@@ -4,6 +4,7 @@
 #include <array>
 #include <climits>
 #include <cstring>
+#include <iterator>
 #include <new>
 #include <string_view>
 
@@ -15,10 +16,11 @@ namespace {
 
 // One record; every number has 32 bits in host byte order.
 //
-//     0  version, 8                  72  thirteen text lengths, in the order of kTexts,
+//     0  version, 8                  72  thirteen text lengths, in the order of kStoredTexts,
 //     4  header size, 128                each counting its NUL (an absent text is one NUL)
-//     8  fourteen numbers,          124  the thirteen texts, back to back, each with its NUL
-//        in the order of kNumbers     +  a zero word
+//     8  fourteen numbers, in       124  the thirteen texts, back to back, each with its NUL
+//        the order of                 +  a zero word
+//        kStoredNumbers
 //    64  compilation, one byte
 //    65  three zero bytes
 //    68  id
@@ -35,27 +37,19 @@ constexpr std::size_t kWord = 4;
 // that shortened form only.
 constexpr std::size_t kPathReadAt = kTextsAt + 4;
 
-constexpr std::array kNumbers = {
-    &SongInfo::bitrate,     &SongInfo::samplerate, &SongInfo::song_length,   &SongInfo::file_size,
-    &SongInfo::year,        &SongInfo::track,      &SongInfo::total_tracks,  &SongInfo::disc,
-    &SongInfo::total_discs, &SongInfo::time_added, &SongInfo::time_modified, &SongInfo::time_played,
-    &SongInfo::time_stored, &SongInfo::bpm};
-constexpr std::array kTexts = {
-    &SongInfo::path,      &SongInfo::fname,    &SongInfo::title, &SongInfo::artist,   &SongInfo::album,
-    &SongInfo::genre,     &SongInfo::comment,  &SongInfo::type,  &SongInfo::composer, &SongInfo::orchestra,
-    &SongInfo::conductor, &SongInfo::grouping, &SongInfo::url};
-static_assert(kNumbersAt + kNumbers.size() * kWord == kCompilationAt);
-static_assert(kLengthsAt + kTexts.size() * kWord == kTextsAt);
+static_assert(kNumbersAt + std::size(kStoredNumbers) * kWord == kCompilationAt);
+static_assert(kLengthsAt + std::size(kStoredTexts) * kWord == kTextsAt);
 static_assert(kTextsAt + kWord == kHeaderSize);
 
-using TextViews = std::array<std::string_view, kTexts.size()>;
+using TextViews = std::array<std::string_view, std::size(kStoredTexts)>;
 
 TextViews texts_of(const SongInfo& song) {
   TextViews texts;
-  std::transform(kTexts.begin(), kTexts.end(), texts.begin(), [&song](auto field) {
-    const Text& text = song.*field;
-    return text ? std::string_view(text->c_str()) : std::string_view();
-  });
+  std::transform(std::begin(kStoredTexts), std::end(kStoredTexts), texts.begin(),
+                 [&song](const NamedText& known) {
+                   const Text& text = song.*known.field;
+                   return text ? std::string_view(text->c_str()) : std::string_view();
+                 });
   return texts;
 }
 
@@ -90,7 +84,8 @@ PackedSong packed(const SongInfo& song, const TextViews& texts, std::size_t size
   PackedSong record(size);
   put(record, 0, kRecordVersion);
   put(record, kHeaderSizeAt, kHeaderSize);
-  for (std::size_t i = 0; i < kNumbers.size(); ++i) put(record, kNumbersAt + i * kWord, song.*kNumbers[i]);
+  for (std::size_t i = 0; i < std::size(kStoredNumbers); ++i)
+    put(record, kNumbersAt + i * kWord, song.*kStoredNumbers[i].field);
   put(record, kCompilationAt, song.compilation);
   put(record, kIdAt, song.id);
   std::size_t at = kTextsAt;
@@ -127,14 +122,14 @@ int unpack_song(Bytes record, SongInfo& song) {
 
 void read_stored_song(Bytes record, SongInfo& song) {
   song = SongInfo{};
-  for (std::size_t i = 0; i < kNumbers.size(); ++i)
-    song.*kNumbers[i] = number_at<std::int32_t>(record, kNumbersAt + i * kWord);
+  for (std::size_t i = 0; i < std::size(kStoredNumbers); ++i)
+    song.*kStoredNumbers[i].field = number_at<std::int32_t>(record, kNumbersAt + i * kWord);
   song.compilation = number_at<std::uint8_t>(record, kCompilationAt);
   song.id = record_id(record);
   std::uint64_t at = kTextsAt;
-  for (std::size_t i = 0; i < kTexts.size(); ++i) {
+  for (std::size_t i = 0; i < std::size(kStoredTexts); ++i) {
     const std::uint32_t length = text_length(record, i);
-    if (length > 1) song.*kTexts[i] = text_at(record, at);
+    if (length > 1) song.*kStoredTexts[i].field = text_at(record, at);
     at += length;
   }
 }
@@ -153,7 +148,7 @@ std::uint32_t record_id(Bytes record) {
 
 bool is_whole_record(Bytes record) {
   std::uint64_t size = kHeaderSize;
-  for (std::size_t i = 0; i < kTexts.size(); ++i) size += text_length(record, i);
+  for (std::size_t i = 0; i < std::size(kStoredTexts); ++i) size += text_length(record, i);
   return record_version(record) == kRecordVersion && size == record.size();
 }
 

@@ -14,6 +14,48 @@ namespace corvexal {
 
 using PackedSong = std::vector<std::uint8_t>;
 
+// The stored numbers and texts, in the record's order.
+struct NamedNumber {
+  const char* name;
+  std::int32_t SongInfo::*field;
+};
+inline constexpr NamedNumber kStoredNumbers[] = {
+    {"bitrate", &SongInfo::bitrate},
+    {"samplerate", &SongInfo::samplerate},
+    {"song_length", &SongInfo::song_length},
+    {"file_size", &SongInfo::file_size},
+    {"year", &SongInfo::year},
+    {"track", &SongInfo::track},
+    {"total_tracks", &SongInfo::total_tracks},
+    {"disc", &SongInfo::disc},
+    {"total_discs", &SongInfo::total_discs},
+    {"time_added", &SongInfo::time_added},
+    {"time_modified", &SongInfo::time_modified},
+    {"time_played", &SongInfo::time_played},
+    {"time_stored", &SongInfo::time_stored},
+    {"bpm", &SongInfo::bpm},
+};
+
+struct NamedText {
+  const char* name;
+  Text SongInfo::*field;
+};
+inline constexpr NamedText kStoredTexts[] = {
+    {"path", &SongInfo::path},
+    {"fname", &SongInfo::fname},
+    {"title", &SongInfo::title},
+    {"artist", &SongInfo::artist},
+    {"album", &SongInfo::album},
+    {"genre", &SongInfo::genre},
+    {"comment", &SongInfo::comment},
+    {"type", &SongInfo::type},
+    {"composer", &SongInfo::composer},
+    {"orchestra", &SongInfo::orchestra},
+    {"conductor", &SongInfo::conductor},
+    {"grouping", &SongInfo::grouping},
+    {"url", &SongInfo::url},
+};
+
 // Packs a song into a record. A text ends at its first NUL; an absent and an empty one are stored alike.
 // Description, item_kind and data_kind are not stored. Nothing when memory runs out or the record would be
 // larger than a gdbm value may be (INT_MAX bytes).

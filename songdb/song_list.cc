@@ -11,54 +11,13 @@
 namespace corvexal {
 namespace {
 
-struct NamedNumber {
-  const char* name;
-  std::int32_t SongInfo::*field;
-};
-constexpr NamedNumber kNumbers[] = {
-    {"bitrate", &SongInfo::bitrate},
-    {"samplerate", &SongInfo::samplerate},
-    {"song_length", &SongInfo::song_length},
-    {"file_size", &SongInfo::file_size},
-    {"year", &SongInfo::year},
-    {"track", &SongInfo::track},
-    {"total_tracks", &SongInfo::total_tracks},
-    {"disc", &SongInfo::disc},
-    {"total_discs", &SongInfo::total_discs},
-    {"time_added", &SongInfo::time_added},
-    {"time_modified", &SongInfo::time_modified},
-    {"time_played", &SongInfo::time_played},
-    {"time_stored", &SongInfo::time_stored},
-    {"bpm", &SongInfo::bpm},
-};
-
-struct NamedText {
-  const char* name;
-  Text SongInfo::*field;
-};
-constexpr NamedText kTexts[] = {
-    {"path", &SongInfo::path},
-    {"fname", &SongInfo::fname},
-    {"title", &SongInfo::title},
-    {"artist", &SongInfo::artist},
-    {"album", &SongInfo::album},
-    {"genre", &SongInfo::genre},
-    {"comment", &SongInfo::comment},
-    {"type", &SongInfo::type},
-    {"composer", &SongInfo::composer},
-    {"orchestra", &SongInfo::orchestra},
-    {"conductor", &SongInfo::conductor},
-    {"grouping", &SongInfo::grouping},
-    {"url", &SongInfo::url},
-};
-
 std::string line_of(const SongInfo& song) {
   std::string line = "{\"id\":" + std::to_string(song.id);
-  for (const auto& [name, field] : kTexts) {
+  for (const auto& [name, field] : kStoredTexts) {
     const Text& text = song.*field;
     line.append(",\"").append(name).append("\":").append(text ? json_text(*text) : "null");
   }
-  for (const auto& [name, field] : kNumbers)
+  for (const auto& [name, field] : kStoredNumbers)
     line.append(",\"").append(name).append("\":").append(std::to_string(song.*field));
   return line + ",\"compilation\":" + std::to_string(song.compilation) + "}";
 }

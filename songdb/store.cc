@@ -5,14 +5,15 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <limits>
 #include <mutex>
+#include <new>
 #include <shared_mutex>
 #include <system_error>
 #include <vector>
 
 #include "base/config.h"
 #include "base/log.h"
+#include "base/saturate.h"
 #include "base/text.h"
 #include "songdb/gdbm_file.h"
 #include "songdb/path_index.h"
@@ -32,6 +33,7 @@ std::shared_mutex db_rwlock;
 std::mutex db_gdbm_lock;
 
 GdbmFile songs_db;
+std::uint64_t songs_db_generation = 0;  // changes with the handle
 std::string store_path;
 bool store_was_rebuilt = false;       // since it was opened
 std::optional<PathIndex> path_index;  // in step with the open store, once it was asked
@@ -77,17 +79,22 @@ Datum fetch_record(std::uint32_t id) {
   return songs_db ? Datum(gdbm_fetch(songs_db.get(), as_datum(key_of(id)))) : Datum();
 }
 
-// Calls visit(record) for each record in gdbm's key order until it returns false.
+// Calls visit(record) for each record in gdbm's key order until it returns false. When another thread reopens
+// or rebuilds the store meanwhile, the walk begins anew and may visit records again.
 template <class Visit>
 void walk_records(Visit visit) {
   std::optional<KeyWalk> walk;
-  const auto next_record = [&walk] {
+  std::uint64_t generation = 0;
+  const auto next_record = [&]() -> std::optional<Datum> {
     const auto guard = lock_gdbm();
-    if (songs_db && !walk) walk.emplace(songs_db.get());
-    return walk && walk->next() ? Datum(gdbm_fetch(songs_db.get(), walk->key().borrowed())) : Datum();
+    if (!songs_db) return std::nullopt;
+    if (!walk || generation != songs_db_generation) walk.emplace(songs_db.get());
+    generation = songs_db_generation;
+    if (!walk->next()) return std::nullopt;
+    return Datum(gdbm_fetch(songs_db.get(), walk->key().borrowed()));
   };
-  while (const Datum record = next_record())
-    if (!visit(record.bytes())) return;
+  while (const auto record = next_record())
+    if (*record && !visit(record->bytes())) return;
 }
 
 std::optional<std::uint32_t> first_record_below(std::string_view path) {
@@ -119,28 +126,31 @@ PathIndex::Answer ask_index(std::string_view path) {
   return path_index->records_below(path);
 }
 
-std::int32_t now() {
-  return static_cast<std::int32_t>(
-      std::min<std::time_t>(std::time(nullptr), std::numeric_limits<std::int32_t>::max()));
-}
-
-std::optional<PackedSong> pack_for_store(SongInfo song) {
-  song.time_stored = now();
-  song.time_played = 0;
-  if (song.time_added == 0) song.time_added = song.time_stored;
-  if (song.time_modified == 0) song.time_modified = song.time_stored;
-  return pack_song(song);
+std::optional<PackedSong> pack_for_store(const SongInfo& song) try {
+  SongInfo stored = song;
+  stored.time_stored = saturated(std::time(nullptr));
+  stored.time_played = 0;
+  if (stored.time_added == 0) stored.time_added = stored.time_stored;
+  if (stored.time_modified == 0) stored.time_modified = stored.time_stored;
+  return pack_song(stored);
+} catch (const std::bad_alloc&) {
+  return std::nullopt;
 }
 
 bool put_record(Bytes key, Bytes record) {
   return songs_db && gdbm_store(songs_db.get(), as_datum(key), as_datum(record), GDBM_REPLACE) == 0;
 }
 
+void close_store() {
+  path_index.reset();
+  songs_db.reset();
+  ++songs_db_generation;
+}
+
 // gdbm gives up on a file as soon as it meets damage in it, and would take no more records in this or any
 // later run. One rebuild has to do: a second failure has other reasons than the file.
 void rebuild_store() {
-  path_index.reset();
-  songs_db.reset();
+  close_store();
   songs_db = rebuild_store_file(store_path);
   store_was_rebuilt = true;
 }
@@ -173,8 +183,7 @@ int db_open(int /*ignored*/, int reload) {
   auto guard = lock_gdbm();
   store_path = path;
   store_was_rebuilt = false;
-  path_index.reset();
-  songs_db.reset();
+  close_store();
   songs_db = open_store_file(path, reload != 0);
   const int reason = errno;
   guard.unlock();
@@ -185,8 +194,7 @@ int db_open(int /*ignored*/, int reload) {
 
 int db_close() {
   const auto guard = lock_gdbm();
-  path_index.reset();
-  songs_db.reset();
+  close_store();
   return 0;
 }
 

@@ -8,9 +8,9 @@
 #include "metadata/song_info.h"
 
 // The DAAP server's song store: the gdbm file ".systemfile/songs.gdb" under the configured mount path, one
-// record a song (songdb/record.h), its key the song's id. Calls may come from several threads, but for
-// db_open and db_close. While the store is not open, look-ups find nothing, and adding and deleting do
-// nothing.
+// record a song (songdb/record.h), its key the song's id. Calls may come from several threads; a
+// deletion by path may miss what others add or delete meanwhile. While the store is not open, look-ups find
+// nothing, and adding and deleting do nothing.
 
 namespace corvexal {
 

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <limits>
 #include <optional>
 #include <string_view>
 
 #include "base/log.h"
 #include "base/paths.h"
+#include "base/saturate.h"
 #include "base/text.h"
 #include "metadata/composite_tags.h"
 #include "metadata/song_scanners.h"
@@ -64,11 +64,6 @@ Text type_of(const std::string& fname) {
   return fname.substr(dot + 1);
 }
 
-std::int32_t seconds(std::time_t time) {
-  using Limits = std::numeric_limits<std::int32_t>;
-  return static_cast<std::int32_t>(std::clamp<std::int64_t>(time, Limits::min(), Limits::max()));
-}
-
 }  // namespace
 
 int update_song(const std::string& path) {
@@ -88,8 +83,8 @@ int scan_music_file(const std::string& dir, const std::string& fname, const stru
     return 0;
   }
   make_composite_tags(song);
-  song.time_added = seconds(std::min(status.st_mtime, status.st_ctime));
-  song.time_modified = seconds(status.st_mtime);
+  song.time_added = saturated(std::min(status.st_mtime, status.st_ctime));
+  song.time_modified = saturated(status.st_mtime);
   db_add(song);
   return 0;
 }
