@@ -26,6 +26,10 @@ class File {
   // short only at the end of the file or, with failed() true and errno set, after a read error.
   std::size_t read_at(std::uint64_t offset, std::span<std::uint8_t> into);
 
+  // A new descriptor of the same file for a library to read through, which has the caller close it, and no
+  // child of the run inherits it; -1 with errno set on failure. It stands at the file's beginning.
+  [[nodiscard]] int duplicate() const;
+
   // True once a read has failed.
   [[nodiscard]] bool failed() const { return failed_; }
 
