@@ -13,9 +13,7 @@ std::size_t character_length(std::string_view text) {
   // The first bytes of each form, and the range that the second byte is in; the others are 0x80 to 0xBF.
   // Overlong forms, surrogates and what lies behind U+10FFFF fall between the rows.
   struct Form {
-    std::uint8_t first, last;
-    std::size_t length;
-    std::uint8_t second_from, second_to;
+    std::uint8_t first, last, length, second_from, second_to;
   };
   static constexpr Form kForms[] = {
       {0x00, 0x7F, 1, 0, 0},       {0xC2, 0xDF, 2, 0x80, 0xBF}, {0xE0, 0xE0, 3, 0xA0, 0xBF},

@@ -91,7 +91,11 @@ TEST(Mp4, ReadsWhatAnEncoderWrites) {
 
   SongInfo untagged;
   EXPECT_EQ(mp4_scan_tags(sample("music/aac-short.m4a"), untagged), 0);
+  EXPECT_EQ(mp4_scan_info(sample("music/aac-short.m4a"), untagged), 0);
   EXPECT_FALSE(untagged.title);
+  EXPECT_EQ(untagged.song_length, 400);
+  EXPECT_EQ(untagged.samplerate, 48000);
+  EXPECT_EQ(untagged.bitrate, 36);
   EXPECT_EQ(mp4_scan_info("/nonexistent.m4a", untagged), -1);
   EXPECT_EQ(mp4_scan_tags("/nonexistent.m4a", untagged), -1);
 }
@@ -145,7 +149,7 @@ TEST(Mp4Tags, EndTheListWhereItStopsMakingSense) {
               {"size 7", be32(7) + "free"},
               {"behind the file", be32(0xFFFFFFFF) + "free"}};
   for (const auto& row : rows) {
-    const SongInfo song = tags(file_with_items(title + row.items + album));
+    const SongInfo song = tags(file_with_items(std::string(title).append(row.items).append(album)));
     EXPECT_EQ(song.title, "t") << row.what;
     EXPECT_FALSE(song.album) << row.what;
   }

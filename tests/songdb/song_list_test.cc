@@ -95,7 +95,7 @@ TEST_F(SongList, RefusesWhatIsNoStoreAndMakesNothing) {
 TEST_F(SongList, EndsOnADamagedFile) {
   for (std::uint32_t id = 0; id < 400; ++id) put(id, *pack_song(song_of(id)));
   const std::string healthy = testing::read_file(file_);
-  for (std::size_t size = 0; size < healthy.size(); size += 4096 * 3) {
+  for (std::size_t size = 0; size < healthy.size(); size += 12288) {
     folder_.write("songs.gdb", healthy.substr(0, size));
     EXPECT_EQ(print(file_).result, 1) << size;
   }
