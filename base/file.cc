@@ -25,6 +25,12 @@ File::~File() {
   if (fd_ >= 0) close(fd_);
 }
 
+int File::duplicate() const {
+  const int copy = fcntl(fd_, F_DUPFD_CLOEXEC, 0);
+  if (copy >= 0) lseek(copy, 0, SEEK_SET);
+  return copy;
+}
+
 std::size_t File::read_at(std::uint64_t offset, std::span<std::uint8_t> into) {
   if (offset >= size_) return 0;
   into = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), size_ - offset)));

@@ -117,7 +117,7 @@ void tag(benchmark::State& state) {
 void detector(benchmark::State& state) {
   make_files();
   use_detector(true);
-  for (auto _ : state) benchmark::DoNotOptimize(corvexal::detect_char_encode("a sample of text"));
+  for (auto _ : state) benchmark::DoNotOptimize(corvexal::EncodingDetector().detect("a sample of text"));
 }
 
 void stream(benchmark::State& state) {

@@ -10,7 +10,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstdio>
 #include <thread>
+#include <utility>
 
 namespace corvexal {
 namespace {
@@ -82,8 +84,8 @@ class Surroundings {
   posix_spawnattr_t attributes_;
 };
 
-// The running program. It is waited for with the object, and killed with all that it started when it outlives
-// the deadline.
+// The running program. It is waited for at the latest with the object, and killed with all that it started
+// when it outlives the deadline.
 class Child {
  public:
   Child(const std::string& argument, int output, Clock::time_point deadline) : deadline_(deadline) {
@@ -95,18 +97,23 @@ class Child {
         0)
       id_ = -1;
   }
-  ~Child() {
-    if (id_ < 0) return;
-    for (microseconds pause{50}; Clock::now() < deadline_;
-         pause = std::min(2 * pause, microseconds{20'000})) {
-      if (waitpid(id_, nullptr, WNOHANG) != 0) return;
-      std::this_thread::sleep_for(pause);
-    }
-    kill(-id_, SIGKILL);
-    while (waitpid(id_, nullptr, 0) < 0 && errno == EINTR) continue;
-  }
+  ~Child() { end(); }
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
+
+  // Waits for the program's end. False when it had to be killed.
+  bool end() {
+    const pid_t id = std::exchange(id_, -1);
+    if (id < 0) return true;
+    for (microseconds pause{50}; Clock::now() < deadline_;
+         pause = std::min(2 * pause, microseconds{20'000})) {
+      if (waitpid(id, nullptr, WNOHANG) != 0) return true;
+      std::this_thread::sleep_for(pause);
+    }
+    kill(-id, SIGKILL);
+    while (waitpid(id, nullptr, 0) < 0 && errno == EINTR) continue;
+    return false;
+  }
 
  private:
   pid_t id_ = -1;
@@ -139,15 +146,27 @@ std::string read_answer(int descriptor, Clock::time_point deadline) {
 
 }  // namespace
 
-std::string detect_char_encode(const std::string& sample, milliseconds time_limit) {
+std::string EncodingDetector::detect(const std::string& sample) {
+  if (last_ && last_->sample == sample) return last_->answer;
+  last_ = Detection{sample, hangs_ ? "" : ask(sample)};
+  return last_->answer;
+}
+
+std::string EncodingDetector::ask(const std::string& sample) {
   Pipe pipe;
   if (!pipe) return {};
-  const Clock::time_point deadline = Clock::now() + time_limit;
-  const Child child(sample.substr(0, sample.find('\0')), pipe.in(), deadline);
+  const Clock::time_point deadline = Clock::now() + time_limit_;
+  Child child(sample.substr(0, sample.find('\0')), pipe.in(), deadline);
   pipe.close_in();
   std::string answer = read_answer(pipe.out(), deadline);
   pipe.close_out();
+  if (!child.end()) {
+    hangs_ = true;
+    std::fprintf(stderr, "%s does not end, and is not started again\n", kProgram);
+  }
   return answer.substr(0, answer.find('\0'));
 }
+
+EncodingDetector encoding_detector;
 
 }  // namespace corvexal

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 namespace corvexal {
@@ -9,12 +10,35 @@ namespace corvexal {
 // keep it for ever. A healthy one takes milliseconds; this leaves room for a disk that has to wake up first.
 inline constexpr std::chrono::milliseconds kDetectorTimeLimit{10'000};
 
-// Asks the device's program "detect_char_encode", found through PATH, for the character set of `sample`, a
-// text of unknown encoding that is cut at its first zero byte. The sample is the program's one argument and
-// no shell sees it. Returns the first 18 bytes of what the program prints, cut at a zero byte and otherwise
-// exactly as printed, a line end included; empty when it cannot be started or prints nothing. A program that
-// has not ended within the time limit is killed, with all that it started.
-[[nodiscard]] std::string detect_char_encode(const std::string& sample,
-                                             std::chrono::milliseconds time_limit = kDetectorTimeLimit);
+// The device's program "detect_char_encode", found through PATH.
+class EncodingDetector {
+ public:
+  explicit EncodingDetector(std::chrono::milliseconds time_limit = kDetectorTimeLimit)
+      : time_limit_(time_limit) {}
+
+  // Asks the program for the character set of `sample`, a text of unknown encoding that is cut at its first
+  // zero byte. The sample is the program's one argument and no shell sees it. Returns the first 18 bytes of
+  // what the program prints, cut at a zero byte and otherwise exactly as printed, a line end included; empty
+  // when it cannot be started or prints nothing. A program that has not ended within the time limit is
+  // killed, with all that it started, and is not started again: from then on the answers are empty. The
+  // answer to the last sample is kept, as a scan into both stores reads each tag twice in a row and starting
+  // the program is four fifths of its time.
+  [[nodiscard]] std::string detect(const std::string& sample);
+
+ private:
+  struct Detection {
+    std::string sample;
+    std::string answer;
+  };
+
+  std::string ask(const std::string& sample);
+
+  std::chrono::milliseconds time_limit_;
+  std::optional<Detection> last_;
+  bool hangs_ = false;
+};
+
+// The run's own.
+extern EncodingDetector encoding_detector;
 
 }  // namespace corvexal

@@ -1,6 +1,7 @@
 #include "metadata/id3_tags.h"
 
 #include <id3tag.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -36,7 +37,7 @@ constexpr int kLogVerbose = 9;
 
 constexpr std::size_t kSampleSize = 100;  // bytes
 constexpr int kSampleFrames = 5;
-constexpr std::size_t kLongestText = 1023;  // bytes of one frame's text that are converted
+constexpr std::size_t kLongestText = 1023;  // bytes of one frame's text that are taken
 
 struct CloseTagFile {
   void operator()(id3_file* file) const noexcept { id3_file_close(file); }
@@ -80,7 +81,7 @@ const id3_ucs4_t* text_of(const id3_frame& frame) {
   return id3_field_getstrings(field, 0);
 }
 
-std::u32string characters(const id3_ucs4_t* text) {
+std::u32string ucs4_of(const id3_ucs4_t* text) {
   std::u32string copy;
   for (; *text != 0; ++text) copy += static_cast<char32_t>(*text);
   return copy;
@@ -105,7 +106,7 @@ std::string sample_texts(const id3_tag& tag, SongInfo& song) {
     note_compilation(frame, song);
     const id3_ucs4_t* const text = text_of(frame);
     if (text == nullptr || !is_sampled(frame.id)) return true;
-    const std::string bytes = ucs4_to_raw_bytes(characters(text));
+    const std::string bytes = ucs4_to_raw_bytes(ucs4_of(text));
     if (sample.size() + bytes.size() > kSampleSize) return false;
     sample += bytes;
     return ++frames < kSampleFrames;
@@ -122,13 +123,21 @@ Text beginning_to_utf8(std::string_view text, const char* charset) {
   return utf8;
 }
 
+// The beginning of a text in UTF-8 that is longer than is taken, up to a whole character.
+std::string beginning(std::string_view utf8) {
+  if (utf8.size() <= kLongestText) return std::string(utf8);
+  std::size_t end = kLongestText;
+  while (end > 0 && (static_cast<unsigned char>(utf8[end]) & 0xC0) == 0x80) --end;
+  return std::string(utf8.substr(0, end));
+}
+
 // The text in UTF-8. One with an ideograph in it must have been Unicode in the tag; any other is taken back
 // to its bytes, which a tag may call Latin-1 whatever they are.
 Text to_utf8(const id3_ucs4_t* text, const char* charset) {
-  const std::u32string ucs4 = characters(text);
+  const std::u32string ucs4 = ucs4_of(text);
   if (ucs4_has_cjk(ucs4)) {
     const std::unique_ptr<id3_utf8_t, FreeText> utf8(id3_ucs4_utf8duplicate(text));
-    return utf8 ? Text(reinterpret_cast<const char*>(utf8.get())) : std::nullopt;
+    return utf8 ? Text(beginning(reinterpret_cast<const char*>(utf8.get()))) : std::nullopt;
   }
   const std::string bytes = ucs4_to_raw_bytes(ucs4);
   if (bytes.size() > kLongestText) return beginning_to_utf8(bytes, charset);
@@ -181,6 +190,16 @@ void store_texts(const id3_tag& tag, const char* charset, SongInfo& song) {
   });
 }
 
+// The library reads the very file that was looked at, and no child of the run inherits it; opened by its path
+// it might be another one, and the detector would get it.
+TagFile tag_file_of(const File& bytes) {
+  const int descriptor = bytes.duplicate();
+  if (descriptor < 0) return nullptr;
+  TagFile file(id3_file_fdopen(descriptor, ID3_FILE_MODE_READONLY));
+  if (!file) close(descriptor);
+  return file;
+}
+
 int cannot_open(const std::string& path) {
   err_log(kLogFailure, kLogCategory, "Cannot open %s\n", path.c_str());
   return -1;
@@ -197,8 +216,11 @@ int scan_get_mp3tags(const std::string& path, SongInfo& song) {
   if (!song.type || !equal_ignoring_case(*song.type, "mp3")) return 0;
   File bytes(path);
   if (!bytes) return cannot_open(path);
-  if (!id3_tags_are_bounded(bytes)) return no_tag(path);
-  TagFile file(id3_file_open(path.c_str(), ID3_FILE_MODE_READONLY));
+  if (!id3_tags_are_bounded(bytes)) {
+    no_tag(path);
+    return 0;
+  }
+  TagFile file = tag_file_of(bytes);
   if (!file) return cannot_open(path);
   const id3_tag* const tag = id3_file_tag(file.get());
   if (tag == nullptr) {
@@ -207,7 +229,7 @@ int scan_get_mp3tags(const std::string& path, SongInfo& song) {
     errno = error;
     return no_tag(path);
   }
-  const std::string answer = detect_char_encode(sample_texts(*tag, song));
+  const std::string answer = encoding_detector.detect(sample_texts(*tag, song));
   store_texts(*tag, charset_of_answer(answer).c_str(), song);
   file.reset();
   err_log(kLogVerbose, kLogCategory, "Got id3 tag successfully\n");

@@ -54,7 +54,7 @@ TEST(EncodingDetector, UsesTheAnswerAsPrinted) {
   const std::ptrdiff_t before = open_descriptors();
   for (const auto& row : rows) {
     detector.runs(row.commands);
-    EXPECT_EQ(detect_char_encode("sample"), row.answer) << row.commands;
+    EXPECT_EQ(EncodingDetector().detect("sample"), row.answer) << row.commands;
     EXPECT_FALSE(has_children()) << row.commands;
   }
   EXPECT_EQ(open_descriptors(), before);
@@ -63,7 +63,7 @@ TEST(EncodingDetector, UsesTheAnswerAsPrinted) {
 TEST(EncodingDetector, MayBeMissing) {
   const FakeDetector detector;
   const std::ptrdiff_t before = open_descriptors();
-  EXPECT_EQ(detect_char_encode("sample"), "");
+  EXPECT_EQ(EncodingDetector().detect("sample"), "");
   EXPECT_EQ(open_descriptors(), before);
   EXPECT_FALSE(has_children());
 }
@@ -83,11 +83,11 @@ TEST(EncodingDetector, GetsTheSampleAsOneArgumentThatNoShellSees) {
                                  "\xFF\x80\x01",
                                  ""};
   for (const std::string& sample : samples) {
-    EXPECT_EQ(detect_char_encode(sample), "UTF-8") << sample;
+    EXPECT_EQ(EncodingDetector().detect(sample), "UTF-8") << sample;
     EXPECT_EQ(detector.arguments(), Arguments{sample});
   }
   EXPECT_FALSE(std::filesystem::exists(victim));
-  EXPECT_EQ(detect_char_encode("front\0behind"s), "UTF-8");
+  EXPECT_EQ(EncodingDetector().detect("front\0behind"s), "UTF-8");
   EXPECT_EQ(detector.arguments(), Arguments{"front"});
 }
 
@@ -103,10 +103,35 @@ TEST(EncodingDetector, DoesNotHangWithItsProgram) {
   for (const auto& row : rows) {
     detector.runs(row.commands);
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(detect_char_encode("sample", 300ms), row.answer) << row.commands;
+    EXPECT_EQ(EncodingDetector(300ms).detect("sample"), row.answer) << row.commands;
     EXPECT_LT(std::chrono::steady_clock::now() - start, 10s) << row.commands;
     EXPECT_FALSE(has_children()) << row.commands;
   }
+}
+
+TEST(EncodingDetector, IsNotStartedAgainOnceItHangs) {
+  const FakeDetector detector;
+  EncodingDetector encodings(300ms);
+  testing::CapturedOutput error(2);
+  detector.runs("printf KOI8-R; sleep 60");
+  EXPECT_EQ(encodings.detect("first"), "KOI8-R");
+  detector.answers("UTF-8");
+  EXPECT_EQ(encodings.detect("second"), "");
+  EXPECT_EQ(encodings.detect("third"), "");
+  EXPECT_EQ(detector.arguments(), Arguments{"first"});
+  EXPECT_EQ(error.text(), "detect_char_encode does not end, and is not started again\n");
+}
+
+TEST(EncodingDetector, IsNotAskedTwiceInARow) {
+  const FakeDetector detector;
+  EncodingDetector encodings;
+  detector.answers("KOI8-R");
+  EXPECT_EQ(encodings.detect(""), "KOI8-R");
+  EXPECT_EQ(encodings.detect("a"), "KOI8-R");
+  detector.answers("UTF-8");
+  EXPECT_EQ(encodings.detect("a"), "KOI8-R");
+  EXPECT_EQ(encodings.detect("b"), "UTF-8");
+  EXPECT_EQ(encodings.detect("a"), "UTF-8");
 }
 
 TEST(EncodingDetector, LeavesNothingBehindThatHoldsItsOutput) {
@@ -115,7 +140,7 @@ TEST(EncodingDetector, LeavesNothingBehindThatHoldsItsOutput) {
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
   const int reader = open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   detector.runs("sleep 60 3>'" + fifo + "' & printf KOI8-R");
-  EXPECT_EQ(detect_char_encode("sample", 300ms), "KOI8-R");
+  EXPECT_EQ(EncodingDetector(300ms).detect("sample"), "KOI8-R");
   pollfd hung_up{reader, 0, 0};
   EXPECT_EQ(poll(&hung_up, 1, 10'000), 1) << "the fifo's writer lives on";
   close(reader);
@@ -125,7 +150,7 @@ TEST(EncodingDetector, EndsWithItsPipeWhateverTheRunIgnores) {
   const FakeDetector detector;
   detector.runs("kill -PIPE $$; printf alive");
   const auto before = std::signal(SIGPIPE, SIG_IGN);
-  EXPECT_EQ(detect_char_encode("sample"), "");
+  EXPECT_EQ(EncodingDetector().detect("sample"), "");
   std::signal(SIGPIPE, before);
 }
 
