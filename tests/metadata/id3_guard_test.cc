@@ -11,7 +11,7 @@ namespace corvexal {
 namespace {
 
 using namespace std::string_literals;
-using testing::big_endian;
+using testing::be;
 using testing::id3_frame;
 using testing::id3_tag_bytes;
 using testing::id3_text;
@@ -32,10 +32,10 @@ std::string picture(int version, std::size_t size, int format = 0) {
 
 TEST(Id3Guard, LetsOnlyTagsOfBoundedSizeThrough) {
   const std::string title = id3_text(4, "TIT2", "title");
-  const std::string unpacked2 = id3_frame(3, "TIT2", big_endian(2 * kMiB, 4) + "x", 0x80);
-  const std::string unpacked1 = id3_frame(3, "APIC", big_endian(700'000, 4) + "x", 0x80);
+  const std::string unpacked2 = id3_frame(3, "TIT2", be(2 * kMiB, 4) + "x", 0x80);
+  const std::string unpacked1 = id3_frame(3, "APIC", be(700'000, 4) + "x", 0x80);
   const std::string unpacked2_of_24 = id3_frame(4, "TIT2", syncsafe(2 * kMiB) + "x", 0x09);
-  const std::string seek = id3_frame(4, "SEEK", big_endian(0, 4));
+  const std::string seek = id3_frame(4, "SEEK", be(0, 4));
   const std::string footer = "3DI\4\0\x10"s;
   const std::string v1 = testing::id3v1_bytes("", "", "", 0);
   const std::string no_description = "\0image/jpeg\0\3"s + std::string(9 * kMiB, 'x');
@@ -71,12 +71,12 @@ TEST(Id3Guard, LetsOnlyTagsOfBoundedSizeThrough) {
       {"private data", file_of(id3_frame(3, "PRIV", "a\0"s + std::string(9 * kMiB, 'x')), 3), true},
       {"a chapter", file_of(id3_frame(3, "CHAP", std::string(9 * kMiB, 'x')), 3), true},
       {"a hundred thousand frames", file_of(little_frames, 3), false},
-      {"a little frame compressed", file_of(id3_frame(3, "TIT2", big_endian(100, 4) + "x", 0x80), 3), true},
+      {"a little frame compressed", file_of(id3_frame(3, "TIT2", be(100, 4) + "x", 0x80), 3), true},
       {"unpacks to 2 MiB", file_of(unpacked2, 3), false},
       {"unpacks to 1.4 MB in two", file_of(unpacked1 + unpacked1, 3), false},
       {"unpacks to 2 MiB behind padding", file_of("\0"s + unpacked2, 3), true},
       {"unpacks to 2 MiB behind an extended header",
-       file_of(big_endian(6, 4) + "123456" + unpacked2, 3, 0x40), false},
+       file_of(be(6, 4) + "123456" + unpacked2, 3, 0x40), false},
       {"the same in 2.4", file_of(syncsafe(6) + "12" + unpacked2_of_24, 4, 0x40), false},
       {"unpacks to 2 MiB in 2.4", file_of(unpacked2_of_24), false},
       {"the same in a group and encrypted",

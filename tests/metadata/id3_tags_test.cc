@@ -329,7 +329,7 @@ std::string compressed_zeros(std::string_view id, std::size_t size) {
   for (std::size_t left = size / kBlock; left-- > 0;)
     packed.append(left == 0 ? "\1" : "\0", 1).append("\x00\x80\xFF\x7F", 4).append(kBlock, '\0');
   size = size / kBlock * kBlock;
-  return id3_frame(3, id, big_endian(size, 4) + packed + big_endian(size % 65521, 2) + "\0\1"s, 0x80);
+  return id3_frame(3, id, be(size, 4) + packed + be(size % 65521, 2) + "\0\1"s, 0x80);
 }
 
 // Every shape at the size that is just let through and at one far beyond.
