@@ -22,8 +22,10 @@ Rows::~Rows() {
 
 bool Rows::next() {
   if (!statement_ || failed()) return false;
+  const bool was_in_transaction = database_->in_transaction();
   const int code = sqlite3_step(statement_.get());
   if (code == SQLITE_ROW) return true;
+  if (code != SQLITE_DONE && was_in_transaction && !database_->in_transaction()) database_->note_loss();
   result_ = code == SQLITE_DONE ? SQLITE_OK : database_->check(code);
   database_->give_back(std::move(sql_), std::move(statement_));
   return false;
@@ -68,10 +70,8 @@ int Database::wait_for_lock(void* database, int tries) {
 
 void Database::close() {
   if (!handle_) return;
-  if (in_transaction() && simple("COMMIT") != SQLITE_OK) {
-    note_loss();
-    simple("ROLLBACK");
-  }
+  if (!lost_work_ && in_transaction() && simple("COMMIT") != SQLITE_OK) note_loss();
+  if (in_transaction()) simple("ROLLBACK");
   prepared_.clear();
   handle_.reset();
 }
@@ -98,6 +98,8 @@ int Database::simple(const char* sql) {
 int Database::run(std::string_view format, std::span<const SqlValue> values) {
   zErrMsg.reset();
   if (!handle_) return fail(SQLITE_MISUSE, sqlite3_errstr(SQLITE_MISUSE));
+  // What would follow a lost part of the run must not be kept without it.
+  if (lost_work_) return fail(SQLITE_ABORT, "the run's work is lost");
   if (joins_or_leaves(format)) return SQLITE_OK;
 
   BoundSql sql = bind_sql(format, values);
@@ -121,7 +123,10 @@ int Database::execute(sqlite3_stmt* statement) {
   // isn't.
   if (sqlite3_stmt_readonly(statement) != 0) return check(sqlite3_step(statement));
   if (!in_transaction())
-    if (const int code = check(simple("BEGIN IMMEDIATE")); code != SQLITE_OK) return code;
+    if (const int code = check(simple("BEGIN IMMEDIATE")); code != SQLITE_OK) {
+      note_loss();
+      return code;
+    }
   inside_write_ = true;
   const int code = write(statement);
   inside_write_ = false;
