@@ -29,7 +29,6 @@ namespace corvexal {
 namespace {
 
 constexpr int kSuccess = 0, kFailure = -1;
-constexpr std::size_t kMountPathSize = 99;
 
 int print_usage() {
   std::puts(kUsage);
@@ -152,10 +151,9 @@ int run(std::span<const char* const> arguments) {
 
   if (command->updates_catalogue()) {
     readconfig(1, arguments, global_cdata);
-    const std::string mount_path = global_cdata.mntpath.substr(0, kMountPathSize);
+    const std::string& mount_path = global_cdata.mntpath;
     if (mount_path.empty()) {
-      std::printf("%s: SQL_open():Open DB fail %s, %s\n", "main", global_cdata.mntpath.c_str(),
-                  mount_path.c_str());
+      std::printf("%s: SQL_open():Open DB fail %s, %s\n", "main", "", "");
       return kSuccess;
     }
     retval = g_db.open(catalogue_path(mount_path));

@@ -79,7 +79,7 @@ int readconfig(int mode, std::span<const char* const> arguments, ConfigRecord& r
       return fail(arguments);
     }
   }
-  return 0;
+  return std::ferror(file.get()) != 0 ? fail(arguments) : 0;  // a directory opens, but can't be read
 }
 
 }  // namespace corvexal

@@ -73,7 +73,7 @@ void err_log(int level, std::uint32_t category, const char* format, ...) {
   const bool fatal = level == 0;
   if (!fatal && (level > log_level || (category & log_categories) == 0)) return;
 
-  char message[kMessageSize];
+  char message[kMessageSize] = "";
   std::va_list arguments;
   va_start(arguments, format);
   std::vsnprintf(message, sizeof message, format, arguments);

@@ -64,6 +64,7 @@ void sync_vanished_files(benchmark::State& state) {
     corvexal::Database database;
     database.open(corvexal::catalogue_path(library().share()));
     database.exec("update music_tbl set UTF_fname = 'gone '||UTF_fname where No %% 100 == 0;");
+    database.close();
   });
 }
 
@@ -84,6 +85,7 @@ void link_playlists(benchmark::State& state) {
           "\"0\",\"0\",\"0\",\"4\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\");",
           200'000 + i, folder, name, folder, name);
     }
+    database.close();
   };
   measure(state, {"-DD", "-M", library().genre(7)}, prepare);
   for (int i = 0; i < 100; ++i) fs::remove(library().folder(3, i) + "/list.m3u");

@@ -18,8 +18,6 @@
 namespace corvexal {
 namespace {
 
-constexpr std::size_t kExtensionLimit = 6;  // this many characters after the dot are too many
-
 // Describes the file at `path`; a file that cannot be read from the disk counts as empty and as old as time
 // itself.
 MediaFile describe(const std::string& path) {
@@ -76,7 +74,7 @@ void finish(MediaKind kind) {
 int add_row(const MediaRow& row) {
   if (is_in_catalogue(row)) return 1;
   const MediaKind kind = row.file.kind;
-  const int number = LastRowNo(g_db, media_table(kind)) + 1;
+  const std::int64_t number = LastRowNo(g_db, media_table(kind)) + 1;
   // A photo hangs below the parent folder's identifier, everything else below the folder's own.
   const std::uint64_t parent =
       kind == MediaKind::kPhoto ? init_objid.media_path_parid : init_objid.media_path_objid;
@@ -91,13 +89,12 @@ int MmsAddMediaFile(const std::string& path) {
   MediaFile file = describe(path);
   init_objid.media_path_parid = file.depth != 0 ? get_parid(path) : 0;
 
-  const std::size_t dot = path.rfind('.');
-  if (dot == std::string::npos || path.size() - dot - 1 >= kExtensionLimit) return 0;
-  const std::string extension = path.substr(dot);
-  file.name = FileBaseName(path, "/", false) + extension;
-  file.extension = extension.substr(1);
+  const std::optional<std::string_view> extension = media_extension(path);
+  if (!extension) return 0;
+  file.name = FileBaseName(path, "/", false).append(*extension);
+  file.extension = extension->substr(1);
   StringToLower(file.extension);
-  file.kind = media_kind(extension);
+  file.kind = media_kind(*extension);
   if (file.kind == MediaKind::kOther) return 1;
 
   advance_identifier(file.kind);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -10,6 +11,27 @@ namespace corvexal {
 Database g_db;
 std::optional<std::string> zErrMsg;
 int retval = SQLITE_OK;
+
+namespace {
+
+// Whether a statement that ended in `code` was prevented. One that is merely wrong, or meets a damaged file,
+// harms nothing but itself.
+bool is_prevented(int code) {
+  switch (code) {
+    case SQLITE_OK:
+    case SQLITE_ERROR:
+    case SQLITE_CONSTRAINT:
+    case SQLITE_TOOBIG:
+    case SQLITE_MISMATCH:
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+      return false;
+    default:
+      return true;
+  }
+}
+
+}  // namespace
 
 Rows::Rows(Database& database, std::string sql, Statement statement, int result)
     : database_(&database), sql_(std::move(sql)), statement_(std::move(statement)), result_(result) {}
@@ -22,12 +44,12 @@ Rows::~Rows() {
 
 bool Rows::next() {
   if (!statement_ || failed()) return false;
-  const bool was_in_transaction = database_->in_transaction();
+  const bool had_transaction = database_->in_transaction();
   const int code = sqlite3_step(statement_.get());
   if (code == SQLITE_ROW) return true;
-  if (code != SQLITE_DONE && was_in_transaction && !database_->in_transaction()) database_->note_loss();
-  result_ = code == SQLITE_DONE ? SQLITE_OK : database_->check(code);
+  result_ = database_->check(code);
   database_->give_back(std::move(sql_), std::move(statement_));
+  database_->settled(result_, had_transaction);
   return false;
 }
 
@@ -40,6 +62,8 @@ std::string_view Rows::text(int column) const {
 
 int Database::open(const std::string& path, std::chrono::milliseconds busy_timeout) {
   close();
+  loss_.reset();
+  joined_ = false;
   sqlite3* handle = nullptr;
   const int code = sqlite3_open(path.c_str(), &handle);
   handle_.reset(handle);
@@ -70,15 +94,28 @@ int Database::wait_for_lock(void* database, int tries) {
 
 void Database::close() {
   if (!handle_) return;
-  if (!lost_work_ && in_transaction() && simple("COMMIT") != SQLITE_OK) note_loss();
-  if (in_transaction()) simple("ROLLBACK");
+  if (in_transaction()) settled(check(simple("COMMIT")), true);
   prepared_.clear();
   handle_.reset();
 }
 
-void Database::note_loss() {
-  lost_work_ = true;
-  std::fprintf(stderr, "Corvexal: the catalogue could not be written: %s\n", sqlite3_errmsg(handle_.get()));
+// Takes note of a statement's end: nothing of a transaction that lost a part may stay.
+int Database::settled(int code, bool had_transaction) {
+  const bool rolled_back = had_transaction && !in_transaction();
+  if (!loss_ && (is_prevented(code) || (code != SQLITE_OK && rolled_back))) note_loss(code);
+  return code;
+}
+
+void Database::note_loss(int code) {
+  loss_ = {code, error_text()};
+  std::fprintf(stderr, "Corvexal: the run's work on the catalogue is lost: %s\n", error_text());
+  if (in_transaction()) simple("ROLLBACK");  // at once, since a commit that waits locks readers out
+}
+
+// The result of every statement on a closed catalogue and after a loss; SQLITE_OK otherwise.
+int Database::refusal() {
+  if (!handle_) return fail(SQLITE_MISUSE, sqlite3_errstr(SQLITE_MISUSE));
+  return loss_ ? fail(loss_->code, loss_->text.c_str()) : SQLITE_OK;
 }
 
 int Database::fail(int code, const char* text) {
@@ -97,43 +134,37 @@ int Database::simple(const char* sql) {
 
 int Database::run(std::string_view format, std::span<const SqlValue> values) {
   zErrMsg.reset();
-  if (!handle_) return fail(SQLITE_MISUSE, sqlite3_errstr(SQLITE_MISUSE));
-  // What would follow a lost part of the run must not be kept without it.
-  if (lost_work_) return fail(SQLITE_ABORT, "the run's work is lost");
+  if (const int code = refusal(); code != SQLITE_OK) return code;
   if (joins_or_leaves(format)) return SQLITE_OK;
 
   BoundSql sql = bind_sql(format, values);
   Statement statement;
-  if (const int code = prepare(sql, statement); code != SQLITE_OK) return code;
-  const bool was_in_transaction = in_transaction();
-  const int code = execute(statement.get());
-  // A full disk or an I/O error may take the whole transaction with it, not just this statement.
-  if (code != SQLITE_OK && was_in_transaction && !in_transaction()) note_loss();
-  give_back(std::move(sql.text), std::move(statement));
-  return code;
+  const bool had_transaction = in_transaction();
+  int code = prepare(sql, statement);
+  if (code == SQLITE_OK) code = execute(statement.get());
+  if (statement) give_back(std::move(sql.text), std::move(statement));
+  return settled(code, had_transaction);
 }
 
+// The next write opens the transaction, with a lock that can be waited for.
 bool Database::joins_or_leaves(std::string_view format) {
-  if (format == "BEGIN;" && in_transaction()) return joined_ = true;
+  if (format == "BEGIN;") return joined_ = true;
   return format == "COMMIT;" && std::exchange(joined_, false);
 }
 
 int Database::execute(sqlite3_stmt* statement) {
+  if (sqlite3_stmt_readonly(statement) != 0) return step_to_end(statement);
   // Taking the write lock here, where waiting for it is possible, and not at some later statement, where it
   // isn't.
-  if (sqlite3_stmt_readonly(statement) != 0) return check(sqlite3_step(statement));
   if (!in_transaction())
-    if (const int code = check(simple("BEGIN IMMEDIATE")); code != SQLITE_OK) {
-      note_loss();
-      return code;
-    }
+    if (const int code = check(simple("BEGIN IMMEDIATE")); code != SQLITE_OK) return code;
   inside_write_ = true;
-  const int code = write(statement);
+  const int code = step_to_end(statement);
   inside_write_ = false;
   return code;
 }
 
-int Database::write(sqlite3_stmt* statement) {
+int Database::step_to_end(sqlite3_stmt* statement) {
   int code = sqlite3_step(statement);
   while (code == SQLITE_ROW) code = sqlite3_step(statement);
   return check(code);
@@ -141,10 +172,10 @@ int Database::write(sqlite3_stmt* statement) {
 
 Rows Database::start(std::string_view format, std::span<const SqlValue> values) {
   zErrMsg.reset();
-  if (!handle_) return {*this, {}, nullptr, fail(SQLITE_MISUSE, sqlite3_errstr(SQLITE_MISUSE))};
+  if (const int code = refusal(); code != SQLITE_OK) return {*this, {}, nullptr, code};
   BoundSql sql = bind_sql(format, values);
   Statement statement;
-  const int code = prepare(sql, statement);
+  const int code = settled(prepare(sql, statement), in_transaction());
   return {*this, std::move(sql.text), std::move(statement), code};
 }
 
@@ -169,10 +200,13 @@ int Database::prepare(const BoundSql& sql, Statement& statement) {
   return SQLITE_OK;
 }
 
-void Database::give_back(std::string sql, Statement statement) {
+void Database::give_back(std::string sql, Statement statement) noexcept {
   sqlite3_reset(statement.get());
   sqlite3_clear_bindings(statement.get());
-  prepared_.insert_or_assign(std::move(sql), std::move(statement));
+  try {
+    prepared_.insert_or_assign(std::move(sql), std::move(statement));
+  } catch (const std::bad_alloc&) {  // then it is prepared anew when it is next needed
+  }
 }
 
 }  // namespace corvexal

@@ -21,8 +21,8 @@ using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
 
 class Database;
 
-// The rows of one SELECT, read one at a time. Must not outlive its database. What next() gives is valid until
-// the next call; a table can't be dropped while rows of it are being read.
+// The rows of one SELECT, read one at a time. Must be gone before its database is closed. What next() gives
+// is valid until the next call; a table can't be dropped while rows of it are being read.
 class Rows {
  public:
   Rows(Rows&& other) noexcept;
@@ -51,13 +51,16 @@ class Rows {
 // parameters, so a value is always data; a value that holds the quote character of its own literal makes the
 // statement fail as an SQL error with nothing run. Each text is prepared once and kept.
 //
-// The first write opens a transaction, "COMMIT;" ends it, and closing commits what is still open: readers see
-// whole changes only, and a small run is one durable commit. On a closed catalogue every call does nothing
-// and reports SQLite's misuse error.
+// The first write opens a transaction, "COMMIT;" ends it, and close() commits what is still open: readers see
+// whole changes only, and a small run is one durable commit. Destruction without close() takes back what is
+// open. On a closed catalogue every call does nothing and reports SQLite's misuse error.
+//
+// A statement that the disk or another connection prevents (a full disk, an I/O error, a lock that never
+// comes) is said on standard error and takes the transaction back, and every later statement fails as it did:
+// what would follow a lost part of the run must not be kept without it.
 class Database {
  public:
   Database() = default;
-  ~Database() { close(); }
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;
 
@@ -66,19 +69,18 @@ class Database {
   // catalogue is closed.
   int open(const std::string& path, std::chrono::milliseconds busy_timeout = kBusyTimeout);
 
-  // Commits what is open and closes; harmless on a closed catalogue. A commit that fails is said on standard
-  // error.
+  // Commits what is open and closes; harmless on a closed catalogue.
   void close();
 
   [[nodiscard]] bool is_open() const { return handle_ != nullptr; }
 
-  // True once written rows could not be committed: the run's work, or a part of it, is lost and must be done
-  // again.
-  [[nodiscard]] bool lost_work() const { return lost_work_; }
+  // True when a statement was prevented since the catalogue was opened: the run's work, or a part of it, is
+  // lost and must be done again.
+  [[nodiscard]] bool lost_work() const { return loss_.has_value(); }
 
   // Runs a statement that yields no rows, with one value for each placeholder. Returns SQLite's result code;
-  // zErrMsg is absent after success and holds the error's text otherwise. "BEGIN;" joins a transaction that
-  // is already open.
+  // zErrMsg is absent after success and holds the error's text otherwise. "BEGIN;" and its "COMMIT;" are
+  // part of the transaction around them.
   template <class... Values>
   int exec(std::string_view format, const Values&... values) {
     if constexpr (sizeof...(values) == 0) {
@@ -111,24 +113,31 @@ class Database {
   int run(std::string_view format, std::span<const SqlValue> values);
   Rows start(std::string_view format, std::span<const SqlValue> values);
   int prepare(const BoundSql& sql, Statement& statement);
-  void give_back(std::string sql, Statement statement);
+  void give_back(std::string sql, Statement statement) noexcept;
   int execute(sqlite3_stmt* statement);
-  int write(sqlite3_stmt* statement);
+  int step_to_end(sqlite3_stmt* statement);
   static int wait_for_lock(void* database, int tries);
   int simple(const char* sql);
   int fail(int code, const char* text);
   int check(int code);
+  int refusal();
+  int settled(int code, bool had_transaction);
   bool in_transaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
   bool joins_or_leaves(std::string_view format);
-  void note_loss();
+  void note_loss(int code);
+
+  struct Loss {
+    int code;
+    std::string text;
+  };
 
   std::unique_ptr<sqlite3, CloseHandle> handle_;
   std::unordered_map<std::string, Statement> prepared_;  // statements not in use, by their text
   std::chrono::milliseconds busy_timeout_{};
   std::chrono::steady_clock::time_point waiting_since_;
   bool inside_write_ = false;
-  bool joined_ = false;  // inside a "BEGIN;" that joined
-  bool lost_work_ = false;
+  bool joined_ = false;  // inside a "BEGIN;"
+  std::optional<Loss> loss_;
 };
 
 extern Database g_db;                       // the one open catalogue

@@ -1,9 +1,11 @@
 #include "catalogue/folder_flags.h"
 
 #include <algorithm>
-#include <array>
+#include <bit>
+#include <cstdint>
 #include <cstdio>
 #include <optional>
+#include <span>
 
 #include "base/text.h"
 #include "catalogue/database.h"
@@ -11,46 +13,91 @@
 namespace corvexal {
 namespace {
 
-// The length of the well-formed UTF-8 character at the start of `text`, 0 when there is none. U+FFFD and
-// above in its plane count as malformed, since like reads malformed bytes as U+FFFD.
-std::size_t character_length(std::string_view text) {
-  const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  if (byte(0) < 0x80) return 1;
-  const std::size_t length = byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : 2;
-  if (byte(0) < 0xC2 || byte(0) > 0xF4 || text.size() < length) return 0;
-  unsigned long code = byte(0) & (0xFFU >> (length + 1));
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0U) != 0x80) return 0;
-    code = code << 6 | (byte(i) & 0x3FU);
+// Takes the character at the start of `text` off it, as SQL's "like" reads it: a lead byte takes all the
+// continuation bytes behind it, a stray one stands for itself, and what can't be a character is U+FFFD.
+std::uint32_t take_character(std::string_view& text) {
+  const auto byte = [&text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  std::uint32_t code = byte(0);
+  std::size_t length = 1;
+  if (code >= 0xC0) {
+    const int ones = std::min(std::countl_one(byte(0)), 7);
+    code &= 0x7FU >> ones;
+    for (; length < text.size() && (byte(length) & 0xC0U) == 0x80; ++length)
+      code = code << 6 | (byte(length) & 0x3FU);
+    if (code < 0x80 || (code & 0xFFFFF800U) == 0xD800 || (code & 0xFFFFFFFEU) == 0xFFFE) code = 0xFFFD;
   }
-  constexpr std::array<unsigned long, 5> kSmallest = {0, 0, 0x80, 0x800, 0x10000};
-  const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-  const bool replaced = (code & 0xFFFFU) >= 0xFFFD;
-  return code < kSmallest[length] || code > 0x10FFFF || surrogate || replaced ? 0 : length;
+  text.remove_prefix(length);
+  return code;
 }
 
-bool is_well_formed(std::string_view text) {
-  while (!text.empty()) {
-    const std::size_t length = character_length(text);
-    if (length == 0) return false;
-    text.remove_prefix(length);
+// Appends a character in UTF-8, continued to seven bytes for what "like" reads behind U+10FFFF.
+void append_character(std::string& text, std::uint32_t code) {
+  if (code < 0x80) {
+    text += static_cast<char>(code);
+    return;
   }
-  return true;
+  int continuations = 1;
+  while (continuations < 6 && std::uint64_t{code} >> (5 * continuations + 6) != 0) ++continuations;
+  text += static_cast<char>(0xFF00U >> (continuations + 1) | (std::uint64_t{code} >> 6 * continuations));
+  while (continuations-- > 0) text += static_cast<char>(0x80U | (code >> 6 * continuations & 0x3FU));
 }
 
-std::string folded(std::string_view text) {
-  std::string result(text);
+// The text with every character as "like" compares it: well formed, ASCII letters in lower case.
+std::string as_like_reads(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  while (!text.empty()) append_character(result, take_character(text));
   StringToLower(result);
   return result;
+}
+
+std::size_t character_length(std::string_view text) {
+  return std::max(std::countl_one(static_cast<unsigned char>(text[0])), 1);
+}
+
+using Folders = std::span<const std::string>;
+
+// Those of the folders that hold `piece` at byte `at`. REQUIRES: they are sorted and agree before it.
+Folders narrowed(Folders folders, std::size_t at, std::string_view piece) {
+  const auto range = std::ranges::equal_range(folders, piece, {}, [at, &piece](const std::string& folder) {
+    return std::string_view(folder).substr(at, piece.size());
+  });
+  return {range.begin(), range.end()};
+}
+
+// Whether any folder matches `pattern` from byte `at` on, where a match may end before the folder does.
+// REQUIRES: the folders are sorted and agree before it.
+bool any_match(Folders folders, std::size_t at, std::string_view pattern) {
+  const std::string_view literal = pattern.substr(0, pattern.find_first_of("%_"));
+  folders = narrowed(folders, at, literal);
+  at += literal.size();
+  pattern.remove_prefix(literal.size());
+  if (folders.empty() || pattern.empty()) return !folders.empty();
+  if (pattern[0] == '%') {
+    const std::string rest = std::string(pattern) + '%';
+    return std::ranges::any_of(folders, [&rest, at](const std::string& folder) {
+      return sqlite3_strlike(rest.c_str(), folder.c_str() + at, 0) == 0;
+    });
+  }
+  pattern.remove_prefix(1);
+  while (!folders.empty()) {
+    const std::string_view rest = std::string_view(folders.front()).substr(at);
+    if (rest.empty()) {
+      folders = folders.subspan(1);
+      continue;
+    }
+    const std::string_view character = rest.substr(0, character_length(rest));
+    const Folders same = narrowed(folders, at, character);
+    if (any_match(same, at + character.size(), pattern)) return true;
+    folders = folders.subspan(same.size());
+  }
+  return false;
 }
 
 }  // namespace
 
 void FolderSet::add(std::string_view folder) {
-  if (is_well_formed(folder))
-    folders_.push_back(folded(folder));
-  else
-    odd_.emplace_back(folder);
+  folders_.push_back(as_like_reads(folder));
 }
 
 void FolderSet::sort() {
@@ -58,24 +105,7 @@ void FolderSet::sort() {
 }
 
 bool FolderSet::any_below(std::string_view path) const {
-  const std::string pattern = std::string(path) + '%';
-  const auto matches = [&pattern](const std::string& folder) {
-    return sqlite3_strlike(pattern.c_str(), folder.c_str(), 0) == 0;
-  };
-  if (std::any_of(odd_.begin(), odd_.end(), matches)) return true;
-  if (!is_well_formed(path)) return std::any_of(folders_.begin(), folders_.end(), matches);
-
-  const std::string start = folded(path);
-  const auto first = std::lower_bound(folders_.begin(), folders_.end(), start);
-  if (first != folders_.end() && first->starts_with(start)) return true;
-
-  const std::size_t wildcard = start.find_first_of("%_");
-  if (wildcard == std::string::npos) return false;
-  const std::string head = start.substr(0, wildcard);
-  for (auto at = std::lower_bound(folders_.begin(), folders_.end(), head);
-       at != folders_.end() && at->starts_with(head); ++at)
-    if (matches(*at)) return true;
-  return false;
+  return any_match(folders_, 0, as_like_reads(path));
 }
 
 namespace {

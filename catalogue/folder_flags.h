@@ -15,14 +15,12 @@ class FolderSet {
   // To be called once after the last folder.
   void sort();
 
-  // True when any folder matches. A binary search where the path has no wildcard or a folder begins with the
-  // path as it stands; otherwise a walk through the folders that begin with the text before the first
-  // wildcard.
+  // True when any folder matches. A binary search for the text before each wildcard; a "_" is tried with each
+  // character that the folders hold there, and from a "%" on the folders that are left are walked through.
   [[nodiscard]] bool any_below(std::string_view path) const;
 
  private:
-  std::vector<std::string> folders_;  // well-formed UTF-8, ASCII letters in lower case, sorted
-  std::vector<std::string> odd_;      // the others, which like reads in a way of its own
+  std::vector<std::string> folders_;  // as "like" reads them, sorted
 };
 
 // Recomputes have_video, have_music and have_photo of every folder row: 1 when any row of the class lies in

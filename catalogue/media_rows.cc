@@ -52,7 +52,7 @@ void convert_names(MediaRow& row) {
   row.utf_name = std::move(name.text).value_or(row.file.name);
 }
 
-int insert_music(const MediaRow& row, int number, std::uint64_t parent) {
+int insert_music(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   const MediaFile& file = row.file;
   const MusicFacts& music = row.music;
   return g_db.exec(
@@ -64,7 +64,7 @@ int insert_music(const MediaRow& row, int number, std::uint64_t parent) {
       init_objid.music_file_objid++, parent);
 }
 
-int insert_photo(const MediaRow& row, int number, std::uint64_t parent) {
+int insert_photo(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   const MediaFile& file = row.file;
   return g_db.exec(
       "insert into photo_tbl values "
@@ -75,7 +75,7 @@ int insert_photo(const MediaRow& row, int number, std::uint64_t parent) {
       init_objid.photo_file_objid++, parent);
 }
 
-int insert_video(const MediaRow& row, int number, std::uint64_t parent) {
+int insert_video(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   const MediaFile& file = row.file;
   return g_db.exec(
       "insert into video_tbl values "
@@ -86,7 +86,7 @@ int insert_video(const MediaRow& row, int number, std::uint64_t parent) {
       init_objid.video_file_objid++, parent);
 }
 
-int insert_playlist(const MediaRow& row, int number, std::uint64_t parent) {
+int insert_playlist(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   const MediaFile& file = row.file;
   return g_db.exec(
       "insert into music_tbl values "
@@ -96,7 +96,7 @@ int insert_playlist(const MediaRow& row, int number, std::uint64_t parent) {
       file.size, file.depth, init_objid.music_file_objid++, parent);
 }
 
-int insert_subtitle(const MediaRow& row, int number, std::uint64_t parent) {
+int insert_subtitle(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   const MediaFile& file = row.file;
   return g_db.exec(
       "insert into video_tbl values "
@@ -127,7 +127,7 @@ std::optional<MediaRow> read_media_row(MediaFile file) {
   return row;
 }
 
-int insert_media_row(const MediaRow& row, int number, std::uint64_t parent) {
+int insert_media_row(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   switch (row.file.kind) {
     case MediaKind::kMusic:
       return insert_music(row, number, parent);

@@ -46,6 +46,6 @@ struct MediaRow {
 
 // Writes a row with the given row number and parent identifier. It takes its class's next object identifier,
 // which is used up even when the insert fails. Returns SQLite's result code, with zErrMsg set on failure.
-int insert_media_row(const MediaRow& row, int number, std::uint64_t parent);
+int insert_media_row(const MediaRow& row, std::int64_t number, std::uint64_t parent);
 
 }  // namespace corvexal

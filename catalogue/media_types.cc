@@ -88,6 +88,13 @@ const auto* find_type(const Table& table, std::string_view extension) {
 
 }  // namespace
 
+std::optional<std::string_view> media_extension(std::string_view path) {
+  constexpr std::size_t kTooLong = 6;
+  const std::size_t dot = path.rfind('.');
+  if (dot == std::string_view::npos || path.size() - dot - 1 >= kTooLong) return std::nullopt;
+  return path.substr(dot);
+}
+
 MediaKind media_kind(std::string_view extension) {
   const MediaType* type = find_type(kMediaTypes, extension);
   return type == nullptr ? MediaKind::kOther : type->kind;

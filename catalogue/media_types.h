@@ -1,11 +1,16 @@
 #pragma once
 
+#include <optional>
 #include <string_view>
 
 namespace corvexal {
 
 // The class of a file, decided by its extension.
 enum class MediaKind { kOther = 0, kPhoto = 1, kVideo = 2, kMusic = 3, kPlaylist = 4, kSubtitle = 5 };
+
+// The extension of a path, from its last "." on, as adding and scanning take it; absent when there is no "."
+// or 6 or more characters follow it.
+[[nodiscard]] std::optional<std::string_view> media_extension(std::string_view path);
 
 // The class of an extension (dot included), compared as a whole and without regard to case.
 [[nodiscard]] MediaKind media_kind(std::string_view extension);

@@ -19,7 +19,7 @@ int Total_Match_count(std::string_view sql, std::int64_t& count) {
   return 1;
 }
 
-int LastRowNo(Database& database, const char* table) {
+std::int64_t LastRowNo(Database& database, const char* table) {
   // The last row of "select No from TABLE", found from the table's end.
   Rows rows = database.select("select No from %s order by ROWID desc limit 1;", table);
   const bool found = rows.next();

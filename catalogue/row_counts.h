@@ -11,8 +11,9 @@ namespace corvexal {
 // prints the query and its error and returns 0, leaving `count` as it is.
 int Total_Match_count(std::string_view sql, std::int64_t& count);
 
-// The `No` of the table's last row: 0 for an empty table, -1 when the table cannot be read.
-[[nodiscard]] int LastRowNo(Database& database, const char* table);
+// The `No` of the table's last row, a number in the range of int: 0 for an empty table, -1 when the table
+// cannot be read.
+[[nodiscard]] std::int64_t LastRowNo(Database& database, const char* table);
 
 // The number of rows that a query yields, 0 when it fails. Placeholders as for Database::select.
 template <class... Values>

@@ -23,8 +23,7 @@ namespace corvexal {
 namespace {
 
 constexpr std::size_t kFullPathLimit = 512;
-constexpr std::size_t kExtensionLimit = 6;
-constexpr int kRowsPerCommit = 500;  // readers wait for one commit at most, and memory holds one batch
+constexpr int kRowsPerCommit = 500;  // a reader waits for one commit at most, and one batch fits in memory
 
 struct ScanFolderNode {
   std::string path;
@@ -61,11 +60,11 @@ bool insert_folder_row(const std::string& folder, const std::string& path_for_pa
 
 // The next row number of each table, counted up within one folder.
 struct RowNumbers {
-  int music = LastRowNo(g_db, "music_tbl") + 1;
-  int video = LastRowNo(g_db, "video_tbl") + 1;
-  int photo = LastRowNo(g_db, "photo_tbl") + 1;
+  std::int64_t music = LastRowNo(g_db, "music_tbl") + 1;
+  std::int64_t video = LastRowNo(g_db, "video_tbl") + 1;
+  std::int64_t photo = LastRowNo(g_db, "photo_tbl") + 1;
 
-  int& of(MediaKind kind) {
+  std::int64_t& of(MediaKind kind) {
     if (kind == MediaKind::kPhoto) return photo;
     return kind == MediaKind::kVideo || kind == MediaKind::kSubtitle ? video : music;
   }
@@ -88,7 +87,7 @@ bool add_row(MediaFile file, RowNumbers& numbers) {
   if (!row) return true;
   report_conversions(*row);
   const MediaKind kind = row->file.kind;
-  int& number = numbers.of(kind);
+  std::int64_t& number = numbers.of(kind);
   if (insert_media_row(*row, number, init_objid.media_path_objid) != SQLITE_OK) return false;
   ++number;
   if (kind == MediaKind::kMusic || kind == MediaKind::kPlaylist) playlist_pending = 1;
@@ -129,15 +128,15 @@ class FolderScan {
   }
 
   bool handle_file(const std::string& path, std::string_view name) {
-    const std::size_t dot = name.rfind('.');
-    if (dot == std::string_view::npos || name.size() - dot - 1 >= kExtensionLimit) return true;
+    const std::optional<std::string_view> extension = media_extension(name);
+    if (!extension) return true;
     MediaFile file;
-    file.kind = media_kind(name.substr(dot));
+    file.kind = media_kind(*extension);
     if (file.kind == MediaKind::kOther) return true;
     file.path = path;
     file.folder = folder_;
     file.name = name;
-    file.extension = name.substr(dot + 1);
+    file.extension = extension->substr(1);
     StringToLower(file.extension);
     file.modified = status_.st_mtime;
     file.size = static_cast<std::uint64_t>(status_.st_size);

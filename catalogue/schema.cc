@@ -35,7 +35,8 @@ constexpr const char* kIndexes[] = {
 }  // namespace
 
 std::string catalogue_path(const std::string& mount_path) {
-  return mount_path + "/.systemfile/.upnpav-db/upnpav.db";
+  constexpr std::size_t kMountPathSize = 99;
+  return mount_path.substr(0, kMountPathSize) + "/.systemfile/.upnpav-db/upnpav.db";
 }
 
 int create_tables(Database& database) {

@@ -6,7 +6,8 @@
 
 namespace corvexal {
 
-// The catalogue's file under a mount path.
+// The catalogue's file under a mount path, of which the first 99 characters count: every program on the
+// device that opens the catalogue cuts it there.
 [[nodiscard]] std::string catalogue_path(const std::string& mount_path);
 
 // Creates the tables that the updater expects and the indexes that its look-ups profit from, each only where

@@ -63,9 +63,12 @@ TEST(Readconfig, RefusesWhatItCannotRead) {
   EXPECT_EQ(readconfig(3, no_switch, record), -1);
   EXPECT_EQ(readconfig(3, {missing, 2}, record), -1);
   EXPECT_EQ(readconfig(2, missing, record), -1);
-  EXPECT_EQ(
-      output.text(),
-      "error happen: Corvexal\nerror happen: Corvexal\nerror happen: Corvexal\nerror happen: Corvexal\n");
+  const TestFolder folder;
+  const char* no_file[] = {"Corvexal", "-RC", folder.path().c_str()};
+  EXPECT_EQ(readconfig(3, no_file, record), -1);
+  std::string expected;
+  for (int i = 0; i < 5; ++i) expected += "error happen: Corvexal\n";
+  EXPECT_EQ(output.text(), expected);
   EXPECT_EQ(record.mntpath, "before");
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <memory>
 #include <regex>
 #include <string>
 
@@ -60,6 +61,21 @@ TEST(ErrLog, WritesWhatPassesBothFilters) {
   err_log(1, 8, "%s", std::string(2000, 'x').c_str());
   EXPECT_EQ(errors.text(), std::string(1023, 'x'));
   log_level = level_before;
+}
+
+TEST(ErrLog, WritesToALogFileWithTheTime) {
+  const TestFolder folder;
+  const std::string name = folder.path() + "/own.log";
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "w"), std::fclose);
+  log_file = file.get();
+  log_destination = 2;
+  log_level = 9;
+  err_log(9, 8, "%s\n", "first");
+  err_log(2, 8, "second\n");
+  log_file = nullptr;
+  log_destination = log_level = 0;
+  const std::string stamp = "[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:]{8}: ";
+  EXPECT_TRUE(std::regex_match(testing::read_file(name), std::regex(stamp + "first\n" + stamp + "second\n")));
 }
 
 TEST(ErrLogDeathTest, ExitsOnAFatalMessage) {

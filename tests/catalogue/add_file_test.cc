@@ -20,9 +20,14 @@ namespace {
 
 using testing::CapturedOutput;
 using testing::sample;
+using namespace std::string_view_literals;
+
+constexpr std::string_view kGif = "GIF89a\x05\x00\x03\x00\x07"sv;
 
 constexpr const char* kWholeMusicRow =
-    "select No||'/'||UTF_fname||'/'||EXT_fname||'/'||Size||'/'||Genre||'/'||Artist||'/'||Album||'/'||Title||'/'||Bitrate"
+    "select "
+    "No||'/'||UTF_fname||'/'||EXT_fname||'/'||Size||'/'||Genre||'/'||Artist||'/'||Album||'/'||Title||'/"
+    "'||Bitrate"
     "||'/'||PlsFile||'/'||Reserve1||'/'||Reserve2||'/'||Reserve3||'/'||ObjID||'/'||ParentID from music_tbl";
 
 class AddFileTest : public testing::CatalogueTest {
@@ -48,8 +53,9 @@ TEST_F(AddFileTest, LeavesARowSortTablesFlagsAndCounters) {
   EXPECT_EQ(add("Music/Some Song.MP3", "no tag, no frame"), 1);
   EXPECT_FALSE(g_db.is_open());
   EXPECT_EQ(playlist_pending, 1);
-  EXPECT_EQ(column(kWholeMusicRow),
-            "1/Some Song.MP3/mp3/16/Others/Others/Others/Some Song.MP3/0/0/0/0/0/3000000000001/4000000000001");
+  EXPECT_EQ(
+      column(kWholeMusicRow),
+      "1/Some Song.MP3/mp3/16/Others/Others/Others/Some Song.MP3/0/0/0/0/0/3000000000001/4000000000001");
   EXPECT_EQ(column("select Real_Path from music_tbl"), path("Music/"));
   EXPECT_EQ(column("select idx from music_sortidx_tbl"), "1");
   EXPECT_EQ(column("select have_music||have_video from path_objid_tbl"), "10|00");
@@ -62,18 +68,19 @@ TEST_F(AddFileTest, DecidesByTheExtension) {
     int result;
     const char* counts;  // rows of music, video and photo tables
   } rows[] = {
-      {"a.mp3", 1, "1/0/0"},    {"a.FLAC", 1, "2/0/0"},    {"a.mpeg2", 1, "2/1/0"}, {"a.srt", 1, "2/2/0"},
-      {"a.m3u", 1, "3/2/0"},    {"a.ogg", 1, "3/2/0"},     {"a.mpeg22", 0, "3/2/0"}, {"nodot", 0, "3/2/0"},
-      {"dir.x/a", 1, "3/2/0"},  {"a.jpg", 1, "3/2/0"},  // no picture
-      {"b.gif", 1, "3/2/1"},    {"a.mp3", 1, "3/2/1"},  // there already
+      {"a.mp3", 1, "1/0/0"},   {"a.FLAC", 1, "2/0/0"}, {"a.mpeg2", 1, "2/1/0"},  {"a.srt", 1, "2/2/0"},
+      {"a.m3u", 1, "3/2/0"},   {"a.ogg", 1, "3/2/0"},  {"a.mpeg22", 0, "3/2/0"}, {"nodot", 0, "3/2/0"},
+      {"dir.x/a", 1, "3/2/0"}, {"a.jpg", 1, "3/2/0"},  // no picture
+      {"b.gif", 1, "3/2/1"},   {"a.mp3", 1, "3/2/1"},  // there already
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(add(row.name, row.name[0] == 'b' ? "GIF89a\x05\x00\x03\x00\x07" : "text"), row.result) << row.name;
+    EXPECT_EQ(add(row.name, row.name[0] == 'b' ? kGif : "text"), row.result) << row.name;
     EXPECT_EQ(column("select (select count(*) from music_tbl)||'/'||(select count(*) from video_tbl)||'/'||"
                      "(select count(*) from photo_tbl)"),
               row.counts)
         << row.name;
   }
+  EXPECT_EQ(column("select Width||'x'||Height from photo_tbl"), "5x3");
 }
 
 TEST_F(AddFileTest, NumbersEachKindInItsOwnWay) {
@@ -83,10 +90,12 @@ TEST_F(AddFileTest, NumbersEachKindInItsOwnWay) {
   InitObjectIds();
   EXPECT_EQ(add("list.m3u"), 1);  // not counted up
   EXPECT_EQ(add("a.mp3"), 1);
-  EXPECT_EQ(add("a.gif", "GIF89a"), 1);  // probed
-  EXPECT_EQ(column("select No||':'||ObjID from music_tbl where Real_Path != '/s/'"), "3:3000000000001|4:3000000000005");
+  EXPECT_EQ(add("a.gif", kGif), 1);  // probed
+  EXPECT_EQ(column("select No||':'||ObjID from music_tbl where Real_Path != '/s/'"),
+            "3:3000000000001|4:3000000000005");
   EXPECT_EQ(column("select No||':'||ObjID from photo_tbl where Real_Path != '/s/'"), "3:1000000000004");
-  // Three files in a folder without a row of its own: each takes a fresh parent identifier, but only a photo shows it.
+  // Three files in a folder without a row of its own: each takes a fresh parent identifier, but only a photo
+  // shows it.
   EXPECT_EQ(column("select ParentID from music_tbl where Real_Path != '/s/'"), "4000000000001|4000000000001");
   EXPECT_EQ(column("select ParentID from photo_tbl where Real_Path != '/s/'"), "4000000000004");
 }
@@ -132,7 +141,8 @@ TEST_F(AddFileTest, ReportsAMissingTable) {
   CapturedOutput output;
   EXPECT_EQ(MmsAddMediaFile(file), -1);
   EXPECT_EQ(output.text(),
-            "Total_Match_count(): Execute SQL query Error = [select COUNT(*) from music_tbl where UTF_fname != '';]-"
+            "Total_Match_count(): Execute SQL query Error = [select COUNT(*) from music_tbl where UTF_fname "
+            "!= '';]-"
             "[no such table: music_tbl]\nNo media file found\n");
 }
 

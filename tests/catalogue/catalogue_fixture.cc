@@ -58,21 +58,21 @@ void CatalogueTest::open() {
 }
 
 void CatalogueTest::add_music(std::string_view folder, std::string_view name, const SongTexts& texts) {
-  const int number = LastRowNo(g_db, "music_tbl") + 1;
+  const std::int64_t number = LastRowNo(g_db, "music_tbl") + 1;
   must_run(kMusicRow, number, folder, name, folder, name, extension(name), texts.genre, texts.artist,
-           texts.album, texts.title, kFirstObjectIds.music_file_objid + static_cast<unsigned>(number));
+           texts.album, texts.title, kFirstObjectIds.music_file_objid + static_cast<std::uint64_t>(number));
 }
 
 void CatalogueTest::add_video(std::string_view folder, std::string_view name) {
-  const int number = LastRowNo(g_db, "video_tbl") + 1;
+  const std::int64_t number = LastRowNo(g_db, "video_tbl") + 1;
   must_run(kVideoRow, number, folder, name, folder, name, extension(name),
-           kFirstObjectIds.video_file_objid + static_cast<unsigned>(number));
+           kFirstObjectIds.video_file_objid + static_cast<std::uint64_t>(number));
 }
 
 void CatalogueTest::add_photo(std::string_view folder, std::string_view name) {
-  const int number = LastRowNo(g_db, "photo_tbl") + 1;
+  const std::int64_t number = LastRowNo(g_db, "photo_tbl") + 1;
   must_run(kPhotoRow, number, folder, name, folder, name, extension(name),
-           kFirstObjectIds.photo_file_objid + static_cast<unsigned>(number));
+           kFirstObjectIds.photo_file_objid + static_cast<std::uint64_t>(number));
 }
 
 void CatalogueTest::add_folder(std::string_view path, std::string_view objid) {

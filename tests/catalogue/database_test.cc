@@ -1,5 +1,6 @@
 #include "catalogue/database.h"
 
+#include <functional>
 #include <thread>
 
 #include "tests/catalogue/catalogue_fixture.h"
@@ -36,6 +37,7 @@ class Reader {
   sqlite3* handle_ = nullptr;
 };
 
+constexpr std::chrono::milliseconds kImpatience{50};
 constexpr const char* kCount = "select count(*) from record_objid_tbl";
 constexpr const char* kInsert = "insert into record_objid_tbl values (\"%s\",\"%llu\");";
 
@@ -70,7 +72,7 @@ TEST_F(DatabaseTest, KeepsTheErrorOfTheLastStatementOnly) {
 TEST_F(DatabaseTest, ShowsAReaderWholeChangesOnly) {
   Reader reader(file_);
   g_db.exec(kInsert, "a", 1);
-  for (const char* inner : {"BEGIN;", "COMMIT;"}) EXPECT_EQ(g_db.exec(inner), SQLITE_OK);  // joins and leaves
+  for (const char* inner : {"BEGIN;", "COMMIT;"}) EXPECT_EQ(g_db.exec(inner), SQLITE_OK);
   g_db.exec("drop table photo_tbl;");
   EXPECT_EQ(reader.cell(kCount), "0");
   EXPECT_EQ(reader.cell("select count(*) from photo_tbl"), "0");
@@ -108,18 +110,83 @@ TEST_F(DatabaseTest, WaitsForAReader) {
   EXPECT_EQ(reader.cell(kCount), "1");
 }
 
-TEST_F(DatabaseTest, SaysWhenAReaderNeverLetsGo) {
-  Reader reader(file_);
-  reader.run("begin; select count(*) from music_tbl;");
-  Database impatient;
-  ASSERT_EQ(impatient.open(file_, std::chrono::milliseconds(50)), SQLITE_OK);
-  impatient.exec(kInsert, "a", 1);
+// What another connection or the disk prevents, and how it shows.
+TEST_F(DatabaseTest, KeepsNothingOfARunThatLostAPart) {
+  const struct {
+    const char* name;
+    std::function<void(Reader&, Database&)> prevent;
+    int code;
+    const char* message;
+  } rows[] = {
+      {"a reader that never lets go",
+       [](Reader& reader, Database&) { reader.run("begin; select count(*) from music_tbl;"); }, SQLITE_BUSY,
+       "database is locked"},
+      {"a full disk",
+       [](Reader&, Database& ours) { EXPECT_EQ(ours.exec("PRAGMA max_page_count=1;"), SQLITE_OK); },
+       SQLITE_FULL, "database or disk is full"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    Reader reader(file_);
+    Database ours;
+    ASSERT_EQ(ours.open(file_, kImpatience), SQLITE_OK);
+    EXPECT_EQ(ours.exec(kInsert, "first", 1), SQLITE_OK);
+    row.prevent(reader, ours);
+    CapturedOutput errors(2);
+    const std::string much(1 << 20, 'x');
+    int code = ours.exec(kInsert, much, 1);
+    if (code == SQLITE_OK) code = ours.exec("COMMIT;");
+    EXPECT_EQ(code, row.code);
+    EXPECT_TRUE(ours.lost_work());
+    // All that follows fails alike and at once, and the locks are gone.
+    EXPECT_EQ(ours.exec(kInsert, "later", 1), row.code);
+    EXPECT_STREQ(error_text(), row.message);
+    EXPECT_TRUE(ours.select(kCount).failed());
+    EXPECT_EQ(Reader(file_).cell(kCount), "0");
+    ours.close();
+    EXPECT_TRUE(ours.lost_work());
+    EXPECT_EQ(errors.text(),
+              "Corvexal: the run's work on the catalogue is lost: " + std::string(row.message) + '\n');
+    EXPECT_EQ(Reader(file_).cell(kCount), "0");
+  }
+}
+
+TEST_F(DatabaseTest, CountsAWriteThatNeverGetsItsLockAsLost) {
+  Reader writer(file_);
+  writer.run("begin immediate;");
+  Database ours;
+  ASSERT_EQ(ours.open(file_, kImpatience), SQLITE_OK);
   CapturedOutput errors(2);
-  impatient.close();
-  EXPECT_EQ(errors.text(), "Corvexal: the catalogue could not be written: database is locked\n");
-  EXPECT_TRUE(impatient.lost_work());
-  reader.run("commit");
-  EXPECT_EQ(reader.cell(kCount), "0");
+  EXPECT_EQ(ours.exec(kInsert, "a", 1), SQLITE_BUSY);
+  writer.run("rollback;");
+  EXPECT_EQ(ours.exec(kInsert, "b", 1), SQLITE_BUSY);
+  EXPECT_TRUE(ours.lost_work());
+  ASSERT_EQ(ours.open(file_), SQLITE_OK);  // a new start
+  EXPECT_FALSE(ours.lost_work());
+  EXPECT_EQ(ours.exec(kInsert, "c", 1), SQLITE_OK);
+  ours.close();
+  EXPECT_EQ(column("select name from record_objid_tbl"), "c");
+}
+
+TEST_F(DatabaseTest, LosesNothingToAStatementThatIsMerelyWrong) {
+  EXPECT_EQ(g_db.exec(kInsert, "a", 1), SQLITE_OK);
+  g_db.exec("create unique index one on record_objid_tbl (name);");
+  EXPECT_EQ(g_db.exec(kInsert, "a", 1), SQLITE_CONSTRAINT);
+  EXPECT_EQ(g_db.exec(kInsert, "\"", 1), SQLITE_ERROR);
+  EXPECT_EQ(g_db.exec("insert into nowhere values (1);"), SQLITE_ERROR);
+  EXPECT_EQ(g_db.exec(kInsert, "b", 1), SQLITE_OK);
+  g_db.close();
+  EXPECT_FALSE(g_db.lost_work());
+  EXPECT_EQ(column("select name from record_objid_tbl"), "a|b");
+}
+
+TEST_F(DatabaseTest, TakesBackWhatIsNotClosed) {
+  {
+    Database abandoned;
+    ASSERT_EQ(abandoned.open(file_), SQLITE_OK);
+    EXPECT_EQ(abandoned.exec(kInsert, "a", 1), SQLITE_OK);
+  }
+  EXPECT_EQ(column(kCount), "0");
 }
 
 TEST_F(DatabaseTest, NestsASelectInItself) {

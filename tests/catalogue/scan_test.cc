@@ -7,8 +7,11 @@
 #include "base/config.h"
 #include "catalogue/object_ids.h"
 #include "catalogue/playlists.h"
+#include "catalogue/row_counts.h"
 #include "metadata/charset.h"
+#include "songdb/store.h"
 #include "tests/catalogue/catalogue_fixture.h"
+#include "tests/support/fake_detector.h"
 
 namespace corvexal {
 namespace {
@@ -40,7 +43,8 @@ TEST_F(ScanTest, GoesBreadthFirstAndPassesOverWhatIsNoMedia) {
   std::filesystem::create_directories(path("t/empty"));
 
   EXPECT_EQ(scan(path("t"), kScanBothStores), "");
-  EXPECT_EQ(column("select Real_fname from music_tbl order by ROWID"), "a.flac|z.mp3|other.mp3|deep.mp3|deeper.MP3");
+  EXPECT_EQ(column("select Real_fname from music_tbl order by ROWID"),
+            "a.flac|z.mp3|other.mp3|deep.mp3|deeper.MP3");
   EXPECT_EQ(column("select No||':'||ObjID from music_tbl limit 2"), "1:3000000000001|2:3000000000002");
   // One parent identifier a folder; the empty folder takes one too.
   EXPECT_EQ(column("select ParentID from music_tbl"),
@@ -116,6 +120,48 @@ TEST_F(ScanTest, PassesOverPathsOf512BytesAndMore) {
   write_file(folder.substr(path("").size()) + too_long);
   EXPECT_EQ(ScanMusic(folder, 1, kScanBothStores), 1);
   EXPECT_EQ(column("select Real_fname from music_tbl order by ROWID"), fits);
+}
+
+// Readers of the catalogue know such rows: a file that is gone when its turn comes is taken for one like the
+// entry before it.
+TEST_F(ScanTest, TakesAVanishedFileForOneLikeTheEntryBeforeIt) {
+  const testing::FakeDetector detector;
+  const std::string first = write_file("t/a.mp3", testing::read_file(testing::sample("music/tag-id3v1.mp3")));
+  write_file("t/b.mp3");
+  detector.runs("rm -f '" + path("t/b.mp3") + "'; printf UTF-8");
+  EXPECT_EQ(scan(path("t"), kScanBothStores),
+            "<prescan>ScanMusic(): lstat error:[Unknown error -1],-1,file:[" + path("t/b.mp3") + "]\n");
+  EXPECT_EQ(column("select Real_fname||' '||Size from music_tbl"),
+            "a.mp3 " + std::to_string(std::filesystem::file_size(first)) + "|b.mp3 " +
+                std::to_string(std::filesystem::file_size(first)));
+}
+
+TEST_F(ScanTest, CommitsInBatchesAndTheRestWhenTheCatalogueCloses) {
+  for (int i = 0; i < 501; ++i) write_file("t/" + std::to_string(i) + ".iso");
+  g_db.exec("COMMIT;");
+  scan(path("t"), kScanBothStores);
+  const auto committed = [this] {
+    Database other;
+    EXPECT_EQ(other.open(path("catalogue.db")), SQLITE_OK);
+    return QueryRowCount(other, "select No from video_tbl;");
+  };
+  EXPECT_EQ(committed(), 500);
+  g_db.close();
+  EXPECT_EQ(committed(), 501);
+}
+
+TEST_F(ScanTest, WritesTheSongStoreAloneInModeOne) {
+  std::filesystem::create_directories(path(".systemfile"));
+  write_file("t/sub/a.mp3", testing::read_file(testing::sample("music/cbr-128.mp3")));
+  write_file("t/sub/b.gif", "GIF89a");
+  const auto songs_before = db_song_count;
+  CapturedOutput quiet;
+  ASSERT_EQ(db_open(0, 0), 0);
+  ScanMediaDirectory(path("t"), kScanSongStore);
+  db_close();
+  EXPECT_EQ(db_song_count, songs_before + 1);
+  EXPECT_EQ(column("select (select count(*) from music_tbl)+(select count(*) from photo_tbl)"), "0");
+  EXPECT_EQ(playlist_pending, 0);
 }
 
 TEST_F(ScanTest, TakesAnUnreadableFolderForAnEmptyOne) {
