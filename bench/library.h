@@ -19,7 +19,7 @@ class Library {
   explicit Library(const std::string& root);
 
   [[nodiscard]] const std::string& root() const { return root_; }
-  [[nodiscard]] std::string share() const { return root_ + "/share"; }
+  [[nodiscard]] std::string share() const { return root_ + "/HD_a2"; }
 
   // Paths without a trailing "/". Folders of a genre are numbered from 0.
   [[nodiscard]] std::string genre(int number) const;

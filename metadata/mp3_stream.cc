@@ -11,6 +11,7 @@
 
 #include "base/byte_reader.h"
 #include "base/log.h"
+#include "base/saturate.h"
 #include "base/text.h"
 
 namespace corvexal {
@@ -253,8 +254,7 @@ int scan_get_mp3fileinfo(const std::string& path, SongInfo& song) {
     err_log(kOpenError, kReaders, "Could not open %s for reading\n", path.c_str());
     return -1;
   }
-  song.file_size = static_cast<std::int32_t>(
-      std::min<std::uint64_t>(file.size(), std::numeric_limits<std::int32_t>::max()));
+  song.file_size = saturated(file.size());
 
   Block block(file);
   if (!block.read(0)) {

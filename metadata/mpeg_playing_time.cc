@@ -1,11 +1,10 @@
 #include "metadata/mpeg_playing_time.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
 
+#include "base/saturate.h"
 #include "metadata/mpeg_headers.h"
 
 namespace corvexal {
@@ -83,8 +82,7 @@ std::int32_t mpeg_playing_time(File& file, const std::string& path, std::uint64_
     if (size < kGroupSize) break;
     offset += take_groups(Bytes(block).first(size), jump, time);
   }
-  return static_cast<std::int32_t>(
-      std::min<std::int64_t>(time.total(), std::numeric_limits<std::int32_t>::max()));
+  return saturated(time.total());
 }
 
 }  // namespace corvexal
