@@ -52,17 +52,22 @@ std::string as_like_reads(std::string_view text) {
 }
 
 std::size_t character_length(std::string_view text) {
-  return std::max(std::countl_one(static_cast<unsigned char>(text[0])), 1);
+  const int ones = std::countl_one(static_cast<unsigned char>(text[0]));
+  return static_cast<std::size_t>(std::max(ones, 1));
 }
 
 using Folders = std::span<const std::string>;
 
 // Those of the folders that hold `piece` at byte `at`. REQUIRES: they are sorted and agree before it.
 Folders narrowed(Folders folders, std::size_t at, std::string_view piece) {
-  const auto range = std::ranges::equal_range(folders, piece, {}, [at, &piece](const std::string& folder) {
+  const auto held = [at, &piece](const std::string& folder) {
     return std::string_view(folder).substr(at, piece.size());
-  });
-  return {range.begin(), range.end()};
+  };
+  const auto first = std::partition_point(folders.begin(), folders.end(),
+                                          [&](const std::string& folder) { return held(folder) < piece; });
+  const auto last = std::partition_point(first, folders.end(),
+                                         [&](const std::string& folder) { return held(folder) == piece; });
+  return {first, last};
 }
 
 // Whether any folder matches `pattern` from byte `at` on, where a match may end before the folder does.
@@ -75,7 +80,7 @@ bool any_match(Folders folders, std::size_t at, std::string_view pattern) {
   if (folders.empty() || pattern.empty()) return !folders.empty();
   if (pattern[0] == '%') {
     const std::string rest = std::string(pattern) + '%';
-    return std::ranges::any_of(folders, [&rest, at](const std::string& folder) {
+    return std::any_of(folders.begin(), folders.end(), [&rest, at](const std::string& folder) {
       return sqlite3_strlike(rest.c_str(), folder.c_str() + at, 0) == 0;
     });
   }

@@ -28,7 +28,8 @@ TEST_F(DaapServer, IsKnownByTheFirstLineOfItsPidFile) {
   const struct {
     const char* content;
     int pid;
-  } rows[] = {{"1234\n", 1234}, {"  77 x\n88\n", 77}, {"0\n", 0}, {"", 0}, {"\n12\n", 0}, {"pid 5\n", 0}, {"-9\n", -9}};
+  } rows[] = {{"1234\n", 1234}, {"  77 x\n88\n", 77}, {"0\n", 0},  {"", 0},
+              {"\n12\n", 0},    {"pid 5\n", 0},       {"-9\n", -9}};
   for (const auto& row : rows) {
     write_pid_file(row.content);
     EXPECT_EQ(daap_server_pid(), row.pid) << row.content;

@@ -15,10 +15,12 @@ namespace {
 
 using testing::CapturedOutput;
 
-int value_of(int sem_id) { return semctl(sem_id, 0, GETVAL); }
+int value_of(int sem_id) {
+  return semctl(sem_id, 0, GETVAL);
+}
 
-// Runs `body` in a process of its own, inside a namespace where no other run's semaphore is to be seen, and returns
-// its exit status.
+// Runs `body` in a process of its own, inside a namespace where no other run's semaphore is to be seen, and
+// returns its exit status.
 template <class Body>
 int in_private_namespace(Body body) {
   const pid_t child = fork();
@@ -31,9 +33,9 @@ int in_private_namespace(Body body) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-#define IN_PRIVATE_NAMESPACE(body)                                      \
-  const int outcome = in_private_namespace(body);                       \
-  if (outcome == 77) GTEST_SKIP() << "no private IPC namespace here";   \
+#define IN_PRIVATE_NAMESPACE(body)                                    \
+  const int outcome = in_private_namespace(body);                     \
+  if (outcome == 77) GTEST_SKIP() << "no private IPC namespace here"; \
   EXPECT_EQ(outcome, 0)
 
 TEST(RunLock, IsCreatedFreeAndTakenOnce) {

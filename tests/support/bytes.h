@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -8,14 +9,17 @@
 namespace corvexal::testing {
 
 // The lowest `size` bytes of a number, big-endian.
-inline std::string be(std::int64_t value, int size) {
+template <std::integral Number>
+std::string be(Number value, int size) {
+  const auto bits = static_cast<std::uint64_t>(value);
   std::string bytes;
-  while (size-- > 0) bytes += static_cast<char>(value >> 8 * size);
+  while (size-- > 0) bytes += static_cast<char>(bits >> 8 * size);
   return bytes;
 }
 
 // The same in little-endian order.
-inline std::string le(std::int64_t value, int size) {
+template <std::integral Number>
+std::string le(Number value, int size) {
   const std::string bytes = be(value, size);
   return {bytes.rbegin(), bytes.rend()};
 }
