@@ -147,7 +147,7 @@ int run(std::span<const char* const> arguments) {
     std::fprintf(stderr, "#%d %s\n", 1052, "main");
     return kFailure;
   }
-  const RunLock lock(sem_id);
+  semaphore_wait(sem_id);  // whatever way the run ends without a release, the kernel gives the lock back
 
   if (command->updates_catalogue()) {
     readconfig(1, arguments, global_cdata);
@@ -160,7 +160,9 @@ int run(std::span<const char* const> arguments) {
     if (retval != SQLITE_OK) return kFailure;
   }
   if (command->updates_daap_server()) notify_daap_server();
-  return finish_run(*command);
+  const int status = finish_run(*command);
+  semaphore_release(sem_id);
+  return status;
 }
 
 }  // namespace corvexal

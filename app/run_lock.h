@@ -17,16 +17,4 @@ int semaphore_wait(int sem_id);
 // Gives the semaphore back. Returns 0, or -1 after a line on standard output.
 int semaphore_release(int sem_id);
 
-// Holds the semaphore from construction to destruction.
-class RunLock {
- public:
-  explicit RunLock(int sem_id) : sem_id_(sem_id) { semaphore_wait(sem_id_); }
-  ~RunLock() { semaphore_release(sem_id_); }
-  RunLock(const RunLock&) = delete;
-  RunLock& operator=(const RunLock&) = delete;
-
- private:
-  int sem_id_;
-};
-
 }  // namespace corvexal

@@ -14,8 +14,8 @@ int retval = SQLITE_OK;
 
 namespace {
 
-// Whether a statement that ended in `code` was prevented. One that is merely wrong, or meets a damaged file,
-// harms nothing but itself.
+// Whether a statement that ended in `code` was prevented. One that is merely wrong harms nothing but itself,
+// and so does one that meets a damaged file outside a transaction.
 bool is_prevented(int code) {
   switch (code) {
     case SQLITE_OK:
@@ -64,6 +64,7 @@ int Database::open(const std::string& path, std::chrono::milliseconds busy_timeo
   close();
   loss_.reset();
   joined_ = false;
+  uncommitted_rows_ = 0;
   sqlite3* handle = nullptr;
   const int code = sqlite3_open(path.c_str(), &handle);
   handle_.reset(handle);
@@ -83,8 +84,9 @@ int Database::open(const std::string& path, std::chrono::milliseconds busy_timeo
 // Called by SQLite when another connection's lock is in the way; 0 gives up.
 int Database::wait_for_lock(void* database, int tries) {
   auto& self = *static_cast<Database*>(database);
-  // Here only a spill meets a lock, that of a reader: it is put off, and memory grows instead.
-  if (self.inside_write_) return 0;
+  // Within a transaction only a spill meets a lock, that of a reader: it is put off, and memory grows
+  // instead. BEGIN is not yet, and COMMIT no longer, within.
+  if (self.in_transaction()) return 0;
   const auto now = std::chrono::steady_clock::now();
   if (tries == 0) self.waiting_since_ = now;
   if (now - self.waiting_since_ >= self.busy_timeout_) return 0;
@@ -99,16 +101,18 @@ void Database::close() {
   handle_.reset();
 }
 
-// Takes note of a statement's end: nothing of a transaction that lost a part may stay.
+// Takes note of a statement's end: nothing of a transaction that lost a part may stay. A damaged file spoils
+// the whole transaction, as its commit would show.
 int Database::settled(int code, bool had_transaction) {
   const bool rolled_back = had_transaction && !in_transaction();
-  if (!loss_ && (is_prevented(code) || (code != SQLITE_OK && rolled_back))) note_loss(code);
+  const bool spoiled = code == SQLITE_CORRUPT && in_transaction();
+  if (!loss_ && code != SQLITE_OK && (is_prevented(code) || rolled_back || spoiled)) note_loss(code);
   return code;
 }
 
 void Database::note_loss(int code) {
   loss_ = {code, error_text()};
-  std::fprintf(stderr, "Corvexal: the run's work on the catalogue is lost: %s\n", error_text());
+  std::fprintf(stderr, "Corvexal: the run's work since its last commit is lost: %s\n", error_text());
   if (in_transaction()) simple("ROLLBACK");  // at once, since a commit that waits locks readers out
 }
 
@@ -152,16 +156,20 @@ bool Database::joins_or_leaves(std::string_view format) {
   return format == "COMMIT;" && std::exchange(joined_, false);
 }
 
+void Database::commit_in_batches() {
+  constexpr int kRowsPerCommit = 500;
+  if (++uncommitted_rows_ < kRowsPerCommit) return;
+  uncommitted_rows_ = 0;
+  exec("COMMIT;");
+}
+
 int Database::execute(sqlite3_stmt* statement) {
   if (sqlite3_stmt_readonly(statement) != 0) return step_to_end(statement);
   // Taking the write lock here, where waiting for it is possible, and not at some later statement, where it
   // isn't.
   if (!in_transaction())
     if (const int code = check(simple("BEGIN IMMEDIATE")); code != SQLITE_OK) return code;
-  inside_write_ = true;
-  const int code = step_to_end(statement);
-  inside_write_ = false;
-  return code;
+  return step_to_end(statement);
 }
 
 int Database::step_to_end(sqlite3_stmt* statement) {
@@ -175,7 +183,8 @@ Rows Database::start(std::string_view format, std::span<const SqlValue> values) 
   if (const int code = refusal(); code != SQLITE_OK) return {*this, {}, nullptr, code};
   BoundSql sql = bind_sql(format, values);
   Statement statement;
-  const int code = settled(prepare(sql, statement), in_transaction());
+  const bool had_transaction = in_transaction();
+  const int code = settled(prepare(sql, statement), had_transaction);
   return {*this, std::move(sql.text), std::move(statement), code};
 }
 

@@ -91,6 +91,10 @@ class Database {
     }
   }
 
+  // To be called after each row of work on very many rows: commits every 500, so that a reader waits for one
+  // commit at most and memory holds no more.
+  void commit_in_batches();
+
   // Starts a SELECT; errors (zErrMsg, failed()) may show at once or at any row.
   template <class... Values>
   [[nodiscard]] Rows select(std::string_view format, const Values&... values) {
@@ -135,7 +139,7 @@ class Database {
   std::unordered_map<std::string, Statement> prepared_;  // statements not in use, by their text
   std::chrono::milliseconds busy_timeout_{};
   std::chrono::steady_clock::time_point waiting_since_;
-  bool inside_write_ = false;
+  int uncommitted_rows_ = 0;
   bool joined_ = false;  // inside a "BEGIN;"
   std::optional<Loss> loss_;
 };

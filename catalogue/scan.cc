@@ -23,7 +23,6 @@ namespace corvexal {
 namespace {
 
 constexpr std::size_t kFullPathLimit = 512;
-constexpr int kRowsPerCommit = 500;  // a reader waits for one commit at most, and one batch fits in memory
 
 struct ScanFolderNode {
   std::string path;
@@ -31,19 +30,12 @@ struct ScanFolderNode {
 };
 
 std::deque<ScanFolderNode> scan_queue;
-int uncommitted_rows = 0;
 
 bool writes_catalogue(unsigned mode) {
   return mode == kScanBothStores || mode == kScanFolderRowsToo;
 }
 bool writes_song_store(unsigned mode) {
   return mode == kScanBothStores || mode == kScanSongStore;
-}
-
-void commit_in_batches() {
-  if (++uncommitted_rows < kRowsPerCommit) return;
-  uncommitted_rows = 0;
-  g_db.exec("COMMIT;");
 }
 
 // Writes the row of a folder; `path_for_parent` is its path without the trailing "/".
@@ -93,7 +85,7 @@ bool add_row(MediaFile file, RowNumbers& numbers) {
   if (kind == MediaKind::kMusic || kind == MediaKind::kPlaylist) playlist_pending = 1;
   if (kind == MediaKind::kMusic && row->music.genre.empty())
     std::printf("<file>path %s, namelist[i]->d_name %s\n", row->file.folder.c_str(), row->file.name.c_str());
-  commit_in_batches();
+  g_db.commit_in_batches();
   return true;
 }
 

@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 
 #include <cstdio>
+#include <iterator>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -31,41 +33,55 @@ bool exists(const std::string& path) {
   return stat(path.c_str(), &status) == 0;
 }
 
-// Removes the rows of a table's vanished files and counts them; absent when the table cannot be read, which
-// is known before any row is removed.
-std::optional<int> remove_vanished(const SyncedTable& table) {
+// The files of a table that cannot be found; absent when the table cannot be read.
+std::optional<std::vector<std::string>> vanished_files(const SyncedTable& table) {
   std::vector<std::string> vanished;
   Rows rows = g_db.select("select UTF_Path,UTF_fname from %s;", table.name);
   while (rows.next())
     if (std::string path = std::string(rows.text(0)).append(rows.text(1)); !exists(path))
       vanished.push_back(std::move(path));
   if (rows.failed()) return std::nullopt;
+  return vanished;
+}
+
+int remove_rows(const SyncedTable& table, const std::vector<std::string>& paths) {
   int removed = 0;
-  for (const std::string& path : vanished)
+  for (const std::string& path : paths) {
     if (table.delete_rows(g_db, path) == 0) ++removed;
+    g_db.commit_in_batches();
+  }
   return removed;
+}
+
+// An unplugged disk looks like one whose files were all deleted; whoever started the run should learn of it.
+void report_lost_mount_path(const std::string& removals) {
+  const std::string& mount_path = global_cdata.mntpath;
+  if (exists(mount_path)) return;
+  std::fprintf(stderr, "Corvexal: the mount path %s cannot be found; rows removed from the catalogue:%s\n",
+               mount_path.c_str(), removals.c_str());
 }
 
 }  // namespace
 
 int sync_mms_db() {
-  bool all_read = true;
-  std::string removals;
+  // The disk is asked before anything is written: it may take minutes to answer.
+  std::vector<std::vector<std::string>> vanished;
   for (const SyncedTable& table : kTables) {
-    const std::optional<int> removed = remove_vanished(table);
-    if (!removed) {
+    auto files = vanished_files(table);
+    if (!files) {
       if (table.unreadable_message != nullptr) std::puts(table.unreadable_message);
-      all_read = false;
       break;
     }
-    removals.append(" ").append(table.name).append(" ").append(std::to_string(*removed));
+    vanished.push_back(std::move(*files));
   }
-  // An unplugged disk looks like one whose files were all deleted; whoever started the run should learn of
-  // it.
-  if (const std::string& mount_path = global_cdata.mntpath; !exists(mount_path))
-    std::fprintf(stderr, "Corvexal: the mount path %s cannot be found; rows removed from the catalogue:%s\n",
-                 mount_path.c_str(), removals.c_str());
-  return all_read ? 1 : 0;
+  std::string removals;
+  for (std::size_t i = 0; i < vanished.size(); ++i)
+    removals.append(" ")
+        .append(kTables[i].name)
+        .append(" ")
+        .append(std::to_string(remove_rows(kTables[i], vanished[i])));
+  report_lost_mount_path(removals);
+  return vanished.size() == std::size(kTables) ? 1 : 0;
 }
 
 int DeleteFolderRow(const std::string& path, const char* table) {

@@ -5,9 +5,9 @@
 namespace corvexal {
 
 // Removes from the catalogue every media row whose file, by the UTF-8 path as stored, can no longer be found.
-// Folder rows and sort tables stay as they are, and nothing is committed. Should the mount path itself be
-// gone by then, a line on standard error says so, and what was removed. Returns 1, or 0 at the first table
-// that cannot be read: it and those after it keep their rows.
+// Folder rows and sort tables stay as they are. Many rows are committed in batches, the last ones are not.
+// Should the mount path itself be gone by then, a line on standard error says so, and what was removed.
+// Returns 1, or 0 at the first table that cannot be read: it and those after it keep their rows.
 int sync_mms_db();
 
 // Deletes the row of one folder, not those of its sub-folders, from a table whose column `path` holds folders

@@ -43,11 +43,9 @@ TEST(RunLock, IsCreatedFreeAndTakenOnce) {
     const int sem_id = GetSemaphoreID(kRunLockKey);
     if (sem_id == -1 || value_of(sem_id) != 1) return 1;
     if (GetSemaphoreID(kRunLockKey) != sem_id || value_of(sem_id) != 1) return 2;
-    {
-      const RunLock lock(sem_id);
-      if (value_of(sem_id) != 0) return 3;
-    }
-    return value_of(sem_id) == 1 ? 0 : 4;
+    if (semaphore_wait(sem_id) != 0 || value_of(sem_id) != 0) return 3;
+    if (semaphore_release(sem_id) != 0) return 4;
+    return value_of(sem_id) == 1 ? 0 : 5;
   });
 }
 
@@ -59,7 +57,7 @@ TEST(RunLock, MakesASecondRunWait) {
     semaphore_wait(sem_id);
     const pid_t second = fork();
     if (second == 0) {
-      const RunLock lock(sem_id);
+      semaphore_wait(sem_id);
       _exit(write(pipe_ends[1], "x", 1) == 1 ? 0 : 1);
     }
     // The kernel itself says that the second run sleeps on the semaphore.

@@ -146,7 +146,7 @@ TEST_F(DatabaseTest, KeepsNothingOfARunThatLostAPart) {
     ours.close();
     EXPECT_TRUE(ours.lost_work());
     EXPECT_EQ(errors.text(),
-              "Corvexal: the run's work on the catalogue is lost: " + std::string(row.message) + '\n');
+              "Corvexal: the run's work since its last commit is lost: " + std::string(row.message) + '\n');
     EXPECT_EQ(Reader(file_).cell(kCount), "0");
   }
 }
