@@ -25,6 +25,12 @@ File::~File() {
   if (fd_ >= 0) close(fd_);
 }
 
+std::uint64_t File::next_data(std::uint64_t offset) const {
+  const off_t data = lseek(fd_, static_cast<off_t>(offset), SEEK_DATA);
+  if (data >= 0) return std::min(static_cast<std::uint64_t>(data), size_);
+  return errno == ENXIO ? size_ : offset;
+}
+
 int File::duplicate() const {
   const int copy = fcntl(fd_, F_DUPFD_CLOEXEC, 0);
   if (copy >= 0) lseek(copy, 0, SEEK_SET);

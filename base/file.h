@@ -27,6 +27,10 @@ class File {
   // read behind size(), so that a walk through a file that another program appends to comes to an end.
   std::size_t read_at(std::uint64_t offset, std::span<std::uint8_t> into);
 
+  // The first offset from `offset` on that lies in no hole of the file, whose bytes are all zero; size() when
+  // there is none. A file system that knows no holes has none.
+  [[nodiscard]] std::uint64_t next_data(std::uint64_t offset) const;
+
   // A new descriptor of the same file for a library to read through, which has the caller close it, and no
   // child of the run inherits it; -1 with errno set on failure. It stands at the file's beginning.
   [[nodiscard]] int duplicate() const;

@@ -24,6 +24,9 @@ class FileWindow {
   // Size in bytes when the file was opened. Nothing is read behind it, so a growing file ends too.
   [[nodiscard]] std::uint64_t file_size() const { return file_.size(); }
 
+  // The first offset from `offset` on that lies in no hole of the file (base/file.h).
+  [[nodiscard]] std::uint64_t next_data(std::uint64_t offset) const { return file_.next_data(offset); }
+
   // The `count` bytes, at most kSize, from `offset` on: fewer where the file ends or cannot be read, none
   // behind its end. The view holds until the next call.
   [[nodiscard]] Bytes at(std::uint64_t offset, std::size_t count);

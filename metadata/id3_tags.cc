@@ -37,7 +37,7 @@ constexpr int kLogVerbose = 9;
 
 constexpr std::size_t kSampleSize = 100;  // bytes
 constexpr int kSampleFrames = 5;
-constexpr std::size_t kLongestText = 1023;  // bytes of one frame's text that are taken
+constexpr std::size_t kLongestText = 1023;  // bytes of a frame's text that are converted
 
 struct CloseTagFile {
   void operator()(id3_file* file) const noexcept { id3_file_close(file); }
@@ -114,7 +114,7 @@ std::string sample_texts(const id3_tag& tag, SongInfo& song) {
   return sample;
 }
 
-// Converts the beginning of a text that is longer than is taken. Without a terminator behind it a character
+// Converts the beginning of a text that is too long. Without a terminator behind it a character
 // cut in two is dropped.
 Text beginning_to_utf8(std::string_view text, const char* charset) {
   Text utf8;
@@ -123,21 +123,13 @@ Text beginning_to_utf8(std::string_view text, const char* charset) {
   return utf8;
 }
 
-// The beginning of a text in UTF-8 that is longer than is taken, up to a whole character.
-std::string beginning(std::string_view utf8) {
-  if (utf8.size() <= kLongestText) return std::string(utf8);
-  std::size_t end = kLongestText;
-  while (end > 0 && (static_cast<unsigned char>(utf8[end]) & 0xC0) == 0x80) --end;
-  return std::string(utf8.substr(0, end));
-}
-
 // The text in UTF-8. One with an ideograph in it must have been Unicode in the tag; any other is taken back
 // to its bytes, which a tag may call Latin-1 whatever they are.
 Text to_utf8(const id3_ucs4_t* text, const char* charset) {
   const std::u32string ucs4 = ucs4_of(text);
   if (ucs4_has_cjk(ucs4)) {
     const std::unique_ptr<id3_utf8_t, FreeText> utf8(id3_ucs4_utf8duplicate(text));
-    return utf8 ? Text(beginning(reinterpret_cast<const char*>(utf8.get()))) : std::nullopt;
+    return utf8 ? Text(reinterpret_cast<const char*>(utf8.get())) : std::nullopt;
   }
   const std::string bytes = ucs4_to_raw_bytes(ucs4);
   if (bytes.size() > kLongestText) return beginning_to_utf8(bytes, charset);

@@ -53,6 +53,7 @@ bool take_frames(Bytes piece, ImageProbe& probe) {
 void read_jpeg(FileWindow& file, ImageProbe& probe) {
   constexpr std::size_t kPositions = FileWindow::kSize - (kFrameSize - 1);
   for (std::uint64_t at = 0;; at += kPositions) {
+    at = file.next_data(at);  // a hole holds no marker
     const Bytes piece = file.at(at, FileWindow::kSize);
     if (piece.size() < kFrameSize || take_frames(piece, probe)) return;
   }

@@ -50,6 +50,7 @@ class Stretch {
   }
 
   [[nodiscard]] std::uint64_t offset() const { return offset_; }
+  [[nodiscard]] std::uint64_t next_data(std::uint64_t offset) const { return file_.next_data(offset); }
   [[nodiscard]] const std::array<std::uint8_t, size>& bytes() const { return bytes_; }
   [[nodiscard]] Mp3HeaderBytes header(std::size_t index) const {
     return Bytes(bytes_).subspan(index).template first<kMp3HeaderSize>();
@@ -156,6 +157,12 @@ std::optional<std::uint64_t> id3_tag_size(const Block& first) {
   return static_cast<std::uint64_t>(size) + kId3HeaderSize;
 }
 
+// How many blocks from `offset` on, `step` bytes apart, lie wholly in a hole of the file, where no frame is.
+std::uint64_t blocks_in_hole(const Block& block, std::uint64_t offset, std::uint64_t step) {
+  const std::uint64_t end = block.next_data(offset);
+  return end < offset + kBlockSize ? 0 : (end - offset - kBlockSize) / step + 1;
+}
+
 // Walks through the file block by block, `block` being its first one. Returns the index in `block`, now the
 // frame's own, of the first frame; nothing when the file ends before.
 std::optional<std::size_t> find_first_frame(const char* path, Block& block) {
@@ -179,6 +186,7 @@ std::optional<std::size_t> find_first_frame(const char* path, Block& block) {
     } else {
       err_log(kVerbose, kReaders, "Block exhausted\n");
       offset += index;
+      offset += blocks_in_hole(block, offset, index) * index;
     }
   }
 }

@@ -43,6 +43,19 @@ TEST(File, EndsWhereItEndedWhenItWasOpened) {
   EXPECT_FALSE(file.failed());
 }
 
+TEST(File, KnowsWhereAHoleEnds) {
+  constexpr std::uint64_t kOffset = 1 << 20;
+  const TestFolder folder;
+  const File file(folder.write_sparse("a", "head", kOffset, "tail"));
+  EXPECT_EQ(file.next_data(0), 0U);
+  // How fine the holes are is up to the file system.
+  EXPECT_GE(file.next_data(kOffset / 2), kOffset / 2);
+  EXPECT_LE(file.next_data(kOffset / 2), kOffset);
+  EXPECT_EQ(file.next_data(kOffset), kOffset);
+  EXPECT_EQ(file.next_data(kOffset + 4), kOffset + 4);
+  EXPECT_EQ(file.next_data(kOffset + 400), kOffset + 4);
+}
+
 TEST(File, OpensRegularFilesOnly) {
   const TestFolder folder;
   const std::string pipe = folder.path() + "/pipe";

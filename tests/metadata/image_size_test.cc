@@ -388,6 +388,13 @@ TEST_F(ImageSize, ScansAJpegInPiecesAsIfItWereOne) {
   }
 }
 
+TEST_F(ImageSize, PassesOverAHoleInAJpeg) {
+  const TestFolder folder;
+  const std::string head = "\xFF\xD8" + frame(0xC0, 3, 4);
+  EXPECT_EQ(probe_file(folder.write_sparse("image", head, std::uintmax_t{1} << 40, frame(0xC2, 6, 5))).fields,
+            (Fields{5, 6, 24}));
+}
+
 TEST(Samples, OfPhotosAreReadAsTheirMakerSaysTheyAre) {
   const struct {
     const char* name;

@@ -258,6 +258,23 @@ TEST_F(Mp3Stream, CountsInMoreThan32Bits) {
   }
 }
 
+// Where blocks begin decides which frame is found, so a hole must not shift them.
+TEST_F(Mp3Stream, PassesOverAHoleAsOverItsZeros) {
+  const std::string decoy = zeros(900) + kFrame64 + zeros(kLength64 - 4) + kFrame64 + zeros(3000);
+  for (const std::size_t hole : {100'000U, 1'000'000U, 1'000'333U, 1'000'974U}) {
+    const std::string tail = decoy + stream_128(20);
+    const auto [result, expected] = scan("head" + zeros(hole - 4) + tail);
+    SongInfo song;
+    EXPECT_EQ(scan_get_mp3fileinfo(folder_.write_sparse("song.mp3", "head", hole, tail), song), result);
+    EXPECT_EQ(song.bitrate, expected.bitrate) << hole;
+    EXPECT_EQ(song.song_length, expected.song_length) << hole;
+  }
+  SongInfo song;
+  const std::string path = folder_.write_sparse("song.mp3", "head", std::uintmax_t{1} << 40, stream_128(20));
+  EXPECT_EQ(scan_get_mp3fileinfo(path, song), 0);
+  EXPECT_EQ(song.bitrate, 128);
+}
+
 TEST_F(Mp3Stream, SurvivesCutAndRandomFiles) {
   std::mt19937 random(1);
   std::string noise(40000, '\0');

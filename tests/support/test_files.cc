@@ -35,6 +35,14 @@ std::string TestFolder::write(std::string_view name, const std::vector<std::uint
   return write(name, std::string(content.begin(), content.end()));
 }
 
+std::string TestFolder::write_sparse(std::string_view name, std::string_view head, std::uintmax_t offset,
+                                     std::string_view tail) const {
+  std::string path = write(name, head);
+  std::filesystem::resize_file(path, offset);
+  std::ofstream(path, std::ios::binary | std::ios::app) << tail;
+  return path;
+}
+
 std::string read_file(const std::string& path) {
   std::ostringstream text;
   text << std::ifstream(path, std::ios::binary).rdbuf();

@@ -22,6 +22,10 @@ class TestFolder {
   std::string write(std::string_view name, std::string_view content) const;
   std::string write(std::string_view name, const std::vector<std::uint8_t>& content) const;
 
+  // Writes a file of `head`, a hole that ends at `offset`, and `tail`; returns its full path.
+  std::string write_sparse(std::string_view name, std::string_view head, std::uintmax_t offset,
+                           std::string_view tail) const;
+
  private:
   std::string path_;
 };
