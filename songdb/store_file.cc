@@ -36,43 +36,53 @@ void keep_owner_and_mode(const std::string& path, GDBM_FILE successor) {
   fchmod(file, old.st_mode & 0777);
 }
 
-// An empty store takes its place under its final name only once it is complete, so that a kill leaves either
-// the old store or the new one.
-bool replace_by_empty(const std::string& path) {
-  const std::string fresh = path + ".new";
-  const GdbmFile db(gdbm_open(fresh.c_str(), 0, GDBM_NEWDB | GDBM_SYNC | GDBM_NOLOCK, kOwnerOnly, nullptr));
-  if (!db) return false;
-  keep_owner_and_mode(path, db.get());
-  if (std::rename(fresh.c_str(), path.c_str()) == 0) return true;
-  const int reason = errno;
-  std::remove(fresh.c_str());
-  errno = reason;
-  return false;
+// The store may live on another volume, behind a link that is to stay.
+std::string behind_links(std::string path) {
+  std::error_code error;
+  for (int links = 0; links < 40 && fs::is_symlink(path, error); ++links)
+    path = fs::path(path).parent_path() / fs::read_symlink(path, error);
+  return path;
 }
 
-// A folder beside the store that is this program's alone, for a rebuild: the store itself stays as it is
-// until the rebuilt one takes its place, and what a killed rebuild left goes away with the folder.
-class RebuildFolder {
+// A folder beside the store that is this program's alone, where no one can have planted a link: a new store
+// is made there and takes its final name only once it is complete, so that a kill leaves either the old store
+// or the new one. What a killed run left goes away with the folder.
+class Workshop {
  public:
-  explicit RebuildFolder(const std::string& store) : path_(store + ".rebuild") {
-    std::error_code seen_when_copying;
-    fs::remove_all(path_, seen_when_copying);
-    fs::create_directory(path_, seen_when_copying);
+  explicit Workshop(const std::string& store) : path_(store + ".new") {
+    std::error_code seen_when_used;
+    fs::remove_all(path_, seen_when_used);
+    made_ = mkdir(path_.c_str(), 0700) == 0;
+    if (!made_) gdbm_errno = GDBM_FILE_OPEN_ERROR;
   }
-  RebuildFolder(const RebuildFolder&) = delete;
-  RebuildFolder& operator=(const RebuildFolder&) = delete;
-  ~RebuildFolder() {
+  Workshop(const Workshop&) = delete;
+  Workshop& operator=(const Workshop&) = delete;
+  ~Workshop() {
     const int reason = errno;
     std::error_code ignored;
     fs::remove_all(path_, ignored);
     errno = reason;
   }
 
-  [[nodiscard]] std::string copy() const { return path_ + "/songs.gdb"; }
+  // False, with errno and gdbm_errno set, when the folder could not be made.
+  explicit operator bool() const { return made_; }
+
+  [[nodiscard]] std::string file() const { return path_ + "/songs.gdb"; }
 
  private:
   std::string path_;
+  bool made_ = false;
 };
+
+bool replace_by_empty(const std::string& path) {
+  const Workshop workshop(path);
+  if (!workshop) return false;
+  const GdbmFile db(
+      gdbm_open(workshop.file().c_str(), 0, GDBM_NEWDB | GDBM_SYNC | GDBM_NOLOCK, kOwnerOnly, nullptr));
+  if (!db) return false;
+  keep_owner_and_mode(path, db.get());
+  return std::rename(workshop.file().c_str(), path.c_str()) == 0;
+}
 
 // A kill in the middle of a write may leave other bytes where a record was, and a rebuild takes them along
 // under whatever key they spell.
@@ -135,7 +145,8 @@ void say_failure(const char* what, const std::string& path) {
 
 }  // namespace
 
-GdbmFile open_store_file(const std::string& path, bool emptied) {
+GdbmFile open_store_file(const std::string& name, bool emptied) {
+  const std::string path = behind_links(name);
   if ((emptied || is_missing_or_empty(path)) && !replace_by_empty(path)) {
     say_failure(" cannot be made", path);
     return {};
@@ -154,9 +165,10 @@ GdbmFile open_store_file(const std::string& path, bool emptied) {
   return open_store_file(path, true);
 }
 
-GdbmFile rebuild_store_file(const std::string& path) {
-  const RebuildFolder folder(path);
-  const auto kept = rebuild_in_place_of(path, folder.copy());
+GdbmFile rebuild_store_file(const std::string& name) {
+  const std::string path = behind_links(name);
+  const Workshop workshop(path);
+  const auto kept = workshop ? rebuild_in_place_of(path, workshop.file()) : std::nullopt;
   GdbmFile db = kept ? open_for_writing(path) : GdbmFile();
   if (!db) {
     say_failure(" is damaged and cannot be rebuilt", path);

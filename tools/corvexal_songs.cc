@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -16,6 +18,16 @@ constexpr char kUsage[] =
     "as\n"
     "U+FFFD each. The exit status is 0, 1 when the file cannot be read or is damaged, 2 for a wrong call.";
 
+// Standard output is for records only: what there is to say about the configuration goes to standard error.
+void read_configuration(char** argv) {
+  const int records = dup(STDOUT_FILENO);
+  dup2(STDERR_FILENO, STDOUT_FILENO);
+  corvexal::readconfig(1, {argv, 1}, corvexal::global_cdata);
+  std::fflush(stdout);
+  dup2(records, STDOUT_FILENO);
+  close(records);
+}
+
 int print(int argc, char** argv) {
   using corvexal::global_cdata;
   const std::string argument = argc > 1 ? argv[1] : "";
@@ -28,7 +40,7 @@ int print(int argc, char** argv) {
     return 2;
   }
   if (argc == 2) return corvexal::print_song_store(argument);
-  corvexal::readconfig(1, {argv, 1}, global_cdata);
+  read_configuration(argv);
   if (global_cdata.mntpath.empty()) {
     std::fputs("corvexal-songs: no file given and no mount path configured\n", stderr);
     return 1;

@@ -227,6 +227,24 @@ TEST_F(Store, RefusesWhatIsNoStoreAndLeavesItAlone) {
   EXPECT_FALSE(fs::exists(file() + ".new"));
 }
 
+TEST_F(Store, FollowsALinkToItselfButNoPlantedOne) {
+  const std::string victim = mount_.write("victim", "precious");
+  fs::create_symlink(victim, file() + ".new");
+  EXPECT_EQ(open(), 0);
+  EXPECT_EQ(read_file(victim), "precious");
+  db_close();
+
+  fs::remove(file());
+  fs::create_directory(mount_.path() + "/volume");
+  fs::create_symlink("../volume/songs.gdb", file());
+  for (const int reload : {0, 0, 1}) {
+    EXPECT_EQ(open(reload), 0);
+    db_close();
+    EXPECT_TRUE(fs::is_symlink(file()));
+    EXPECT_TRUE(fs::is_regular_file(mount_.path() + "/volume/songs.gdb"));
+  }
+}
+
 class DamagedStore : public StoreFixture {
  protected:
   DamagedStore() {
@@ -291,13 +309,13 @@ TEST_F(DamagedStore, IsRebuiltWithEveryRecordWhenItsEndIsNotWhereTheHeaderSays) 
 TEST_F(DamagedStore, LosesTheTornRecordOnly) {
   const std::size_t record = healthy_.find("/mnt/song123.mp3") - 124;
   mount_.write(".systemfile/songs.gdb.backup", "somebody else's");
-  fs::create_directory(file() + ".rebuild");
-  mount_.write(".systemfile/songs.gdb.rebuild/songs.gdb.aB3dE6", "an unfinished rebuild");
+  fs::create_directory(file() + ".new");
+  mount_.write(".systemfile/songs.gdb.new/songs.gdb.aB3dE6", "an unfinished rebuild");
   mount_.write(".systemfile/songs.gdb", healthy_.substr(0, record - 4) + "torn" + healthy_.substr(record));
   EXPECT_EQ(open(), 0);
   EXPECT_EQ(ids().size(), 399U);
   EXPECT_EQ(db_exists(123), 0);
-  EXPECT_FALSE(fs::exists(file() + ".rebuild"));
+  EXPECT_FALSE(fs::exists(file() + ".new"));
   EXPECT_TRUE(fs::exists(file() + ".backup"));
 }
 
@@ -317,7 +335,7 @@ TEST_F(DamagedStore, IsLeftAsItWasWhenThereIsNoRoomToRebuildIt) {
   EXPECT_EQ(opened, -1);
   EXPECT_EQ(errors.text().find("Song store " + file() + " is damaged and cannot be rebuilt: "), 0U);
   EXPECT_TRUE(read_file(file()) == bent);
-  EXPECT_FALSE(fs::exists(file() + ".rebuild"));
+  EXPECT_FALSE(fs::exists(file() + ".new"));
 }
 
 // The run may be killed at any moment; the next one has to find a store that it can use. gdbm has finished
