@@ -7,16 +7,10 @@
 namespace corvexal {
 namespace {
 
-using testing::CapturedOutput;
-
-constexpr std::chrono::milliseconds kImpatience{50};
 constexpr const char* kNames = "select name from record_objid_tbl;";
 constexpr const char* kInsert = "insert into record_objid_tbl values (\"%s\",\"%llu\");";
 
-class DatabaseTest : public testing::CatalogueTest {
- protected:
-  const std::string file_ = path("catalogue.db");
-};
+using DatabaseTest = testing::CatalogueTest;
 
 TEST_F(DatabaseTest, TakesEveryValueAsData) {
   for (const char* value : {"x');drop table music_tbl;--", "name", "?", "%s%n", "a;b", "'", "\xFF\xFE"})
@@ -63,13 +57,13 @@ TEST_F(DatabaseTest, KeepsNothingOfARunThatLostAPart) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     Database other;
-    other.open(file_);
+    other.open(path("catalogue.db"));
     for (const char* statement : row.others_do) other.exec(statement);
-    ASSERT_EQ(ours.open(file_, kImpatience), SQLITE_OK);
+    ASSERT_EQ(ours.open(path("catalogue.db"), std::chrono::milliseconds(50)), SQLITE_OK);
     EXPECT_FALSE(ours.lost_work()) << "a new start";
     EXPECT_EQ(ours.exec(row.we_do), SQLITE_OK);
 
-    CapturedOutput errors(2);
+    testing::CapturedOutput errors(2);
     int code = ours.exec(kInsert, "first", 1);
     if (code == SQLITE_OK) code = ours.exec(kInsert, std::string(1 << 20, 'x'), 1);
     if (code == SQLITE_OK) code = ours.exec("COMMIT;");
@@ -107,7 +101,7 @@ TEST_F(DatabaseTest, LosesNothingToAStatementThatIsMerelyWrong) {
 TEST_F(DatabaseTest, TakesBackWhatIsNotClosed) {
   {
     Database abandoned;
-    ASSERT_EQ(abandoned.open(file_), SQLITE_OK);
+    ASSERT_EQ(abandoned.open(path("catalogue.db")), SQLITE_OK);
     EXPECT_EQ(abandoned.exec(kInsert, "a", 1), SQLITE_OK);
   }
   EXPECT_EQ(committed(kNames), "");

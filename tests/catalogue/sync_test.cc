@@ -10,13 +10,15 @@ using SyncTest = testing::CatalogueTest;
 
 TEST_F(SyncTest, EndsAtATableThatCannotBeReadAndSaysWhatWentWithTheMountPath) {
   for (const char* table : {"photo_tbl", "music_tbl", "music_tbl"}) add_row(table, "/s/", "gone.mp3");
+  add_row("music_tbl", "/s/", "undeletable.mp3");
+  run("update music_tbl set UTF_fname = '\"' where UTF_fname == 'undeletable.mp3';");
   run("drop table video_tbl;");
   global_cdata.mntpath = path("none");
   testing::CapturedOutput errors(2);
   EXPECT_EQ(printed([] { EXPECT_EQ(sync_mms_db(), 0); }), "4Execute SQL query Error\n");
-  EXPECT_EQ(errors.text(), "Corvexal: the mount path " + path("none") +
-                               " cannot be found; rows removed from "
-                               "the catalogue: photo_tbl 1 music_tbl 2\n");
+  EXPECT_EQ(errors.text(),
+            "Corvexal: the mount path " + global_cdata.mntpath +
+                " cannot be found; rows removed from the catalogue: photo_tbl 1 music_tbl 2\n");
 }
 
 }  // namespace
