@@ -8,8 +8,6 @@
 namespace corvexal {
 namespace {
 
-using testing::sample;
-
 using ScanTest = testing::CatalogueTest;
 
 TEST_F(ScanTest, CommitsInBatchesAndTheRestWhenTheCatalogueCloses) {
@@ -22,7 +20,7 @@ TEST_F(ScanTest, CommitsInBatchesAndTheRestWhenTheCatalogueCloses) {
 
 TEST_F(ScanTest, WritesTheSongStoreAloneInModeOne) {
   std::filesystem::create_directories(path(".systemfile"));
-  write_file("t/sub/a.mp3", testing::read_file(sample("music/cbr-128.mp3")));
+  write_file("t/sub/a.mp3", testing::read_file(testing::sample("music/cbr-128.mp3")));
   write_file("t/sub/b.gif", "GIF89a\x05");
   const auto songs_before = db_song_count;
   const testing::CapturedOutput quiet;
