@@ -11,7 +11,8 @@ namespace {
 // Short texts of few characters, so that many match and many nearly do.
 std::string random_path(std::mt19937& random) {
   static const auto pieces = testing::words(
-      "/ a A b _ % \xC3\xA9 \xC3\x89 \xE2\x82\xAC \xC3 \xA9 \xFF \xEF\xBF\xBD \xED\xA0\x80 \xF0\x9F\x98\x80 "
+      "/ a A b _ % \xC3\xA9 \xC3\x89 \xE2\x82\xAC \xC3 \xA9 \xFF \xEF\xBF\xBD \xEF\xBF\xBE \xED\xA0\x80 "
+      "\xF0\x9F\x98\x80 "
       "\xC1\x81 \xFD\x80\x80\x80\x80\x80 \x80");
   std::string path;
   for (auto length = random() % 6; length > 0; --length) path += pieces[random() % pieces.size()];
