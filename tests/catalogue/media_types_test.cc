@@ -23,6 +23,8 @@ TEST(MediaTypes, AddAndRemoveByListsOfTheirOwn) {
       EXPECT_EQ(media_kind(extension), row.kind) << extension;
       EXPECT_EQ(MediaKindForRemoval(extension), row.removal_class) << extension;
     }
+  EXPECT_EQ(media_extension("a.b/c.mpeg2"), ".mpeg2");
+  EXPECT_FALSE(media_extension("a.mpeg22"));
 }
 
 }  // namespace
