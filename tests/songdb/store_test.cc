@@ -44,12 +44,12 @@ TEST_F(Store, KeepsOneRecordAnIdAndCountsWhatItStored) {
   EXPECT_EQ(db_new_count, new_before + 1);
   const SongInfo stored = db_fetch(7).value();
   EXPECT_EQ(stored.title, "second");
-  EXPECT_LE(std::time(nullptr) - stored.time_added, 60);
   EXPECT_EQ(stored.time_modified, 5);
   EXPECT_EQ(stored.time_played, 0);
   EXPECT_EQ(db_time_stored(7), stored.time_added);
-  for (const char* path : {"/a.mp3", "/A.mp3", "/mnt/a.mp3"})  // known in its shortened form only
-    EXPECT_EQ(db_path_modified(7, path), path == *stored.path ? 0 : 1) << path;
+  EXPECT_LE(std::time(nullptr) - stored.time_added, 60);
+  EXPECT_EQ(db_path_modified(7, "/a.mp3"), 0);  // known in its shortened form only
+  EXPECT_EQ(db_path_modified(7, "/mnt/a.mp3"), 1);
   const std::string paths[] = {"/nowhere/", "/A"};
   db_delete_by_path(paths, true);
   EXPECT_EQ(db_exists(7), 1);
@@ -108,8 +108,7 @@ TEST_F(Store, FollowsALinkToItselfButNoPlantedOne) {
   fs::create_symlink("../volume/songs.gdb", file());
   for (const int reload : {0, 0, 1}) {
     EXPECT_EQ(open(reload), 0);
-    EXPECT_TRUE(fs::is_symlink(file()));
-    EXPECT_TRUE(fs::is_regular_file("volume/songs.gdb"));
+    EXPECT_TRUE(fs::is_symlink(file()) && fs::is_regular_file("volume/songs.gdb")) << reload;
   }
 }
 
@@ -135,19 +134,15 @@ TEST_F(DamagedStore, IsRefusedOrRepairedWhereverItIsCutOrBent) {
   for (int round = 0; round < 200; ++round) {
     std::string bytes = healthy_;
     const std::size_t block = random() % 3 == 0 ? 0 : random() % (bytes.size() / 4096) * 4096;
-    if (round % 4 == 0)
-      bytes.resize(1 + random() % (bytes.size() - 1));
-    else
-      bytes[block + random() % 200] = static_cast<char>(random());
+    bytes[block + random() % 200] = static_cast<char>(random());
+    if (round % 4 == 0) bytes.resize(1 + random() % bytes.size());
     mount_.write(".systemfile/songs.gdb", bytes);
     CapturedOutput errors(2);
     const bool opened = open() == 0;
     EXPECT_TRUE(opened || read_file(file()) == bytes) << round;
-    for (const std::uint32_t id : {5U, 1000U}) {
-      db_delete(id);
-      db_add(song_of(id, "/mnt/new.mp3"));
-      EXPECT_EQ(db_exists(id), opened ? 1 : 0) << round;
-    }
+    db_delete(5);
+    db_add(song_of(5, "/mnt/new.mp3"));
+    EXPECT_EQ(db_exists(5), opened ? 1 : 0) << round;
     db_delete_by_path(kNowhere, false);
     db_close();
   }
@@ -156,6 +151,7 @@ TEST_F(DamagedStore, IsRefusedOrRepairedWhereverItIsCutOrBent) {
 // A kill between two writes of gdbm leaves a header that names another end than the file's (gdbm itself would
 // fill the disk up to there), or a torn record.
 TEST_F(DamagedStore, IsRebuiltWithEveryRecordThatIsWhole) {
+  const char* const rebuilt = " was damaged and has been rebuilt with ";
   std::string torn = healthy_;
   torn.replace(torn.find("/abc/mnt/123.mp3") - 128, 4, "torn");  // the key, in front of the record's header
   const struct {
@@ -167,8 +163,7 @@ TEST_F(DamagedStore, IsRebuiltWithEveryRecordThatIsWhole) {
     mount_.write(".systemfile/songs.gdb", row.bytes);
     CapturedOutput errors(2);
     EXPECT_EQ(open(), 0);
-    EXPECT_NE(errors.text().find(" has been rebuilt with " + std::to_string(row.kept) + " records\n"),
-              std::string::npos);
+    EXPECT_EQ(errors.text(), "Song store " + file() + rebuilt + std::to_string(row.kept) + " records\n");
     EXPECT_EQ(songs().size(), row.kept);
     EXPECT_LE(fs::file_size(file()), healthy_.size() * 2);
     EXPECT_FALSE(fs::exists(file() + ".new"));
