@@ -19,7 +19,7 @@ TEST(File, EndsWhereItEndedWhenItWasOpened) {
   std::ofstream(path, std::ios::app) << "more";
   std::array<std::uint8_t, 4> bytes{};
   for (const auto& [offset, size] :
-       {std::pair<std::uint64_t, std::size_t>{0, 4}, {8, 2}, {10, 0}, {UINT64_MAX, 0}})
+       {std::pair<std::uint64_t, std::size_t>{0, 4}, {8, 2}, {11, 0}, {UINT64_MAX, 0}})
     EXPECT_EQ(file.read_at(offset, bytes), size) << offset;
   std::filesystem::resize_file(path, 1);
   EXPECT_EQ(file.read_at(0, bytes), 1U);
