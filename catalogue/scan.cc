@@ -183,7 +183,7 @@ void ScanMediaDirectory(const std::string& folder, unsigned mode) {
     return;
   }
   if (ScanMusic(current, depth, mode) == 0) std::puts("1scan file fail");
-  while (PopScanFolder(current, depth) == 1)
+  while (!g_db.lost_work() && PopScanFolder(current, depth) == 1)
     if (ScanMusic(current, depth, mode) == 0) std::puts("2scan file fail");
 }
 
