@@ -99,7 +99,7 @@ class FolderScan {
 
   // Handles one entry; false when its row could not be written.
   bool handle(std::string_view name) {
-    if (folder_.size() + name.size() >= kFullPathLimit || name.starts_with('.')) return true;
+    if (folder_.size() + name.size() >= kFullPathLimit) return true;
     const std::string path = folder_ + std::string(name);
     look_at(path);
     if (S_ISDIR(status_.st_mode)) PushScanFolder(path + '/', depth_ + 1);
