@@ -4,19 +4,14 @@
 
 #include <climits>
 
+#include "tests/metadata/tables.h"
+
 namespace corvexal {
 namespace {
 
 TEST(Genres, AreNamedAsTheStoresHaveThem) {
+  for (const testing::Row& row : testing::table("genres")) EXPECT_EQ(genre_of_text(row[0]), row[1]) << row[0];
   for (const int other : {148, 149, -1, INT_MAX, INT_MIN}) EXPECT_EQ(genre_name(other), "Others") << other;
-  const struct {
-    const char* text;
-    const char* name;
-  } rows[] = {{"(17)Rock", "Rock"}, {"(13", "Pop"},      {"84x", "Fast-fusion"},
-              {"133", "NegerPunk"}, {"147", "SynthPop"}, {"Rock", "Others"},
-              {"", "Others"},       {"(", "Others"},     {"-1", "Others"},
-              {" 13", "Others"},    {"((13)", "Others"}, {"99999999999999999999", "Others"}};
-  for (const auto& row : rows) EXPECT_EQ(genre_of_text(row.text), row.name) << row.text;
 }
 
 }  // namespace

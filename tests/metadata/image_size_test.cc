@@ -6,7 +6,7 @@
 #include <string>
 
 #include "metadata/file_window.h"
-#include "tests/metadata/damaged_copies.h"
+#include "tests/metadata/tables.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal {
@@ -36,22 +36,12 @@ class ImageSize : public ::testing::Test {
 };
 
 TEST_F(ImageSize, RecognisesTheTypeByTheFirstTenBytes) {
-  const std::string png = "\x89PNG\r\n\x1A\n";
-  const struct {
-    std::string head;
-    int result;
-    std::int32_t type;
-  } rows[] = {{"12345678BM", 1, kBmp},  {"123456789BM", 0, kJpeg},    {"\0BM"s, 0, kJpeg},
-              {kStart + "BM", 1, kBmp}, {kStart, 1, kJpeg},           {"1" + kStart, 0, kJpeg},
-              {"IIGIF", 1, kGif},       {"12II", 1, kTiff},           {"12MM", 1, kTiff},
-              {"12" + png, 1, kPng},    {png.substr(0, 7), 0, kJpeg}, {"", 0, kJpeg}};
-  for (const auto& row : rows) {
+  for (const testing::Row& row : testing::table("image_types")) {
     CapturedOutput output;
-    read(row.head);
-    EXPECT_EQ(result, row.result) << row.head;
-    EXPECT_EQ(probe.image_type, row.type) << row.head;
+    read(row[0]);
+    EXPECT_EQ(testing::row_of(row[0], result, probe.image_type), row);
     const std::string message = "Can't verify image file of type!!filename: " + probe.path + "\n";
-    EXPECT_EQ(output.text(), row.result == 1 ? "" : message) << row.head;
+    EXPECT_EQ(output.text(), result == 1 ? "" : message) << row[0];
   }
   CapturedOutput output;
   read_file("/nowhere/image.bmp");
@@ -59,60 +49,11 @@ TEST_F(ImageSize, RecognisesTheTypeByTheFirstTenBytes) {
   EXPECT_EQ(result, 0);
 }
 
-TEST_F(ImageSize, ReadsWhatEncodersWrite) {
-  const struct {
-    const char* name;
-    std::int32_t depth;
-  } rows[] = {{"bmp-24.bmp", 24},
-              {"bmp-4.bmp", 4},
-              {"gif-4.gif", 4},
-              {"jpeg-baseline.jpg", 24},
-              {"jpeg-progressive.jpg", 24},
-              {"png-grey-2.png", 2},
-              {"png-grey-16.png", 16},
-              {"png-rgb-16.png", 48},
-              {"png-palette-4.png", 4},
-              {"png-grey-alpha-8.png", 16},
-              {"png-grey-alpha-16.png", 32},
-              {"png-rgb-alpha-8.png", 32},
-              {"png-rgb-alpha-16.png", 48},
-              {"tiff-grey-8-msb.tif", 8},
-              {"tiff-rgb-8-lsb.tif", kKept + 24},
-              {"tiff-rgb-16-lsb.tif", kKept + 48},
-              {"tiff-rgb-16-msb.tif", kKept + 48}};
-  for (const auto& row : rows)
-    EXPECT_EQ(read_file(sample("photos/") + row.name), (Fields{5, 3, row.depth})) << row.name;
-}
-
-TEST_F(ImageSize, ReadsOddHeaders) {
-  constexpr std::int32_t kMost = INT32_MAX;
-  const Fields kNone = {kKept, kKept, kKept};
-  const struct {
-    const char* name;
-    Fields fields;
-  } rows[] = {{"low-halves.bmp", {640, 65056, 32}},
-              {"odd-depth.png", {3, 4, 255}},
-              {"rgb-of-another-depth.png", {3, 4, kKept}},
-              {"sizes-above-31-bits.png", {kMost, kMost, 24}},
-              {"ihdr-behind-text.png", {3, 4, 24}},
-              {"ihdr-behind-iend.png", kNone},
-              {"grey.jpg", kNone},
-              {"extended-sequential.jpg", kNone},
-              {"two-baseline-frames.jpg", {4, 3, 24}},
-              {"progressive-then-baseline.jpg", {4, 3, 24}},
-              {"frame-in-a-frame.jpg", {4, 3, 24}},
-              {"mm-further-on.tif", {9, kKept, kKept}},
-              {"directory-behind-the-end.tif", kNone},
-              {"values-of-any-type.tif", {0x10002, kMost, kKept}},
-              {"odd-types-and-counts.tif", {0, 70000, kKept}},
-              {"more-than-three-wanted.tif", {3, kKept, kKept}},
-              {"samples.tif", {kKept, kKept, kKept + 272}},
-              {"samples-cut.tif", {kKept, kKept, kKept + 16}},
-              {"samples-without-first-byte.tif", {kKept, kKept, kKept + 0x10010}},
-              {"samples-above-31-bits.tif", {kKept, kKept, kMost}}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(read_file(sample("../fuzz/corpus/image_size/") + row.name), row.fields) << row.name;
-    EXPECT_EQ(result, 1) << row.name;
+TEST_F(ImageSize, ReadsTheHeaders) {
+  for (const testing::Row& row : testing::table("image_size")) {
+    ImageProbe image{sample("../" + row[0])};
+    EXPECT_EQ(get_img_size(image), 1) << row[0];
+    EXPECT_EQ(testing::row_of(row[0], image.image_type, image.width, image.height, image.color_depth), row);
   }
 }
 
