@@ -4,12 +4,8 @@
 
 #include "fuzz/memory_file.h"
 
-namespace {
-
 // The longest text from one tag: 1023 bytes that become three each at most, in UTF-8.
-constexpr std::size_t kLongestText = 3 * 1023;
-
-}  // namespace
+static constexpr std::size_t kLongestText = 3 * 1023;
 
 // Without a detector, which would be a process for each input: its answers are fuzzed as names of character
 // sets, with the conversions.

@@ -20,7 +20,6 @@ TEST(MakeCompositeTags, FillsWhatTheTagsLeft) {
   }
   EXPECT_EQ(song.title, "a.OGG");
   EXPECT_EQ(song.description, "a.OGG audio file");
-  EXPECT_EQ(song.item_kind, 2);
 }
 
 }  // namespace

@@ -68,14 +68,12 @@ TEST_F(Mp3Stream, KeepsALengthThatIsKnownAndEachFieldsRange) {
 
 // Where blocks begin decides which frame is found, so a hole must not shift them.
 TEST_F(Mp3Stream, PassesOverAHoleAsOverItsZeros) {
-  const std::string tail = zeros(900) + k64 + k64 + zeros(3000) + repeated(k128, 20);
+  const std::string stream = repeated(k128, 20), tail = zeros(900) + k64 + k64 + zeros(3000) + stream;
   for (const std::size_t hole : {1'000'000U, 1'000'333U, 1'000'974U}) {
     const Stream expected = scan("head" + zeros(hole - 4) + tail);
     EXPECT_EQ(scan_file(folder.write_sparse("song.mp3", "head", hole, tail)), expected) << hole;
   }
-  EXPECT_EQ(
-      scan_file(folder.write_sparse("song.mp3", "head", std::uintmax_t{1} << 40, repeated(k128, 20)))[0],
-      128);
+  EXPECT_EQ(scan_file(folder.write_sparse("song.mp3", "head", std::uintmax_t{1} << 40, stream))[0], 128);
 }
 
 TEST_F(Mp3Stream, SurvivesDamage) {
