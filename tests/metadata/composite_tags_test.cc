@@ -2,24 +2,26 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/metadata/tables.h"
+
 namespace corvexal {
 namespace {
 
+using testing::Row;
+
 TEST(MakeCompositeTags, FillsWhatTheTagsLeft) {
-  const struct {
-    Text artist, orchestra, conductor, made;
-  } rows[] = {{{}, {}, {}, {}}, {{}, "O", {}, "O"}, {{}, "", "C", " - C"}, {"", "O", {}, ""}};
   SongInfo song;
-  for (const auto& row : rows) {
-    song.artist = row.artist;
-    song.orchestra = row.orchestra;
-    song.conductor = row.conductor;
-    song.fname = song.type = "a.OGG";
+  song.fname = song.type = "a.OGG";
+  song.conductor = "C";
+  const auto artist_of = [&](const Text& orchestra, const Text& artist) {
+    song.orchestra = orchestra;
+    song.artist = artist;
     make_composite_tags(song);
-    EXPECT_EQ(song.artist, row.made) << row.orchestra.value_or("none");
-  }
-  EXPECT_EQ(song.title, "a.OGG");
-  EXPECT_EQ(song.description, "a.OGG audio file");
+    return song.artist;
+  };
+  EXPECT_EQ(testing::row_of(artist_of({}, {}), artist_of("", {}), artist_of("O", "A")),
+            (Row{"C", " - C", "A"}));
+  EXPECT_EQ(testing::row_of(song.title, song.description), (Row{"a.OGG", "a.OGG audio file"}));
 }
 
 }  // namespace

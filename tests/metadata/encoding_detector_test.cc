@@ -18,7 +18,6 @@ namespace corvexal {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::FakeDetector;
 
 // Children that are still there, and open descriptors.
 std::ptrdiff_t left_behind() {
@@ -27,7 +26,7 @@ std::ptrdiff_t left_behind() {
 }
 
 TEST(EncodingDetector, TakesTheAnswerInTimeAndLeavesNothingBehind) {
-  const FakeDetector detector;
+  const testing::FakeDetector detector;
   const std::ptrdiff_t before = left_behind();
   EXPECT_EQ(EncodingDetector().detect("sample"), "") << "there is no program yet";
   const auto signal_before = std::signal(SIGPIPE, SIG_IGN);
@@ -40,7 +39,7 @@ TEST(EncodingDetector, TakesTheAnswerInTimeAndLeavesNothingBehind) {
 }
 
 TEST(EncodingDetector, IsAskedOnceAndNotAgainOnceItHangs) {
-  const FakeDetector detector;
+  const testing::FakeDetector detector;
   EncodingDetector encodings(500ms);
   testing::CapturedOutput error(2);
   detector.answers("UTF-8");

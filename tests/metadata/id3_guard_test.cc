@@ -11,9 +11,6 @@ namespace corvexal {
 namespace {
 
 using namespace std::string_literals;
-using testing::id3_frame;
-using testing::id3_tag_bytes;
-using testing::id3_text;
 
 bool bounded(const std::string& path) {
   File file(path);
@@ -22,29 +19,20 @@ bool bounded(const std::string& path) {
 
 TEST(Id3Guard, LetsOnlyTagsOfBoundedSizeThrough) {
   for (const testing::Row& row : testing::table("id3_guard"))
-    EXPECT_EQ(bounded(testing::sample("../" + row[0])), row[1] == "1") << row[0];
+    EXPECT_EQ(testing::row_of(row[0], bounded(testing::sample("../" + row[0]))), row);
 
-  const auto mib = [](std::size_t count) { return std::string(count << 20, 'x'); };
-  const std::string apic = "\1image/jpeg\0\3\xFF\xFE\x41\0\0\0"s, cut = "ID3\4\0\0\x7F\x7F\x7F\x7F"s;
-  const struct {
-    const char* what;
-    std::string file;
-    bool bounded;
-  } rows[] = {
-      {"cut short behind 47 MiB", cut + mib(47), true},
-      {"cut short behind 49 MiB", cut + mib(49), false},
-      {"1 MB of text", id3_tag_bytes(4, id3_text(4, "TIT2", std::string(1'000'000, 'x'))), true},
-      {"2 MiB of text in 2.2", id3_tag_bytes(2, id3_text(2, "TT2", mib(2))), false},
-      {"2 MiB of text in 2.9", id3_tag_bytes(9, id3_text(4, "TIT2", mib(2))), false},
-      {"a picture of 23 MiB", id3_tag_bytes(3, id3_frame(3, "APIC", apic + mib(23))), true},
-      {"a tag of 17 MiB, unsynchronised", id3_tag_bytes(3, id3_frame(3, "APIC", apic + mib(17)), 0x80),
-       false},
-      {"a frame of 17 MiB, unsynchronised", id3_tag_bytes(4, id3_frame(4, "APIC", apic + mib(17), 2)), false},
-      {"an endless description", id3_tag_bytes(3, id3_frame(3, "APIC", "\0a\0\3"s + mib(9))), false},
-      {"an object", id3_tag_bytes(3, id3_frame(3, "GEOB", "\0a\0b\0c\0"s + mib(9))), true},
-  };
   const testing::TestFolder folder;
-  for (const auto& row : rows) EXPECT_EQ(bounded(folder.write("a.mp3", row.file)), row.bounded) << row.what;
+  for (const testing::Row& row : testing::table("id3_guard_sizes")) {
+    const int version = std::stoi(row[0]);
+    std::string frames(1000 * std::stoul(row[5]), 'x');
+    frames = testing::id3_frame(version, row[2], row[4] + frames, std::stoi(row[3]));
+    const std::string path =
+        folder.write("a.mp3", testing::id3_tag_bytes(version, frames, std::stoi(row[1])));
+    EXPECT_EQ(std::to_string(bounded(path)), row[6]) << ::testing::PrintToString(row);
+  }
+  const std::string cut = "ID3\4\0\0\x7F\x7F\x7F\x7F"s;
+  EXPECT_TRUE(bounded(folder.write("a.mp3", cut + std::string(47U << 20, 'x'))));
+  EXPECT_FALSE(bounded(folder.write("a.mp3", cut + std::string(49U << 20, 'x'))));
 }
 
 }  // namespace
