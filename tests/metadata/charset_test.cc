@@ -13,8 +13,6 @@
 namespace corvexal {
 namespace {
 
-using namespace std::string_literals;
-
 // What comes of a conversion to UTF-8: the text, or errno's name. The input lies in a block of exactly its
 // size.
 std::string converted(const std::string& fromcode, const std::string& text) {
@@ -44,7 +42,7 @@ TEST(IconvString, ConvertsTextsAsItsTableSays) {
 }
 
 TEST(ConvertToUtf8, GivesTheTextUpToItsTerminator) {
-  EXPECT_EQ(convert_to_utf8("\xA4\xA4\0b"s, "BIG5").text, "中");
+  EXPECT_EQ(convert_to_utf8({"\xA4\xA4\0b", 4}, "BIG5").text, "中");
   EXPECT_EQ(convert_to_utf8("a~{", "HZ").text, "a");  // the terminator is half a pair there, and dropped
   EXPECT_EQ(convert_to_utf8("\xFF\xFF", "BIG5").text, std::nullopt);
 }

@@ -7,8 +7,6 @@
 namespace corvexal {
 namespace {
 
-using testing::Row;
-
 TEST(MakeCompositeTags, FillsWhatTheTagsLeft) {
   SongInfo song;
   song.fname = song.type = "a.OGG";
@@ -20,8 +18,8 @@ TEST(MakeCompositeTags, FillsWhatTheTagsLeft) {
     return song.artist;
   };
   EXPECT_EQ(testing::row_of(artist_of({}, {}), artist_of("", {}), artist_of("O", "A")),
-            (Row{"C", " - C", "A"}));
-  EXPECT_EQ(testing::row_of(song.title, song.description), (Row{"a.OGG", "a.OGG audio file"}));
+            (testing::Row{"C", " - C", "A"}));
+  EXPECT_EQ(testing::row_of(song.title, song.description), (testing::Row{"a.OGG", "a.OGG audio file"}));
 }
 
 }  // namespace

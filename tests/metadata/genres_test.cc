@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
-
 #include "tests/metadata/tables.h"
 
 namespace corvexal {
@@ -11,7 +9,7 @@ namespace {
 
 TEST(Genres, AreNamedAsTheStoresHaveThem) {
   for (const testing::Row& row : testing::table("genres")) EXPECT_EQ(genre_of_text(row[0]), row[1]) << row[0];
-  for (const int other : {148, 149, -1, INT_MAX, INT_MIN}) EXPECT_EQ(genre_name(other), "Others") << other;
+  for (const int other : {148, 149, -1}) EXPECT_EQ(genre_name(other), "Others") << other;
 }
 
 }  // namespace

@@ -10,8 +10,6 @@
 namespace corvexal {
 namespace {
 
-using namespace std::string_literals;
-
 bool bounded(const std::string& path) {
   File file(path);
   return id3_tags_are_bounded(file);
@@ -24,13 +22,12 @@ TEST(Id3Guard, LetsOnlyTagsOfBoundedSizeThrough) {
   const testing::TestFolder folder;
   for (const testing::Row& row : testing::table("id3_guard_sizes")) {
     const int version = std::stoi(row[0]);
-    std::string frames(1000 * std::stoul(row[5]), 'x');
-    frames = testing::id3_frame(version, row[2], row[4] + frames, std::stoi(row[3]));
-    const std::string path =
-        folder.write("a.mp3", testing::id3_tag_bytes(version, frames, std::stoi(row[1])));
-    EXPECT_EQ(std::to_string(bounded(path)), row[6]) << ::testing::PrintToString(row);
+    const std::string body = row[4] + std::string(1000 * std::stoul(row[5]), 'x');
+    const std::string frame = testing::id3_frame(version, row[2], body, std::stoi(row[3]));
+    const std::string tag = testing::id3_tag_bytes(version, frame, std::stoi(row[1]));
+    EXPECT_EQ(std::to_string(bounded(folder.write("a.mp3", tag))), row[6]) << ::testing::PrintToString(row);
   }
-  const std::string cut = "ID3\4\0\0\x7F\x7F\x7F\x7F"s;
+  const std::string cut("ID3\4\0\0\x7F\x7F\x7F\x7F", 10);
   EXPECT_TRUE(bounded(folder.write("a.mp3", cut + std::string(47U << 20, 'x'))));
   EXPECT_FALSE(bounded(folder.write("a.mp3", cut + std::string(49U << 20, 'x'))));
 }

@@ -12,7 +12,6 @@ namespace corvexal {
 namespace {
 
 using namespace std::string_literals;
-using testing::CapturedOutput;
 using testing::sample;
 
 using Fields = std::array<std::int32_t, 3>;                 // width, height, depth
@@ -36,13 +35,13 @@ class ImageSize : public ::testing::Test {
 
 TEST_F(ImageSize, RecognisesTheTypeByTheFirstTenBytes) {
   for (const testing::Row& row : testing::table("image_types")) {
-    CapturedOutput output;
+    testing::CapturedOutput output;
     read(row[0]);
     EXPECT_EQ(testing::row_of(row[0], result, probe.image_type), row);
     const std::string message = "Can't verify image file of type!!filename: " + probe.path + "\n";
     EXPECT_EQ(output.text(), result == 1 ? "" : message) << row[0];
   }
-  CapturedOutput output;
+  testing::CapturedOutput output;
   read_file("/nowhere/image.bmp");
   EXPECT_EQ(output.text(), "get_img_size(): open file error\n");
   EXPECT_EQ(result, 0);
@@ -57,7 +56,7 @@ TEST_F(ImageSize, ReadsTheHeaders) {
 }
 
 TEST_F(ImageSize, TakesFromADamagedFileWhatIsWhole) {
-  const CapturedOutput unwanted;
+  const testing::CapturedOutput unwanted;
   for (const testing::Row& row : testing::table("image_cuts")) {
     const std::string whole = testing::read_file(sample("../" + row[0]));
     const Fields fields = read(whole);

@@ -8,7 +8,6 @@
 
 #include "tests/metadata/id3_bytes.h"
 #include "tests/metadata/tables.h"
-#include "tests/support/test_files.h"
 
 namespace corvexal {
 namespace {

@@ -11,12 +11,11 @@ namespace {
 
 using testing::Row;
 using testing::row_of;
-using testing::sample;
 
 TEST(Mp4, ReadsTheItems) {
   for (const Row& row : testing::table("mp4_tags")) {
     SongInfo song;
-    EXPECT_EQ(mp4_scan_tags(sample("../" + row[0]), song), 0) << row[0];
+    EXPECT_EQ(mp4_scan_tags(testing::sample("../" + row[0]), song), 0) << row[0];
     EXPECT_EQ(row_of(row[0], song.title, song.artist, song.album, song.genre, song.comment, song.composer,
                      song.grouping, song.year, song.track, song.total_tracks, song.disc, song.total_discs,
                      song.bpm, song.compilation),
@@ -27,7 +26,7 @@ TEST(Mp4, ReadsTheItems) {
 TEST(Mp4, MeasuresTheStream) {
   for (const Row& row : testing::table("mp4_info")) {
     SongInfo song;
-    EXPECT_EQ(mp4_scan_info(sample("../" + row[0]), song), 0) << row[0];
+    EXPECT_EQ(mp4_scan_info(testing::sample("../" + row[0]), song), 0) << row[0];
     EXPECT_EQ(
         row_of(row[0], song.song_length, song.samplerate, song.bitrate, song.time_added, song.time_modified),
         row);
@@ -35,7 +34,7 @@ TEST(Mp4, MeasuresTheStream) {
 }
 
 TEST(Mp4, SurvivesDamage) {
-  const std::string whole = testing::read_file(sample("../fuzz/corpus/mp4/every-item.m4a"));
+  const std::string whole = testing::read_file(testing::sample("../fuzz/corpus/mp4/every-item.m4a"));
   const testing::TestFolder folder;
   for (const std::string& copy : testing::damaged_copies(whole)) {
     const std::string path = folder.write("a.m4a", copy);

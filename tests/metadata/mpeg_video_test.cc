@@ -6,7 +6,6 @@
 #include <string>
 
 #include "tests/metadata/tables.h"
-#include "tests/support/test_files.h"
 
 namespace corvexal {
 
