@@ -15,6 +15,7 @@ TEST(MakeCompositeTags, FillsWhatTheTagsLeft) {
     song.orchestra = orchestra;
     song.artist = artist;
     make_composite_tags(song);
+    song.fname = "b.OGG";
     return song.artist;
   };
   EXPECT_EQ(testing::row_of(artist_of({}, {}), artist_of("", {}), artist_of("O", "A")),

@@ -1,6 +1,7 @@
 #include "metadata/encoding_detector.h"
 
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 
 #include <cerrno>
@@ -36,6 +37,12 @@ TEST(EncodingDetector, TakesTheAnswerInTimeAndLeavesNothingBehind) {
     EXPECT_EQ(left_behind(), before) << row[0];
   }
   std::signal(SIGPIPE, signal_before);
+
+  prctl(PR_SET_CHILD_SUBREAPER, 1);  // so that what the program leaves running is left to this process
+  detector.runs("sleep 60 & printf KOI8-R");
+  EXPECT_EQ(EncodingDetector(500ms).detect("sample"), "KOI8-R");
+  int ending = 0;
+  EXPECT_TRUE(wait(&ending) > 0 && WIFSIGNALED(ending)) << "it runs to its end";
 }
 
 TEST(EncodingDetector, IsAskedOnceAndNotAgainOnceItHangs) {

@@ -40,7 +40,6 @@ TEST(Mp4, SurvivesDamage) {
     const std::string path = folder.write("a.m4a", copy);
     SongInfo song;
     EXPECT_EQ(mp4_scan_tags(path, song) | mp4_scan_info(path, song), 0) << copy.size();
-    EXPECT_LE(song.title.value_or("").size(), copy.size());
     EXPECT_EQ(song.file_size, static_cast<std::int32_t>(copy.size()));
   }
 }

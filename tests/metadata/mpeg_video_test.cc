@@ -84,7 +84,6 @@ TEST_F(MpegVideo, TakesFromADamagedFileWhatIsThere) {
   const std::string whole = kSequence + extensions + kGroup;
   for (const std::string& copy : testing::damaged_copies(whole)) {
     const VideoInfo info = probe(folder.write("video.mpg", copy), 0);
-    EXPECT_EQ(info.bit_rate, 0);
     const std::size_t size = copy.size();
     if (copy != whole.substr(0, size)) continue;
     const bool found = size > whole.size() - 4;  // a start code in the last four bytes is not seen
