@@ -1,5 +1,9 @@
 #pragma once
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdlib>
 #include <string>
 
 #include "base/byte_reader.h"
@@ -10,8 +14,10 @@ namespace corvexal {
 // object; aborts when the system does not give one.
 class MemoryFile {
  public:
-  explicit MemoryFile(Bytes content);
-  ~MemoryFile();
+  explicit MemoryFile(Bytes content) : fd_(memfd_create("input", MFD_CLOEXEC)) {
+    if (write(fd_, content.data(), content.size()) != static_cast<ssize_t>(content.size())) std::abort();
+  }
+  ~MemoryFile() { close(fd_); }
   MemoryFile(const MemoryFile&) = delete;
   MemoryFile& operator=(const MemoryFile&) = delete;
 

@@ -11,15 +11,14 @@
 // The input is read as an M3U and as a PLS file of a folder that holds the song a.mp3.
 namespace {
 
-constexpr const char* kRow =
-    "insert into music_tbl (No,Real_Path,Real_fname,EXT_fname) values (\"%d\",\"%s\",\"%s\",\"%s\");";
+constexpr const char* kRows =
+    "insert into music_tbl (No,Real_Path,Real_fname,EXT_fname) values (\"1\",\"%s\",\"\",\"m3u\"),"
+    "(\"2\",\"%s\",\"\",\"pls\"),(\"3\",\"%s\",\"a.mp3\",\"mp3\");";
 
 bool open_catalogue(const std::string& folder) {
   using corvexal::g_db;
   return g_db.open(":memory:") == SQLITE_OK && corvexal::create_tables(g_db) == SQLITE_OK &&
-         g_db.exec(kRow, 1, folder, "", "m3u") == SQLITE_OK &&
-         g_db.exec(kRow, 2, folder, "", "pls") == SQLITE_OK &&
-         g_db.exec(kRow, 3, folder, "a.mp3", "mp3") == SQLITE_OK;
+         g_db.exec(kRows, folder, folder, folder) == SQLITE_OK;
 }
 
 }  // namespace

@@ -2,20 +2,13 @@
 
 #include <cstdlib>
 
-namespace {
-
 using corvexal::Bytes;
-using corvexal::PackedSong;
 
-PackedSong packed_again(Bytes record) {
+static corvexal::PackedSong packed_again(Bytes record) {
   corvexal::SongInfo song;
   corvexal::read_stored_song(record, song);
-  const auto packed = corvexal::pack_song(song);
-  if (!packed) std::abort();
-  return *packed;
+  return corvexal::pack_song(song).value();
 }
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const Bytes record(data, size);
@@ -24,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (song.path != corvexal::shortened_path(record) || song.id != corvexal::record_id(record)) std::abort();
 
   // Whatever was read can be stored, and what was stored is read as it was.
-  const PackedSong stored = packed_again(record);
+  const corvexal::PackedSong stored = packed_again(record);
   if (!corvexal::is_whole_record(stored) || packed_again(stored) != stored) std::abort();
   return 0;
 }

@@ -1,13 +1,13 @@
 #include "songdb/store.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <system_error>
 
-#include "base/byte_reader.h"
 #include "base/config.h"
 
 // The input stands as the store's file in a folder of the process's own: the store is opened, repaired if
@@ -16,29 +16,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class StoreFolder {
- public:
-  StoreFolder() {
-    std::string name = (fs::temp_directory_path() / "corvexal-fuzz-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) std::abort();
-    path_ = name;
-    fs::create_directory(path_ / ".systemfile");
-    corvexal::global_cdata.mntpath = name;
-  }
-  ~StoreFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
+// A folder with the place of the store in it, which goes with the process.
+struct StoreFolder {
+  const fs::path path = fs::temp_directory_path() / ("corvexal-fuzz-" + std::to_string(getpid()));
+  StoreFolder() { fs::create_directories(path / ".systemfile"); }
   StoreFolder(const StoreFolder&) = delete;
   StoreFolder& operator=(const StoreFolder&) = delete;
-
-  void write_store(corvexal::Bytes content) const {
-    std::ofstream(path_ / ".systemfile/songs.gdb", std::ios::binary)
-        .write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+  ~StoreFolder() {
+    std::error_code ignored;
+    fs::remove_all(path, ignored);
   }
-
- private:
-  fs::path path_;
 };
 
 void change_store() {
@@ -58,7 +45,9 @@ void change_store() {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const StoreFolder folder;
-  folder.write_store({data, size});
+  corvexal::global_cdata.mntpath = folder.path;
+  std::ofstream(folder.path / ".systemfile/songs.gdb", std::ios::binary)
+      .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
   if (corvexal::db_open(0, 0) == 0) change_store();
   corvexal::db_close();
   return 0;

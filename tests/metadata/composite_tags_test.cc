@@ -2,41 +2,25 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/metadata/tables.h"
+
 namespace corvexal {
 namespace {
 
-TEST(MakeCompositeTags, ComposesAMissingArtist) {
-  const struct {
-    Text artist, orchestra, conductor, made;
-  } rows[] = {{{}, {}, {}, {}},      {{}, "O", {}, "O"},   {{}, {}, "C", "C"}, {{}, "O", "C", "O - C"},
-              {{}, "", "C", " - C"}, {"A", "O", "C", "A"}, {"", "O", {}, ""}};
-  for (const auto& row : rows) {
-    SongInfo song;
-    song.artist = row.artist;
-    song.orchestra = row.orchestra;
-    song.conductor = row.conductor;
-    make_composite_tags(song);
-    EXPECT_EQ(song.artist, row.made) << row.orchestra.value_or("none") << '/'
-                                     << row.conductor.value_or("none");
-  }
-}
-
-TEST(MakeCompositeTags, DescribesFilesAndPlaylistEntries) {
+TEST(MakeCompositeTags, FillsWhatTheTagsLeft) {
   SongInfo song;
-  song.fname = "a.OGG";
-  song.type = "OGG";
-  song.data_kind = 7;
-  make_composite_tags(song);
-  EXPECT_EQ(song.title, "a.OGG");
-  EXPECT_EQ(song.description, "OGG audio file");
-  EXPECT_EQ(song.data_kind, 0);
-  EXPECT_EQ(song.item_kind, 2);
-
-  song.url = "http://host/stream";
-  make_composite_tags(song);
-  EXPECT_EQ(song.description, "Playlist URL");
-  EXPECT_EQ(song.data_kind, 1);
-  EXPECT_EQ(song.type, "pls");
+  song.fname = song.type = "a.OGG";
+  song.conductor = "C";
+  const auto artist_of = [&](const Text& orchestra, const Text& artist) {
+    song.orchestra = orchestra;
+    song.artist = artist;
+    make_composite_tags(song);
+    song.fname = "b.OGG";
+    return song.artist;
+  };
+  EXPECT_EQ(testing::row_of(artist_of({}, {}), artist_of("", {}), artist_of("O", "A")),
+            (testing::Row{"C", " - C", "A"}));
+  EXPECT_EQ(testing::row_of(song.title, song.description), (testing::Row{"a.OGG", "a.OGG audio file"}));
 }
 
 }  // namespace

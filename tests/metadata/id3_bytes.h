@@ -10,6 +10,12 @@
 // Builds ID3 tags byte by byte; see id3.org.
 namespace corvexal::testing {
 
+inline std::string repeated(const std::string& text, std::size_t count) {
+  std::string all;
+  while (count-- > 0) all += text;
+  return all;
+}
+
 // Four bytes of seven bits each.
 inline std::string syncsafe(std::size_t value) {
   std::string text;
@@ -37,12 +43,6 @@ inline std::string id3_tag_bytes(int version, std::string_view frames, int flags
   tag += '\0';
   tag += static_cast<char>(flags);
   return tag.append(syncsafe(frames.size())).append(frames);
-}
-
-// The 128 bytes at the end of a file; each text is cut or filled up to its field.
-inline std::string id3v1_bytes(std::string title, std::string artist, std::string album, int genre) {
-  for (std::string* field : {&title, &artist, &album}) field->resize(30);
-  return "TAG" + title + artist + album + std::string(34, '\0') + static_cast<char>(genre);
 }
 
 }  // namespace corvexal::testing
