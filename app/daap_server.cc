@@ -10,7 +10,7 @@
 namespace corvexal {
 
 int daap_server_pid() {
-  const Stream file(std::fopen(kDaapPidFile, "re"));
+  const Stream file = open_for_reading(kDaapPidFile);
   char line[1024] = "";
   if (!file || std::fgets(line, sizeof line, file.get()) == nullptr) return 0;
   return decimal_value(line);

@@ -70,7 +70,7 @@ bool rename_file(const Command& command) {
   commit_after_remove = 0;
   const int removed = RemoveMediaFile(command.path);
   const int added = MmsAddMediaFile(command.new_path);
-  if (removed == -1 && added == -1) return false;
+  if (removed == -1 && added == -1) return false;  // the add has said why
   RebuildSortTables(kWholeCatalogue);
   return true;
 }
@@ -83,7 +83,10 @@ bool delete_tree(const Command& command) {
 }
 
 bool delete_file(const Command& command) {
-  if (RemoveMediaFile(command.path) == -1) return false;
+  if (RemoveMediaFile(command.path) == -1) {
+    std::fprintf(stderr, "Corvexal: cannot remove %s: no extension that removal knows\n", command.path.c_str());
+    return false;
+  }
   RebuildSortTables(kWholeCatalogue);
   return true;
 }

@@ -63,7 +63,7 @@ const char* file_to_read(int mode, std::span<const char* const> arguments) {
 int readconfig(int mode, std::span<const char* const> arguments, ConfigRecord& record) {
   const char* name = file_to_read(mode, arguments);
   if (name == nullptr) return fail(arguments);
-  const Stream file(std::fopen(name, "re"));
+  const Stream file = open_for_reading(name);
   if (!file) return fail(arguments);
 
   Line line{};
@@ -79,7 +79,7 @@ int readconfig(int mode, std::span<const char* const> arguments, ConfigRecord& r
       return fail(arguments);
     }
   }
-  return std::ferror(file.get()) != 0 ? fail(arguments) : 0;  // a directory opens, but can't be read
+  return std::ferror(file.get()) != 0 ? fail(arguments) : 0;
 }
 
 }  // namespace corvexal

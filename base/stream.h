@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <memory>
 
+#include "base/file.h"
+
 namespace corvexal {
 
 struct CloseStream {
@@ -11,5 +13,11 @@ struct CloseStream {
 
 // Owns a stdio stream.
 using Stream = std::unique_ptr<std::FILE, CloseStream>;
+
+// Opens a regular file for reading; null, with errno set, for anything else.
+[[nodiscard]] inline Stream open_for_reading(const char* name) {
+  const File file(name);
+  return Stream(file ? fdopen(file.duplicate(), "r") : nullptr);
+}
 
 }  // namespace corvexal

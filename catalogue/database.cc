@@ -24,7 +24,6 @@ bool is_prevented(int code) {
     case SQLITE_TOOBIG:
     case SQLITE_MISMATCH:
     case SQLITE_CORRUPT:
-    case SQLITE_NOTADB:
       return false;
     default:
       return true;

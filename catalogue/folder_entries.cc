@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <limits>
 #include <memory>
 
@@ -23,8 +25,18 @@ const dirent* next_entry(DIR* folder) {
 }  // namespace
 
 FolderEntries::FolderEntries(const std::string& folder) {
+  if (read(folder)) {
+    sort();
+    return;
+  }
+  std::fprintf(stderr, "Corvexal: cannot read the folder %s: %s\n", folder.c_str(), std::strerror(errno));
+  starts_.clear();
+  listed_ = 0;
+}
+
+bool FolderEntries::read(const std::string& folder) {
   const std::unique_ptr<DIR, CloseFolder> stream(opendir(folder.c_str()));
-  if (!stream) return;
+  if (!stream) return false;
   while (const dirent* entry = next_entry(stream.get())) {
     ++listed_;
     const std::string_view name = entry->d_name;
@@ -33,11 +45,10 @@ FolderEntries::FolderEntries(const std::string& folder) {
     starts_.push_back(static_cast<std::uint32_t>(names_.size()));
     names_.append(name).push_back('\0');
   }
-  if (errno != 0) {
-    starts_.clear();
-    listed_ = 0;
-    return;
-  }
+  return errno == 0;
+}
+
+void FolderEntries::sort() {
   std::sort(starts_.begin(), starts_.end(), [this](std::uint32_t a, std::uint32_t b) {
     return std::string_view(names_.data() + a) < std::string_view(names_.data() + b);
   });

@@ -12,7 +12,7 @@ namespace corvexal {
 // very many.
 class FolderEntries {
  public:
-  // Reads the folder; one that cannot be read has no entries.
+  // Reads the folder; one that cannot be read has no entries, and a line on standard error says so.
   explicit FolderEntries(const std::string& folder);
 
   // How many entries the folder has on disk, "." and ".." and other hidden ones included.
@@ -23,6 +23,9 @@ class FolderEntries {
   [[nodiscard]] std::string_view operator[](std::size_t i) const { return names_.data() + starts_[i]; }
 
  private:
+  bool read(const std::string& folder);
+  void sort();
+
   std::string names_;  // each followed by a NUL
   std::vector<std::uint32_t> starts_;
   std::size_t listed_ = 0;

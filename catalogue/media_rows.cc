@@ -1,5 +1,6 @@
 #include "catalogue/media_rows.h"
 
+#include <cstdio>
 #include <utility>
 
 #include "catalogue/database.h"
@@ -106,6 +107,24 @@ int insert_subtitle(const MediaRow& row, std::int64_t number, std::uint64_t pare
       file.size, file.depth, init_objid.video_file_objid++, parent);
 }
 
+int insert(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
+  switch (row.file.kind) {
+    case MediaKind::kMusic:
+      return insert_music(row, number, parent);
+    case MediaKind::kPhoto:
+      return insert_photo(row, number, parent);
+    case MediaKind::kVideo:
+      return insert_video(row, number, parent);
+    case MediaKind::kPlaylist:
+      return insert_playlist(row, number, parent);
+    case MediaKind::kSubtitle:
+      return insert_subtitle(row, number, parent);
+    case MediaKind::kOther:
+      break;
+  }
+  return SQLITE_OK;
+}
+
 }  // namespace
 
 std::optional<MediaRow> read_media_row(MediaFile file) {
@@ -128,21 +147,10 @@ std::optional<MediaRow> read_media_row(MediaFile file) {
 }
 
 int insert_media_row(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
-  switch (row.file.kind) {
-    case MediaKind::kMusic:
-      return insert_music(row, number, parent);
-    case MediaKind::kPhoto:
-      return insert_photo(row, number, parent);
-    case MediaKind::kVideo:
-      return insert_video(row, number, parent);
-    case MediaKind::kPlaylist:
-      return insert_playlist(row, number, parent);
-    case MediaKind::kSubtitle:
-      return insert_subtitle(row, number, parent);
-    case MediaKind::kOther:
-      break;
-  }
-  return SQLITE_OK;
+  const int code = insert(row, number, parent);
+  if (code != SQLITE_OK)
+    std::fprintf(stderr, "Corvexal: cannot add %s: %s\n", row.file.path.c_str(), error_text());
+  return code;
 }
 
 }  // namespace corvexal

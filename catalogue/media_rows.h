@@ -45,7 +45,8 @@ struct MediaRow {
 [[nodiscard]] std::optional<MediaRow> read_media_row(MediaFile file);
 
 // Writes a row with the given row number and parent identifier. It takes its class's next object identifier,
-// which is used up even when the insert fails. Returns SQLite's result code, with zErrMsg set on failure.
+// which is used up even when the insert fails. Returns SQLite's result code; a failure is said on standard
+// error, and zErrMsg is set.
 int insert_media_row(const MediaRow& row, std::int64_t number, std::uint64_t parent);
 
 }  // namespace corvexal

@@ -99,7 +99,7 @@ class FolderScan {
 
   // Handles one entry; false when its row could not be written.
   bool handle(std::string_view name) {
-    if (folder_.size() + name.size() >= kFullPathLimit || name.starts_with('.')) return true;
+    if (folder_.size() + name.size() >= kFullPathLimit) return true;
     const std::string path = folder_ + std::string(name);
     look_at(path);
     if (S_ISDIR(status_.st_mode)) PushScanFolder(path + '/', depth_ + 1);
@@ -183,7 +183,7 @@ void ScanMediaDirectory(const std::string& folder, unsigned mode) {
     return;
   }
   if (ScanMusic(current, depth, mode) == 0) std::puts("1scan file fail");
-  while (PopScanFolder(current, depth) == 1)
+  while (!g_db.lost_work() && PopScanFolder(current, depth) == 1)
     if (ScanMusic(current, depth, mode) == 0) std::puts("2scan file fail");
 }
 

@@ -14,7 +14,7 @@ enum ScanMode : unsigned {
 // Scans the tree at `folder` (given without a trailing "/"), breadth first: a folder's files, then its
 // sub-folders in the order in which they were met. With mode 2 nothing is read: the folder's own row is
 // written and that is all. A folder whose rows cannot be written is reported on standard output and does not
-// stop the walk.
+// stop the walk; the loss of the run's work does.
 void ScanMediaDirectory(const std::string& folder, unsigned mode);
 
 // Reads one folder (with its trailing "/"): writes a row for each media file, hands music to the song store

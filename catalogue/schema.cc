@@ -52,13 +52,14 @@ int create_catalogue(const std::string& mount_path) {
   std::error_code error;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
   if (error) {
-    std::fprintf(stderr, "cannot create the folder of %s: %s\n", path.c_str(), error.message().c_str());
+    std::fprintf(stderr, "Corvexal: cannot create the folder of %s: %s\n", path.c_str(),
+                 error.message().c_str());
     return -1;
   }
   Database database;
   if (database.open(path) != SQLITE_OK) return -1;
   if (create_tables(database) != SQLITE_OK) {
-    std::fprintf(stderr, "cannot create the tables of %s: %s\n", path.c_str(), error_text());
+    std::fprintf(stderr, "Corvexal: cannot create the tables of %s: %s\n", path.c_str(), error_text());
     return -1;
   }
   database.close();

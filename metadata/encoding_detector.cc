@@ -93,13 +93,17 @@ class Child {
     std::string program = kProgram;
     std::string sample = argument;
     char* const arguments[] = {program.data(), sample.data(), nullptr};
-    if (posix_spawnp(&id_, kProgram, surroundings.files(), surroundings.attributes(), arguments, environ) !=
-        0)
-      id_ = -1;
+    const int failure =
+        posix_spawnp(&id_, kProgram, surroundings.files(), surroundings.attributes(), arguments, environ);
+    if (failure != 0) id_ = -1;
+    is_missing_ = failure == ENOENT;
   }
   ~Child() { end(); }
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
+
+  // True when there is no such program.
+  [[nodiscard]] bool is_missing() const { return is_missing_; }
 
   // Waits for the program's end. False when it had to be killed.
   bool end() {
@@ -117,6 +121,7 @@ class Child {
 
  private:
   pid_t id_ = -1;
+  bool is_missing_ = false;
   Clock::time_point deadline_;
 };
 
@@ -148,7 +153,7 @@ std::string read_answer(int descriptor, Clock::time_point deadline) {
 
 std::string EncodingDetector::detect(const std::string& sample) {
   if (last_ && last_->sample == sample) return last_->answer;
-  last_ = Detection{sample, hangs_ ? "" : ask(sample)};
+  last_ = Detection{sample, usable_ ? ask(sample) : ""};
   return last_->answer;
 }
 
@@ -160,8 +165,9 @@ std::string EncodingDetector::ask(const std::string& sample) {
   pipe.close_in();
   std::string answer = read_answer(pipe.out(), deadline);
   pipe.close_out();
+  if (child.is_missing()) usable_ = false;
   if (!child.end()) {
-    hangs_ = true;
+    usable_ = false;
     std::fprintf(stderr, "%s does not end, and is not started again\n", kProgram);
   }
   return answer.substr(0, answer.find('\0'));

@@ -20,7 +20,8 @@ class EncodingDetector {
   // zero byte. The sample is the program's one argument and no shell sees it. Returns the first 18 bytes of
   // what the program prints, cut at a zero byte and otherwise exactly as printed, a line end included; empty
   // when it cannot be started or prints nothing. A program that has not ended within the time limit is
-  // killed, with all that it started, and is not started again: from then on the answers are empty. The
+  // killed, with all that it started. Neither that nor one that is missing is started again: from then on the
+  // answers are empty. The
   // answer to the last sample is kept, as a scan into both stores reads each tag twice in a row and starting
   // the program is four fifths of its time.
   [[nodiscard]] std::string detect(const std::string& sample);
@@ -35,7 +36,7 @@ class EncodingDetector {
 
   std::chrono::milliseconds time_limit_;
   std::optional<Detection> last_;
-  bool hangs_ = false;
+  bool usable_ = true;
 };
 
 // The run's own.

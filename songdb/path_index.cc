@@ -15,7 +15,6 @@ std::string lower(std::string_view text) {
 }  // namespace
 
 std::string PathIndex::root_of(std::string_view path) {
-  if (!path.starts_with('/')) return {};
   const std::size_t end = path.find('/', 1);
   return end == std::string_view::npos ? std::string() : lower(path.substr(0, end + 1));
 }

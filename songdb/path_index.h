@@ -18,7 +18,7 @@ namespace corvexal {
 // mount point's name.
 class PathIndex {
  public:
-  // What an index for `path` is made for: its first folder in lower case, with both slashes; empty when the
+  // What an index for `path` is made for: its first folder in lower case, with its slashes; empty when the
   // path has none, and no index can help.
   [[nodiscard]] static std::string root_of(std::string_view path);
 

@@ -4,49 +4,37 @@
 
 #include <climits>
 
+#include "base/json_text.h"
+
 namespace corvexal {
 namespace {
 
-TEST(Text, FoldsAsciiLettersOnly) {
-  std::string text = "MpEg\xC4\xD6Z";
+TEST(Text, FoldsAsciiLettersOnlyAndReadsTheNumberInFront) {
+  std::string text = "MpEg\xC4@[Z";
   StringToLower(text);
-  EXPECT_EQ(text, "mpeg\xC4\xD6z");
-  EXPECT_TRUE(equal_ignoring_case(".MP3", ".mp3"));
-  EXPECT_FALSE(equal_ignoring_case(".mp3", ".mp"));
-  EXPECT_FALSE(equal_ignoring_case("@[", "`{"));
+  EXPECT_EQ(text, "mpeg\xC4@[z");
+  EXPECT_FALSE(equal_ignoring_case(".mp3", ".MP"));
   EXPECT_TRUE(starts_with_ignoring_case("/Share/a", "/sHARE"));
   EXPECT_FALSE(starts_with_ignoring_case("/S", "/sHARE"));
-}
-
-TEST(DecimalValue, ReadsTheNumberInFront) {
-  const struct {
-    const char* text;
-    int value;
-  } rows[] = {{"17", 17}, {" \t-3x", -3}, {"+8)", 8}, {"x17", 0}, {"", 0}, {"99999999999999999999", INT_MAX}};
-  for (const auto& row : rows) EXPECT_EQ(decimal_value(row.text), row.value) << row.text;
+  EXPECT_EQ(decimal_value(" \t-3x"), -3);
+  EXPECT_EQ(decimal_value("x17"), 0);
+  EXPECT_EQ(decimal_value("99999999999999999999"), INT_MAX);
 }
 
 TEST(Utf8, IsCheckedStrictly) {
-  const struct {
-    std::string_view text;
-    bool good;
-  } rows[] = {{"", true},
-              {{"a\0\x7F", 3}, true},
-              {"\xC2\x80\xDF\xBF", true},
-              {"\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF", true},
-              {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", true},
-              {"a\x80", false},
-              {"\xC1\xBF", false},          // overlong
-              {"\xE0\x9F\xBF", false},      // overlong
-              {"\xF0\x8F\xBF\xBF", false},  // overlong
-              {"\xED\xA0\x80", false},      // a surrogate
-              {"\xF4\x90\x80\x80", false},  // behind U+10FFFF
-              {"\xF5\x80\x80\x80", false},
-              {"\xF8\x88\x80\x80\x80", false},
-              {"\xFD\xBF\xBF\xBF\xBF\xBF", false},
-              {"\xE4\xB8", false},  // cut
-              {"\xE4\xB8x", false}};
-  for (const auto& row : rows) EXPECT_EQ(is_utf8(row.text), row.good) << row.text;
+  for (const char* text : {"", "\x7F\xC2\x80\xDF\xBF", "\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF",
+                           "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"})
+    EXPECT_TRUE(is_utf8(text)) << text;
+  // Continuations alone, overlong forms, a surrogate, what lies behind U+10FFFF, and cut characters.
+  for (const char* text :
+       {"a\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xED\xA0\x80", "\xF4\x90\x80\x80",
+        "\xF5\x80\x80\x80", "\xFD\xBF\xBF\xBF\xBF\xBF", "\xE4\xB8", "\xE4\xB8x"})
+    EXPECT_FALSE(is_utf8(text)) << text;
+}
+
+TEST(JsonText, IsValidWhateverTheBytes) {
+  EXPECT_EQ(json_text({"\"\\/\0\n\x1F\x7F", 7}), "\"\\\"\\\\/\\u0000\\u000a\\u001f\x7F\"");
+  EXPECT_EQ(json_text("ß東😀Gr\xFC\xDF\xE6\x9D"), "\"ß東😀Gr\uFFFD\uFFFD\uFFFD\uFFFD\"");
 }
 
 }  // namespace

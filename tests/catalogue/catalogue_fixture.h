@@ -4,23 +4,18 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "catalogue/database.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal::testing {
 
-// The texts of a music row that a test may care about.
-struct SongTexts {
-  std::string title = "0";
-  std::string genre = "Others";
-  std::string artist = "Others";
-  std::string album = "Others";
-};
+// The texts between the spaces, for tables of short words.
+[[nodiscard]] std::vector<std::string> words(const std::string& text);
 
 // An empty catalogue in a folder of its own, open as g_db, with every process-wide value as at the start of a
-// run. Rows are numbered as the updater does; folders are given with their trailing "/" and, like names, may
-// hold anything but double quotes.
+// run. Folders are given with their trailing "/" and, like names, may hold anything but double quotes.
 class CatalogueTest : public ::testing::Test {
  protected:
   CatalogueTest();
@@ -34,20 +29,30 @@ class CatalogueTest : public ::testing::Test {
     return folder_.write(name, content);
   }
 
-  static void add_music(std::string_view folder, std::string_view name, const SongTexts& texts = {});
-  static void add_video(std::string_view folder, std::string_view name);
-  static void add_photo(std::string_view folder, std::string_view name);
+  // Adds a row for a file, numbered as the updater does; its other columns are null.
+  static void add_row(const char* table, std::string_view folder, std::string_view name);
   static void add_folder(std::string_view path, std::string_view objid = "0");
 
   // Runs a statement that must succeed.
-  static void run(std::string_view sql);
+  template <class... Values>
+  static void run(std::string_view sql, const Values&... values) {
+    ASSERT_EQ(g_db.exec(sql, values...), SQLITE_OK) << composed(sql, values...) << ": " << error_text();
+  }
 
-  // The first column of every row, joined with "|". Opens the catalogue again when a rebuild has closed it.
-  [[nodiscard]] std::string column(std::string_view sql);
+  // The first column of every row, joined with "|"; of g_db, which is opened again when a rebuild has closed
+  // it, or as another connection sees it.
+  std::string column(std::string_view sql) const;
+  [[nodiscard]] std::string committed(std::string_view sql) const;
+
+  // What `work` prints on standard output.
+  template <class Work>
+  static std::string printed(Work work) {
+    CapturedOutput output;
+    work();
+    return output.text();
+  }
 
  private:
-  void open();
-
   TestFolder folder_;
 };
 

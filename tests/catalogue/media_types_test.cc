@@ -1,68 +1,30 @@
 #include "catalogue/media_types.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "tests/catalogue/catalogue_fixture.h"
 
 namespace corvexal {
 namespace {
 
-std::string upper(std::string text) {
-  for (char& c : text)
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  return text;
-}
-
-TEST(MediaKind, IsDecidedByTheWholeExtension) {
+TEST(MediaTypes, AddAndRemoveByListsOfTheirOwn) {
   const struct {
     MediaKind kind;
-    const char* table;
-    std::vector<std::string> extensions;
+    int removal_class;
+    const char* extensions;
   } rows[] = {
-      {MediaKind::kPhoto, "photo_tbl", {".bmp", ".gif", ".jpg", ".jpeg", ".jpe", ".tif", ".tiff", ".png"}},
-      {MediaKind::kMusic,
-       "music_tbl",
-       {".aif", ".aiff", ".wav", ".wma", ".mp3", ".mp2", ".pcm", ".lpcm", ".mp1", ".mpa", ".flac", ".aac",
-        ".m4a", ".ape"}},
-      {MediaKind::kVideo,
-       "video_tbl",
-       {".avi", ".mpeg", ".mpg", ".mpeg2", ".mp4", ".wmv", ".dat", ".vob", ".ts", ".mkv", ".m2ts", ".vc1",
-        ".divx", ".flv", ".dv"}},
-      {MediaKind::kPlaylist, "music_tbl", {".m3u", ".pls"}},
-      {MediaKind::kSubtitle, "video_tbl", {".srt", ".sub", ".ifo", ".iso"}},
-
-      {MediaKind::kOther, nullptr, {".ogg", ".mov", ".mp", ".mp33", "mp3", ".mp3 ", "song.mp3", ".", ""}},
-  };
-  for (const auto& row : rows) {
-    EXPECT_STREQ(media_table(row.kind), row.table);
-    for (const std::string& extension : row.extensions)
-      for (const std::string& spelling : {extension, upper(extension)})
-        EXPECT_EQ(media_kind(spelling), row.kind) << spelling;
-  }
-}
-
-TEST(MediaKindForRemoval, GoesByAListOfItsOwn) {
-  const struct {
-    int media_class;
-    std::vector<std::string> extensions;
-  } rows[] = {
-      {kMusicClass,
-       {".mp3", ".wav", ".lpcm", ".pcm", ".wma", ".mp2", ".mp1", ".mpa", ".aif", ".aiff", ".m3u", ".pls",
-        ".ogg", ".aac"}},
-      {kVideoClass, {".mpg", ".mpeg", ".dat", ".mpeg2", ".mp4", ".avi", ".vob", ".wmv", ".mov"}},
-      {kPhotoClass, {".jpg", ".jpeg", ".tif", ".tiff", ".png", ".gif", ".bmp"}},
-
-      // Added, but not removable.
-      {-1,
-       {".flac", ".m4a", ".ape", ".jpe", ".ts", ".mkv", ".m2ts", ".vc1", ".divx", ".flv", ".dv", ".srt",
-        ".sub", ".ifo", ".iso"}},
-      {-1, {".mp", ".mp33", "mp3", ".", ""}},
+      {MediaKind::kMusic, kMusicClass, ".mp3 .LPCM"},   {MediaKind::kMusic, -1, ".FLAC .m4a .ape"},
+      {MediaKind::kVideo, kVideoClass, ".MPEG2 .vob"},  {MediaKind::kVideo, -1, ".mkv .ts"},
+      {MediaKind::kPhoto, kPhotoClass, ".JPeg .png"},   {MediaKind::kPhoto, -1, ".jpe"},
+      {MediaKind::kPlaylist, kMusicClass, ".m3u .pls"}, {MediaKind::kSubtitle, -1, ".srt .iso"},
+      {MediaKind::kOther, kMusicClass, ".Ogg"},         {MediaKind::kOther, kVideoClass, ".mov"},
+      {MediaKind::kOther, -1, ".mp mp3 .mp33 . "},
   };
   for (const auto& row : rows)
-    for (const std::string& extension : row.extensions)
-      for (const std::string& spelling : {extension, upper(extension)})
-        EXPECT_EQ(MediaKindForRemoval(spelling), row.media_class) << spelling;
+    for (const std::string& extension : testing::words(row.extensions)) {
+      EXPECT_EQ(media_kind(extension), row.kind) << extension;
+      EXPECT_EQ(MediaKindForRemoval(extension), row.removal_class) << extension;
+    }
+  EXPECT_EQ(media_extension("a.b/c.mpeg2"), ".mpeg2");
+  EXPECT_FALSE(media_extension("a.mpeg22"));
 }
 
 }  // namespace

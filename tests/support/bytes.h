@@ -3,6 +3,8 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <initializer_list>
 #include <string>
 
 // The bytes of files, built piece by piece.
@@ -26,6 +28,13 @@ std::string le(Number value, int size) {
 
 inline std::string be32(std::uint32_t value) {
   return be(value, 4);
+}
+
+// The bytes of 32-bit words as this host keeps them in memory.
+inline std::string host_words(std::initializer_list<std::uint32_t> words) {
+  std::string bytes(words.size() * sizeof(std::uint32_t), '\0');
+  std::memcpy(bytes.data(), words.begin(), bytes.size());
+  return bytes;
 }
 
 inline std::string zeros(std::size_t count) {

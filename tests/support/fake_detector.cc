@@ -1,8 +1,8 @@
 #include "tests/support/fake_detector.h"
 
-#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 
 namespace corvexal::testing {
 
@@ -28,13 +28,9 @@ void FakeDetector::answers(const std::string& text) const {
 }
 
 std::vector<std::string> FakeDetector::arguments() const {
-  const std::string noted = read_file(folder_.path() + "/arguments");
+  std::istringstream noted(read_file(folder_.path() + "/arguments"));
   std::vector<std::string> arguments;
-  for (std::size_t at = 0; at < noted.size();) {
-    const std::size_t end = noted.find('\0', at);
-    arguments.push_back(noted.substr(at, end - at));
-    at = end == std::string::npos ? noted.size() : end + 1;
-  }
+  for (std::string argument; std::getline(noted, argument, '\0');) arguments.push_back(argument);
   return arguments;
 }
 

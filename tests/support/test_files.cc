@@ -3,7 +3,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -29,10 +28,6 @@ std::string TestFolder::write(std::string_view name, std::string_view content) c
   std::filesystem::create_directories(path.parent_path());
   std::ofstream(path, std::ios::binary).write(content.data(), static_cast<std::streamsize>(content.size()));
   return path.string();
-}
-
-std::string TestFolder::write(std::string_view name, const std::vector<std::uint8_t>& content) const {
-  return write(name, std::string(content.begin(), content.end()));
 }
 
 std::string TestFolder::write_sparse(std::string_view name, std::string_view head, std::uintmax_t offset,
@@ -74,13 +69,7 @@ void CapturedOutput::restore() {
 
 std::string CapturedOutput::text() {
   restore();
-  std::string collected;
-  std::array<char, 4096> piece{};
-  lseek(file_, 0, SEEK_SET);
-  for (ssize_t n = read(file_, piece.data(), piece.size()); n > 0;
-       n = read(file_, piece.data(), piece.size()))
-    collected.append(piece.data(), static_cast<std::size_t>(n));
-  return collected;
+  return read_file("/proc/self/fd/" + std::to_string(file_));
 }
 
 }  // namespace corvexal::testing

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace corvexal::testing {
 
@@ -20,7 +19,6 @@ class TestFolder {
 
   // Writes a file of the given name (sub-folders are made) and returns its full path.
   std::string write(std::string_view name, std::string_view content) const;
-  std::string write(std::string_view name, const std::vector<std::uint8_t>& content) const;
 
   // Writes a file of `head`, a hole that ends at `offset`, and `tail`; returns its full path.
   std::string write_sparse(std::string_view name, std::string_view head, std::uintmax_t offset,
