@@ -73,9 +73,9 @@ TEST_F(MpegVideo, SearchesALimitedPart) {
     EXPECT_EQ(testing::row_of(row[0], row[1], info.width, output), row);
   }
   // Headers across the borders of the blocks of 4096 bytes.
-  for (std::size_t at = 4076; at < 4100; ++at) {
-    folder.write("video.mpg", std::string(at, '\0') + kSequence + std::string(at, '\0') + kGroup);
-    EXPECT_EQ(row_of("", probe(path)), (Row{"", "352", "288", "3", "1", "1", "0"})) << at;
+  for (std::string gap(4076, '\0'); gap.size() < 4100; gap += '\0') {
+    folder.write("video.mpg", std::string(gap).append(kSequence).append(gap).append(kGroup));
+    EXPECT_EQ(row_of("", probe(path)), (Row{"", "352", "288", "3", "1", "1", "0"})) << gap.size();
   }
 }
 
