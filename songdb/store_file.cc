@@ -77,11 +77,14 @@ class Workshop {
 bool replace_by_empty(const std::string& path) {
   const Workshop workshop(path);
   if (!workshop) return false;
-  const GdbmFile db(
+  GdbmFile db(
       gdbm_open(workshop.file().c_str(), 0, GDBM_NEWDB | GDBM_SYNC | GDBM_NOLOCK, kOwnerOnly, nullptr));
   if (!db) return false;
   keep_owner_and_mode(path, db.get());
-  return std::rename(workshop.file().c_str(), path.c_str()) == 0;
+  db.reset();
+  if (std::rename(workshop.file().c_str(), path.c_str()) == 0) return true;
+  gdbm_errno = GDBM_FILE_WRITE_ERROR;
+  return false;
 }
 
 // A kill in the middle of a write may leave other bytes where a record was, and a rebuild takes them along
