@@ -84,7 +84,8 @@ bool delete_tree(const Command& command) {
 
 bool delete_file(const Command& command) {
   if (RemoveMediaFile(command.path) == -1) {
-    std::fprintf(stderr, "Corvexal: cannot remove %s: no extension that removal knows\n", command.path.c_str());
+    std::fprintf(stderr, "Corvexal: cannot remove %s: no extension that removal knows\n",
+                 command.path.c_str());
     return false;
   }
   RebuildSortTables(kWholeCatalogue);
