@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -118,6 +119,21 @@ Cost run_program(const std::string& root, const std::vector<std::string>& argume
   cost.cpu_seconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
   cost.peak_mib = static_cast<double>(usage.ru_maxrss) / 1024;
   return cost;
+}
+
+void measure_runs(benchmark::State& state, const std::string& root, const std::vector<std::string>& arguments,
+                  const std::function<void()>& prepare) {
+  double cpu = 0, peak = 0;
+  for (auto _ : state) {
+    in_own_process(prepare);
+    const Cost cost = run_program(root, arguments);
+    if (cost.status != 0) state.SkipWithError("the run failed");
+    state.SetIterationTime(cost.wall_seconds);
+    cpu += cost.cpu_seconds;
+    peak = std::max(peak, cost.peak_mib);
+  }
+  state.counters["cpu_s"] = benchmark::Counter(cpu, benchmark::Counter::kAvgIterations);
+  state.counters["peak_MiB"] = peak;
 }
 
 }  // namespace corvexal::bench

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -49,5 +51,10 @@ struct Cost {
 
 // Runs the program in a folder that stands for the device's root; what it prints is dropped.
 [[nodiscard]] Cost run_program(const std::string& root, const std::vector<std::string>& arguments);
+
+// Runs the program once an iteration, after `prepare` in a process of its own. Reports the wall time as the
+// benchmark's, the mean processor time and the highest peak memory beside it.
+void measure_runs(benchmark::State& state, const std::string& root, const std::vector<std::string>& arguments,
+                  const std::function<void()>& prepare);
 
 }  // namespace corvexal::bench

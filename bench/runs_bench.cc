@@ -3,7 +3,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -15,7 +14,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using corvexal::bench::Cost;
 using corvexal::bench::Library;
 
 const Library& library() {
@@ -23,22 +21,14 @@ const Library& library() {
   return made;
 }
 
-// Runs the program once an iteration, on the catalogue as it was made and after `prepare`.
+// Runs the program on the catalogue as it was made, after `prepare`.
 void measure(
     benchmark::State& state, const std::vector<std::string>& arguments,
     const std::function<void()>& prepare = [] {}) {
-  double cpu = 0, peak = 0;
-  for (auto _ : state) {
+  corvexal::bench::measure_runs(state, library().root(), arguments, [&prepare] {
     library().restore();
-    corvexal::bench::in_own_process(prepare);
-    const Cost cost = corvexal::bench::run_program(library().root(), arguments);
-    if (cost.status != 0) state.SkipWithError("the run failed");
-    state.SetIterationTime(cost.wall_seconds);
-    cpu += cost.cpu_seconds;
-    peak = std::max(peak, cost.peak_mib);
-  }
-  state.counters["cpu_s"] = benchmark::Counter(cpu, benchmark::Counter::kAvgIterations);
-  state.counters["peak_MiB"] = peak;
+    prepare();
+  });
 }
 
 void add_one_file(benchmark::State& state) {

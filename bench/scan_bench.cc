@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -24,7 +25,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using corvexal::bench::Cost;
 
 constexpr int kFolders = 500, kFilesPerFolder = 20;
 constexpr std::size_t kFileSize = 12 * 1024;
@@ -77,17 +77,7 @@ void fresh_stores() {
 void scan(benchmark::State& state, bool detector) {
   make_files();
   use_detector(detector);
-  double cpu = 0, peak = 0;
-  for (auto _ : state) {
-    corvexal::bench::in_own_process(fresh_stores);
-    const Cost cost = corvexal::bench::run_program(root(), {"-R", share() + "/Gone", share() + "/Music"});
-    if (cost.status != 0) state.SkipWithError("the run failed");
-    state.SetIterationTime(cost.wall_seconds);
-    cpu += cost.cpu_seconds;
-    peak = std::max(peak, cost.peak_mib);
-  }
-  state.counters["cpu_s"] = benchmark::Counter(cpu, benchmark::Counter::kAvgIterations);
-  state.counters["peak_MiB"] = peak;
+  corvexal::bench::measure_runs(state, root(), {"-R", share() + "/Gone", share() + "/Music"}, fresh_stores);
 }
 
 void scan_without_detector(benchmark::State& state) {
@@ -154,6 +144,7 @@ void store(benchmark::State& state) {
   fresh_stores();
   corvexal::global_cdata.mntpath = share();
   corvexal::db_open(0, 0);
+  std::puts("");  // ends its message
   corvexal::SongInfo song;
   song.path = one_song();
   song.title = song.artist = song.album = "A text of usual length";

@@ -23,5 +23,13 @@ TEST_F(ObjectIdsTest, SkipTakenPhotoIdentifiers) {
             "get_objid(): objID = [1000000000004]\n");
 }
 
+TEST_F(ObjectIdsTest, TakeTheFolderRowsOwnWhereThereIsOne) {
+  run("insert into path_objid_tbl (path,ObjID) values ('/s/','4000000000009');");
+  EXPECT_EQ(printed([] { EXPECT_EQ(get_old_objid("/s/"), 4000000000009U); }),
+            "get_old_objid(): init_objid.media_path_objid = [4000000000009]\n");
+  EXPECT_EQ(printed([] { get_old_objid("/t/"); }),
+            "get_old_objid(): init_objid.media_path_objid = [4000000000009]\n");
+}
+
 }  // namespace
 }  // namespace corvexal
