@@ -48,19 +48,19 @@ void choose_codepage() {
 }
 
 // The song store stays open to the end of the run, so that the whole scan is one session.
-void scan_into_both_stores(const std::string& folder) {
-  db_open(0, 0);
-  ScanMediaDirectory(folder, 0);
+void scan_into_both_stores(SongStore& songs, const std::string& folder) {
+  songs.open(global_cdata.mntpath);
+  ScanMediaDirectory(songs, folder, kScanBothStores);
 }
 
 // Each operation returns whether the run succeeds.
 
-bool rename_folder(const Command& command) {
+bool rename_folder(SongStore& songs, const Command& command) {
   if (command.catalogue_only) {
     Update_File_Path(command.path, command.new_path);
   } else {
     sync_mms_db();
-    scan_into_both_stores(command.new_path);
+    scan_into_both_stores(songs, command.new_path);
   }
   RebuildSortTables(kWholeCatalogue);
   return true;
@@ -92,14 +92,14 @@ bool delete_file(const Command& command) {
   return true;
 }
 
-bool add_folder(const Command& command) {
+bool add_folder(SongStore& songs, const Command& command) {
   // With both targets a new folder is left alone: its files come one by one.
   if (!command.catalogue_only) return true;
   std::int64_t folders = 0;
   if (Total_Match_count("select COUNT(*) from path_objid_tbl;", folders) == 0)
     std::puts("No media file found");
   init_objid.media_path_objid += static_cast<std::uint64_t>(folders);
-  ScanMediaDirectory(command.path, 2);
+  ScanMediaDirectory(songs, command.path, kScanFolderRowsToo);
   return true;
 }
 
@@ -110,7 +110,7 @@ bool add_file(const Command& command) {
   return true;
 }
 
-bool carry_out(const Command& command) {
+bool carry_out(SongStore& songs, const Command& command) {
   if (command.operation == Operation::kSync) {
     std::puts(kUsage);
     return false;
@@ -118,23 +118,24 @@ bool carry_out(const Command& command) {
   if (!command.updates_catalogue()) return true;
   switch (command.operation) {
     case Operation::kRename:
-      return is_directory(command.new_path) ? rename_folder(command) : rename_file(command);
+      return is_directory(command.new_path) ? rename_folder(songs, command) : rename_file(command);
     case Operation::kDeleteTree:
       return delete_tree(command);
     case Operation::kDelete:
       return delete_file(command);
     default:
-      return is_directory(command.path) ? add_folder(command) : add_file(command);
+      return is_directory(command.path) ? add_folder(songs, command) : add_file(command);
   }
 }
 
 // Carries the command out, links playlists where that is pending, and closes both stores.
 int finish_run(const Command& command) {
-  const bool succeeded = carry_out(command);
+  SongStore songs;
+  const bool succeeded = carry_out(songs, command);
   if (command.daap_only) return succeeded ? kSuccess : kFailure;
   if (succeeded && playlist_pending == 1 && parser_playlist() == 0) std::puts("parser_playlist fail");
   g_db.close();
-  db_close();
+  songs.close();
   return succeeded && !g_db.lost_work() ? kSuccess : kFailure;
 }
 

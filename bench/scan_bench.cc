@@ -11,7 +11,6 @@
 #include <fstream>
 #include <iterator>
 
-#include "base/config.h"
 #include "bench/library.h"
 #include "catalogue/media_rows.h"
 #include "catalogue/schema.h"
@@ -20,7 +19,6 @@
 #include "metadata/id3_tags.h"
 #include "metadata/mp3_stream.h"
 #include "songdb/store.h"
-#include "songdb/update.h"
 
 namespace {
 
@@ -142,17 +140,16 @@ void catalogue(benchmark::State& state) {
 void store(benchmark::State& state) {
   make_files();
   fresh_stores();
-  corvexal::global_cdata.mntpath = share();
-  corvexal::db_open(0, 0);
+  corvexal::SongStore songs;
+  songs.open(share());
   std::puts("");  // ends its message
   corvexal::SongInfo song;
   song.path = one_song();
   song.title = song.artist = song.album = "A text of usual length";
   for (auto _ : state) {
     ++song.id;
-    corvexal::db_add(song);
+    songs.add(song);
   }
-  corvexal::db_close();
 }
 
 }  // namespace

@@ -92,8 +92,8 @@ bool add_row(MediaFile file, RowNumbers& numbers) {
 // One folder while it is being read.
 class FolderScan {
  public:
-  FolderScan(const std::string& folder, int depth, unsigned mode)
-      : folder_(folder), depth_(depth), mode_(mode) {
+  FolderScan(SongStore& songs, const std::string& folder, int depth, unsigned mode)
+      : songs_(songs), folder_(folder), depth_(depth), mode_(mode) {
     if (writes_catalogue(mode)) numbers_.emplace();
   }
 
@@ -136,10 +136,12 @@ class FolderScan {
 
     const bool is_music = file.kind == MediaKind::kMusic;
     if (numbers_ && !add_row(std::move(file), *numbers_)) return false;
-    if (is_music && writes_song_store(mode_) && update_song(path) == -1) log_printf("Updata gdb fail\n");
+    if (is_music && writes_song_store(mode_) && update_song(songs_, path) == -1)
+      log_printf("Updata gdb fail\n");
     return true;
   }
 
+  SongStore& songs_;
   const std::string& folder_;
   int depth_;
   unsigned mode_;
@@ -161,10 +163,10 @@ int PopScanFolder(std::string& folder, int& depth) {
   return 1;
 }
 
-int ScanMusic(const std::string& folder, int depth, unsigned mode) {
+int ScanMusic(SongStore& songs, const std::string& folder, int depth, unsigned mode) {
   const FolderEntries entries(folder);
   if (entries.listed() < 1) return 1;
-  FolderScan scan(folder, depth, mode);
+  FolderScan scan(songs, folder, depth, mode);
   if (mode == kScanFolderRowsToo) {
     const std::string without_slash = folder.ends_with('/') ? folder.substr(0, folder.size() - 1) : folder;
     if (!insert_folder_row(folder, without_slash, depth)) return 0;
@@ -175,16 +177,16 @@ int ScanMusic(const std::string& folder, int depth, unsigned mode) {
   return 1;
 }
 
-void ScanMediaDirectory(const std::string& folder, unsigned mode) {
+void ScanMediaDirectory(SongStore& songs, const std::string& folder, unsigned mode) {
   std::string current = folder + '/';
   int depth = depth_below_share(current, static_cast<int>(mode));
   if (mode == kScanFolderRowsToo) {
     insert_folder_row(folder, folder, depth);
     return;
   }
-  if (ScanMusic(current, depth, mode) == 0) std::puts("1scan file fail");
+  if (ScanMusic(songs, current, depth, mode) == 0) std::puts("1scan file fail");
   while (!g_db.lost_work() && PopScanFolder(current, depth) == 1)
-    if (ScanMusic(current, depth, mode) == 0) std::puts("2scan file fail");
+    if (ScanMusic(songs, current, depth, mode) == 0) std::puts("2scan file fail");
 }
 
 }  // namespace corvexal

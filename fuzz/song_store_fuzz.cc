@@ -8,8 +8,6 @@
 #include <fstream>
 #include <string>
 
-#include "base/config.h"
-
 // The input stands as the store's file in a folder of the process's own: the store is opened, repaired if
 // need be, read and changed as by a run, in place.
 namespace {
@@ -28,27 +26,26 @@ struct StoreFolder {
   }
 };
 
-void change_store() {
+void change(corvexal::SongStore& store) {
   corvexal::SongInfo song;
   song.id = 7;
   song.path = "/mnt/a/song.mp3";
-  if (corvexal::db_add(song) != 0) std::abort();
-  (void)corvexal::db_fetch(song.id);
-  (void)corvexal::db_time_stored(1);
+  if (!store.add(song)) std::abort();
+  (void)store.fetch(song.id);
+  (void)store.time_stored(1);
   const std::array<std::string, 2> paths = {"/a", "t/b/"};
-  corvexal::db_delete_by_path_OneFile(paths);
-  corvexal::db_delete_by_path(paths, false);
-  corvexal::db_delete(2);
+  store.remove_first_below(paths[0]);
+  store.remove_below(paths, false);
+  store.remove(2);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const StoreFolder folder;
-  corvexal::global_cdata.mntpath = folder.path;
   std::ofstream(folder.path / ".systemfile/songs.gdb", std::ios::binary)
       .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-  if (corvexal::db_open(0, 0) == 0) change_store();
-  corvexal::db_close();
+  corvexal::SongStore store;
+  if (store.open(folder.path)) change(store);
   return 0;
 }

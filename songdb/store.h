@@ -1,63 +1,103 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <optional>
+#include <shared_mutex>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "metadata/song_info.h"
+#include "songdb/gdbm_file.h"
+#include "songdb/path_index.h"
+#include "songdb/record.h"
+
+namespace corvexal {
+
+// Where the store lies under a mount path.
+[[nodiscard]] std::string song_store_path(const std::string& mount_path);
 
 // The DAAP server's song store: the gdbm file ".systemfile/songs.gdb" under the configured mount path, one
 // record a song (songdb/record.h), its key the song's id. Calls may come from several threads; a
 // deletion by path may miss what others add or delete meanwhile. While the store is not open, look-ups find
 // nothing, and adding and deleting do nothing.
+class SongStore {
+ public:
+  // Opens the store, creating it where it is missing, and says so on standard output without a line end. With
+  // `reload`, and when its first record is of another version, it is opened empty. A damaged store, such as a
+  // killed run may leave behind, is repaired and the loss named on standard error. False, with the reason in
+  // the log and on standard error, when there is no such folder, or the file is no gdbm file of this host or
+  // beyond repair (it is left as it is). Without a mount path nothing is opened and the result is true.
+  bool open(const std::string& mount_path, bool reload = false);
 
-namespace corvexal {
+  // Closes the store; harmless on a closed one.
+  void close();
 
-extern std::uint32_t db_song_count;  // records that db_add has stored in this process
-extern std::uint32_t db_new_count;   // those among them whose id was not in the store before
+  // Stores a song under its id, in place of an earlier record. In the stored copy a missing time_added or
+  // time_modified is now, time_stored is now and time_played 0. A record that gdbm refuses is named in the
+  // log, and counted all the same. False when the song cannot be packed.
+  bool add(const SongInfo& song);
 
-// Where the store lies under a mount path.
-[[nodiscard]] std::string song_store_path(const std::string& mount_path);
+  // The song of that id, as unpack_song gives it.
+  [[nodiscard]] std::optional<SongInfo> fetch(std::uint32_t id);
 
-// Opens the store, creating it where it is missing, and says so on standard output without a line end. With
-// `reload`, and when its first record is of another version, it is opened empty. A damaged store, such as a
-// killed run may leave behind, is repaired and the loss named on standard error. The first argument is
-// ignored. Returns 0, or -1 with the reason in the log and on standard error: there is no such folder, or
-// the file is no gdbm file of this host or beyond repair (it is left as it is). Without a configured mount
-// path nothing is opened and the result is 0.
-int db_open(int ignored, int reload);
+  [[nodiscard]] bool contains(std::uint32_t id);
 
-// Closes the store. Returns 0.
-int db_close();
+  // When the record of that id was stored (seconds since 1970); 0 when there is none.
+  [[nodiscard]] std::int32_t time_stored(std::uint32_t id);
 
-// Stores a song under its id, in place of an earlier record. In the stored copy a missing time_added or
-// time_modified is now, time_stored is now and time_played 0. A record that gdbm refuses is named in the log,
-// and counted all the same. Returns 0, or -1 with errno ENOMEM when the song cannot be packed.
-int db_add(const SongInfo& song);
+  // False when there is a record of that id whose shortened path equals `path` byte for byte. A full path
+  // never does, so the update driver sees every file as modified: known files are always scanned anew.
+  [[nodiscard]] bool is_modified(std::uint32_t id, const std::string& path);
 
-// The song of that id, as unpack_song gives it.
-[[nodiscard]] std::optional<SongInfo> db_fetch(std::uint32_t id);
+  // Deletes the record of that id, if there is one.
+  void remove(std::uint32_t id);
 
-// 1 when there is a record of that id, else 0.
-[[nodiscard]] int db_exists(std::uint32_t id);
+  // Deletes the first record, in gdbm's key order, whose shortened path begins with `path`, compared without
+  // regard to case, if there is one.
+  void remove_first_below(std::string_view path);
 
-// When the record of that id was stored (seconds since 1970); 0 when there is none.
-[[nodiscard]] std::int32_t db_time_stored(std::uint32_t id);
+  // Deletes the records whose shortened path begins with any of the paths, compared without regard to case;
+  // with `keep`, those that begin with none of them.
+  void remove_below(std::span<const std::string> paths, bool keep);
 
-// Deletes the record of that id, if there is one. Returns 0.
-int db_delete(std::uint32_t id);
+  // How many songs add() has taken, and how many of them had an id that was not in the store before.
+  [[nodiscard]] std::uint32_t songs_added() const { return songs_added_; }
+  [[nodiscard]] std::uint32_t new_songs() const { return new_songs_; }
 
-// 0 when there is a record of that id whose shortened path equals `path` byte for byte, else 1. A full path
-// never does, so the update driver sees every file as modified: known files are always scanned anew.
-[[nodiscard]] int db_path_modified(std::uint32_t id, const std::string& path);
+ private:
+  using ReadLock = std::shared_lock<std::shared_mutex>;
+  using WriteLock = std::unique_lock<std::shared_mutex>;
+  using GdbmLock = std::unique_lock<std::mutex>;
 
-// Deletes the first record, in gdbm's key order, whose shortened path begins with the first of the paths,
-// compared without regard to case. Returns 0, also when there is none.
-int db_delete_by_path_OneFile(std::span<const std::string> paths);
+  ReadLock lock_for_reading();
+  WriteLock lock_for_writing();
+  GdbmLock lock_gdbm();
+  bool is_open();
+  bool has_record(std::uint32_t id);
+  Datum fetch_record(std::uint32_t id);
+  template <class Visit>
+  void walk_records(Visit visit);
+  std::optional<std::uint32_t> first_record_below(std::string_view path);
+  PathIndex index_for(std::string_view path);
+  PathIndex::Answer ask_index(std::string_view path);
+  bool put_record(Bytes key, Bytes record);
+  void let_go();
+  void rebuild();
+  bool store(Bytes key, Bytes record);
 
-// Deletes the records whose shortened path begins with any of the paths, compared without regard to case;
-// with `keep`, those that begin with none of them. Returns 0.
-int db_delete_by_path(std::span<const std::string> paths, bool keep);
+  // Locked in this order: the first parts readers of the content from writers, the second guards each call of
+  // gdbm, the handle and the index.
+  std::shared_mutex content_lock_;
+  std::mutex gdbm_lock_;
+
+  GdbmFile db_;
+  std::uint64_t generation_ = 0;  // changes with the handle
+  std::string path_;
+  bool was_rebuilt_ = false;        // since it was opened
+  std::optional<PathIndex> index_;  // in step with the open store, once it was asked
+  std::uint32_t songs_added_ = 0, new_songs_ = 0;
+};
 
 }  // namespace corvexal

@@ -12,7 +12,8 @@ using ScanTest = testing::CatalogueTest;
 
 TEST_F(ScanTest, CommitsInBatchesAndTheRestWhenTheCatalogueCloses) {
   for (int i = 0; i < 501; ++i) write_file("t/" + std::to_string(i) + ".iso");
-  ScanMediaDirectory(path("t"), kScanBothStores);
+  SongStore closed;
+  ScanMediaDirectory(closed, path("t"), kScanBothStores);
   EXPECT_EQ(committed("select count(*) from video_tbl"), "500");
   g_db.close();
   EXPECT_EQ(committed("select count(*) from video_tbl"), "501");
@@ -22,12 +23,11 @@ TEST_F(ScanTest, WritesTheSongStoreAloneInModeOne) {
   std::filesystem::create_directories(path(".systemfile"));
   write_file("t/sub/a.mp3", testing::read_file(testing::sample("music/cbr-128.mp3")));
   write_file("t/sub/b.gif", "GIF89a\x05");
-  const auto songs_before = db_song_count;
   const testing::CapturedOutput quiet;
-  ASSERT_EQ(db_open(0, 0), 0);
-  ScanMediaDirectory(path("t"), kScanSongStore);
-  db_close();
-  EXPECT_EQ(db_song_count, songs_before + 1);
+  SongStore songs;
+  ASSERT_TRUE(songs.open(path("")));
+  ScanMediaDirectory(songs, path("t"), kScanSongStore);
+  EXPECT_EQ(songs.songs_added(), 1U);
   EXPECT_EQ(column("select No from music_tbl union all select No from photo_tbl"), "");
 }
 

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <vector>
 
-#include "base/config.h"
 #include "songdb/gdbm_file.h"
 #include "songdb/record.h"
 #include "songdb/store.h"
@@ -26,16 +25,12 @@ class StoreFixture : public ::testing::Test {
   StoreFixture() {
     std::filesystem::current_path(mount_.path());
     std::filesystem::create_directory(".systemfile");
-    global_cdata.mntpath = mount_.path();
   }
-  ~StoreFixture() override {
-    db_close();
-    std::filesystem::current_path(before_);
-  }
+  ~StoreFixture() override { std::filesystem::current_path(before_); }
 
-  static int open(int reload = 0) {
+  bool open(bool reload = false) {
     testing::CapturedOutput out;
-    return db_open(0, reload);
+    return store.open(mount_.path(), reload);
   }
   [[nodiscard]] std::string file() const { return song_store_path(mount_.path()); }
 
@@ -50,6 +45,7 @@ class StoreFixture : public ::testing::Test {
   }
 
   testing::TestFolder mount_;
+  SongStore store;
   std::filesystem::path before_ = std::filesystem::current_path();
 };
 

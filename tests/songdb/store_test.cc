@@ -25,89 +25,88 @@ const std::string kNowhere[] = {"/nowhere/a"};
 
 class Store : public StoreFixture {
  protected:
-  static void add_songs(std::uint32_t count) {
+  void add_songs(std::uint32_t count) {
     for (std::uint32_t id = 0; id < count; ++id)
-      db_add(song_of(id, "/abc/mnt/" + std::to_string(id) + ".mp3"));
+      store.add(song_of(id, "/abc/mnt/" + std::to_string(id) + ".mp3"));
   }
 };
 
 TEST_F(Store, KeepsOneRecordAnIdAndCountsWhatItStored) {
-  ASSERT_EQ(open(), 0);
-  const auto songs_before = db_song_count, new_before = db_new_count;
+  ASSERT_TRUE(open());
   SongInfo song = song_of(7, "/mnt/a.mp3");
   song.time_played = 99;
   song.time_modified = 5;
-  db_add(song);
+  store.add(song);
   song.title = "second";
-  db_add(song);
-  EXPECT_EQ(db_song_count, songs_before + 2);
-  EXPECT_EQ(db_new_count, new_before + 1);
-  const SongInfo stored = db_fetch(7).value();
+  store.add(song);
+  EXPECT_EQ(store.songs_added(), 2U);
+  EXPECT_EQ(store.new_songs(), 1U);
+  const SongInfo stored = store.fetch(7).value();
   EXPECT_EQ(stored.title, "second");
   EXPECT_EQ(stored.time_modified, 5);
   EXPECT_EQ(stored.time_played, 0);
-  EXPECT_EQ(db_time_stored(7), stored.time_added);
+  EXPECT_EQ(store.time_stored(7), stored.time_added);
   EXPECT_LE(std::time(nullptr) - stored.time_added, 60);
-  EXPECT_EQ(db_path_modified(7, "/a.mp3"), 0);  // known in its shortened form only
-  EXPECT_EQ(db_path_modified(7, "/mnt/a.mp3"), 1);
+  EXPECT_FALSE(store.is_modified(7, "/a.mp3"));  // known in its shortened form only
+  EXPECT_TRUE(store.is_modified(7, "/mnt/a.mp3"));
   const std::string paths[] = {"/nowhere/", "/A"};
-  db_delete_by_path(paths, true);
-  EXPECT_EQ(db_exists(7), 1);
-  db_delete_by_path(kNowhere, true);
-  EXPECT_EQ(db_exists(7), 0);
+  store.remove_below(paths, true);
+  EXPECT_TRUE(store.contains(7));
+  store.remove_below(kNowhere, true);
+  EXPECT_FALSE(store.contains(7));
 }
 
 TEST_F(Store, IsEmptiedWhenItsFirstRecordIsOfAnotherVersionButNotCut) {
   PackedSong record = *pack_song(song_of(1, "/mnt/a.mp3"));
   std::memset(record.data(), 7, 4);
   for (const std::size_t size : {std::size_t{0}, std::size_t{3}, record.size()}) {
-    ASSERT_EQ(open(1), 0);
+    ASSERT_TRUE(open(true));
     fs::permissions(file(), fs::perms(0640));
     add_songs(400);
-    db_close();
+    store.close();
     const Datum key(gdbm_firstkey(open_gdbm(file(), GDBM_READER).get()));
     const datum value = as_datum(Bytes(record).first(size));
     gdbm_store(open_gdbm(file(), GDBM_WRITER).get(), key.borrowed(), value, GDBM_REPLACE);
-    EXPECT_EQ(open(), 0);
+    EXPECT_TRUE(open());
     EXPECT_EQ(fs::status(file()).permissions(), fs::perms(0640)) << size;
     const std::string paths[] = {"/nowhere/", "/MNT/"};
-    db_delete_by_path(paths, false);  // all that were kept but the bent one: the walk goes on behind it
+    store.remove_below(paths, false);  // all that were kept but the bent one: the walk goes on behind it
     EXPECT_EQ(songs().size(), size == record.size() ? 0U : 1U) << size;
   }
 }
 
 // The store answers from an index; what it deletes has to be what a walk through all records finds first.
 TEST_F(Store, DeletesTheFirstRecordThatAWalkWouldFind) {
-  ASSERT_EQ(open(), 0);
+  ASSERT_TRUE(open());
   std::mt19937 random(1);
   const char* const given[] = {"/mnt/a", "/MNT/A", "/mnt/", "/mnt", "/other/x", "/a", "nt/", "", "/"};
   const char* const added[] = {"/mnt/a",       "/abc/mnt/a", "/ABC/Mnt/A.b", "/mnt/mnt/b",
                                "/xyz/other/x", "/ab",        "12/mnt/a",     ""};
   for (int round = 0; round < 600; ++round) {
-    db_add(song_of(static_cast<std::uint32_t>(random() % 40), added[random() % std::size(added)]));
-    const std::string paths[] = {given[random() % std::size(given)], "/ignored"};
+    store.add(song_of(static_cast<std::uint32_t>(random() % 40), added[random() % std::size(added)]));
+    const std::string path = given[random() % std::size(given)];
     const auto before = songs();
-    const auto first = std::find_if(before.begin(), before.end(), [&paths](const SongInfo& song) {
-      return song.path && starts_with_ignoring_case(*song.path, paths[0]);
+    const auto first = std::find_if(before.begin(), before.end(), [&path](const SongInfo& song) {
+      return song.path && starts_with_ignoring_case(*song.path, path);
     });
-    EXPECT_EQ(db_delete_by_path_OneFile(paths), 0);
+    store.remove_first_below(path);
     const std::size_t left = before.size() - (first == before.end() ? 0 : 1);
-    ASSERT_EQ(songs().size(), left) << round << ' ' << paths[0];
-    ASSERT_TRUE(first == before.end() || db_exists(first->id) == 0) << round << ' ' << paths[0];
+    ASSERT_EQ(songs().size(), left) << round << ' ' << path;
+    ASSERT_TRUE(first == before.end() || !store.contains(first->id)) << round << ' ' << path;
   }
 }
 
 TEST_F(Store, FollowsALinkToItselfButNoPlantedOne) {
   const std::string victim = mount_.write("victim", "precious");
   fs::create_symlink(victim, file() + ".new");
-  EXPECT_EQ(open(), 0);
+  EXPECT_TRUE(open());
   EXPECT_EQ(read_file(victim), "precious");
 
   fs::remove(file());
   fs::create_directory("volume");
   fs::create_symlink("../volume/songs.gdb", file());
-  for (const int reload : {0, 0, 1}) {
-    EXPECT_EQ(open(reload), 0);
+  for (const bool reload : {false, false, true}) {
+    EXPECT_TRUE(open(reload));
     EXPECT_TRUE(fs::is_symlink(file()) && fs::is_regular_file("volume/songs.gdb")) << reload;
   }
 }
@@ -117,7 +116,7 @@ class DamagedStore : public Store {
   DamagedStore() {
     open();
     add_songs(400);
-    db_close();
+    store.close();
     healthy_ = read_file(file());
   }
   [[nodiscard]] std::string with_end(std::uint64_t end) const {
@@ -138,13 +137,13 @@ TEST_F(DamagedStore, IsRefusedOrRepairedWhereverItIsCutOrBent) {
     if (round % 4 == 0) bytes.resize(1 + random() % bytes.size());
     mount_.write(".systemfile/songs.gdb", bytes);
     CapturedOutput errors(2);
-    const bool opened = open() == 0;
+    const bool opened = open();
     EXPECT_TRUE(opened || read_file(file()) == bytes) << round;
-    db_delete(5);
-    db_add(song_of(5, "/mnt/new.mp3"));
-    EXPECT_EQ(db_exists(5), opened ? 1 : 0) << round;
-    db_delete_by_path(kNowhere, false);
-    db_close();
+    store.remove(5);
+    store.add(song_of(5, "/mnt/new.mp3"));
+    EXPECT_EQ(store.contains(5), opened) << round;
+    store.remove_below(kNowhere, false);
+    store.close();
   }
 }
 
@@ -162,12 +161,12 @@ TEST_F(DamagedStore, IsRebuiltWithEveryRecordThatIsWhole) {
     mount_.write(".systemfile/songs.gdb.new/songs.gdb.aB3dE6", "an unfinished rebuild");
     mount_.write(".systemfile/songs.gdb", row.bytes);
     CapturedOutput errors(2);
-    EXPECT_EQ(open(), 0);
+    EXPECT_TRUE(open());
     EXPECT_EQ(errors.text(), "Song store " + file() + rebuilt + std::to_string(row.kept) + " records\n");
     EXPECT_EQ(songs().size(), row.kept);
     EXPECT_LE(fs::file_size(file()), healthy_.size() * 2);
     EXPECT_FALSE(fs::exists(file() + ".new"));
-    db_close();
+    store.close();
   }
 }
 
@@ -179,13 +178,13 @@ TEST_F(DamagedStore, IsLeftAsItWasWhenThereIsNoRoomToRebuildIt) {
       {
         std::signal(SIGXFSZ, SIG_IGN);
         setrlimit(RLIMIT_FSIZE, &tight);
-        _exit(open() == -1 && read_file(file()) == bent ? 0 : 1);
+        _exit(!open() && read_file(file()) == bent ? 0 : 1);
       },
       ::testing::ExitedWithCode(0), "is damaged and cannot be rebuilt: ");
 }
 
 // The run may be killed at any moment; the next one has to find a store that it can use. gdbm has finished
-// with what db_add returned for, but a kill in the middle of the next change may tear its neighbours as well.
+// with what add() returned for, but a kill in the middle of the next change may tear its neighbours as well.
 TEST_F(Store, SurvivesAKillWhileStoring) {
   constexpr std::size_t kMostLostInOneKill = 3;
   std::mt19937 random(3);
@@ -198,10 +197,10 @@ TEST_F(Store, SurvivesAKillWhileStoring) {
     ASSERT_EQ(pipe(finished), 0);
     const pid_t child = fork();
     if (child == 0) {
-      open(emptied ? 1 : 0);
+      open(emptied);
       for (std::uint32_t i = 0;; ++i) {
         const std::uint32_t id = i * 7 % 1000;
-        db_add(song_of(id, "/mnt/" + std::string(1 + i % 211, 'x') + ".mp3"));
+        store.add(song_of(id, "/mnt/" + std::string(1 + i % 211, 'x') + ".mp3"));
         if (write(finished[1], &id, sizeof id) != sizeof id) _exit(1);
       }
     }
@@ -212,13 +211,13 @@ TEST_F(Store, SurvivesAKillWhileStoring) {
     for (std::uint32_t id = 0; read(finished[0], &id, sizeof id) == sizeof id; ++reported) stored.insert(id);
     close(finished[0]);
 
-    ASSERT_EQ(open(), 0) << round;
-    db_add(song_of(5000, "/mnt/a.mp3"));
-    EXPECT_EQ(db_exists(5000), 1) << round;
-    const auto lost = std::erase_if(stored, [](std::uint32_t id) { return db_exists(id) == 0; });
+    ASSERT_TRUE(open()) << round;
+    store.add(song_of(5000, "/mnt/a.mp3"));
+    EXPECT_TRUE(store.contains(5000)) << round;
+    const auto lost = std::erase_if(stored, [this](std::uint32_t id) { return !store.contains(id); });
     EXPECT_LE(lost, kMostLostInOneKill) << round;
-    db_delete(5000);
-    db_close();
+    store.remove(5000);
+    store.close();
   }
   EXPECT_GT(reported, 40);
 }
