@@ -8,9 +8,6 @@
 #include "base/stream.h"
 
 namespace corvexal {
-
-ConfigRecord global_cdata;
-
 namespace {
 
 constexpr std::size_t kLineSize = 512;  // a line with its line end

@@ -14,8 +14,6 @@ struct ConfigRecord {
   std::string sd_status;
 };
 
-extern ConfigRecord global_cdata;
-
 // Reads a configuration file into `record`: mode 1 takes the device's own file, mode 3 the file that
 // arguments[2] names when arguments[1] is "-RC". arguments[0] is the program's name, for messages on standard
 // output. A line is KEY, one separator character, VALUE, of at most 511 characters; there are no comments,

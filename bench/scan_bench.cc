@@ -123,17 +123,18 @@ void stream(benchmark::State& state) {
 void catalogue(benchmark::State& state) {
   make_files();
   fresh_stores();
-  corvexal::g_db.open(corvexal::catalogue_path(share()));
+  corvexal::Session session;
+  session.db.open(corvexal::catalogue_path(share()));
   corvexal::MediaRow row;
   row.file.kind = corvexal::MediaKind::kMusic;
   row.file.folder = row.utf_folder = share() + "/Music/";
   int number = 0;
   for (auto _ : state) {
     row.file.name = row.utf_name = std::to_string(++number) + ".mp3";
-    corvexal::insert_media_row(row, number, 1);
-    if (number % 500 == 0) corvexal::g_db.exec("COMMIT;");
+    corvexal::insert_media_row(session, row, number, 1);
+    if (number % 500 == 0) session.db.exec("COMMIT;");
   }
-  corvexal::g_db.close();
+  session.db.close();
 }
 
 // A record with the sync that follows it.

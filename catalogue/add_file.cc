@@ -7,11 +7,8 @@
 
 #include "base/paths.h"
 #include "base/text.h"
-#include "catalogue/database.h"
 #include "catalogue/media_rows.h"
-#include "catalogue/object_ids.h"
 #include "catalogue/path_depth.h"
-#include "catalogue/playlists.h"
 #include "catalogue/row_counts.h"
 #include "catalogue/sort_tables.h"
 
@@ -20,7 +17,7 @@ namespace {
 
 // Describes the file at `path`; a file that cannot be read from the disk counts as empty and as old as time
 // itself.
-MediaFile describe(const std::string& path) {
+MediaFile describe(const ConfigRecord& config, const std::string& path) {
   MediaFile file;
   file.path = path;
   struct stat status {};
@@ -28,19 +25,19 @@ MediaFile describe(const std::string& path) {
     file.size = static_cast<std::uint64_t>(status.st_size);
     file.modified = status.st_mtime;
   }
-  file.depth = depth_below_share(path, 2);
+  file.depth = depth_below_share(config, path, 2);
   GetParentDirectory(path, file.folder);
   return file;
 }
 
 // Music, photo and video rows are numbered from the rows there are; playlists and subtitles take the counter
 // as it stands. Readers know identifiers given in this way.
-void advance_identifier(MediaKind kind) {
-  if (kind == MediaKind::kMusic) advance_by_row_count("music_tbl", init_objid.music_file_objid);
-  if (kind == MediaKind::kVideo) advance_by_row_count("video_tbl", init_objid.video_file_objid);
+void advance_identifier(Session& session, MediaKind kind) {
+  if (kind == MediaKind::kMusic) advance_by_row_count(session.db, "music_tbl", session.ids.music_file_objid);
+  if (kind == MediaKind::kVideo) advance_by_row_count(session.db, "video_tbl", session.ids.video_file_objid);
   if (kind == MediaKind::kPhoto) {
-    advance_by_row_count("photo_tbl", init_objid.photo_file_objid);
-    init_objid.photo_file_objid = get_objid("photo_tbl", init_objid.photo_file_objid);
+    advance_by_row_count(session.db, "photo_tbl", session.ids.photo_file_objid);
+    session.ids.photo_file_objid = get_objid(session.db, "photo_tbl", session.ids.photo_file_objid);
   }
 }
 
@@ -58,36 +55,36 @@ void report_conversions(const MediaRow& row) {
                 row.name_status);
 }
 
-bool is_in_catalogue(const MediaRow& row) {
-  return QueryRowCount(g_db, "select * from %s where UTF_Path = \"%s\" AND UTF_fname= \"%s\" ",
+bool is_in_catalogue(Session& session, const MediaRow& row) {
+  return QueryRowCount(session.db, "select * from %s where UTF_Path = \"%s\" AND UTF_fname= \"%s\" ",
                        media_table(row.file.kind), row.utf_folder, row.utf_name) > 0;
 }
 
 // The work that follows an insert. A subtitle needs none.
-void finish(MediaKind kind) {
-  if (kind == MediaKind::kMusic) RebuildSortTables(kMusicClass);
-  if (kind == MediaKind::kVideo) RebuildSortTables(kVideoClass);
-  if (kind == MediaKind::kPhoto) RebuildSortTables(kPhotoClass);
-  if (kind == MediaKind::kMusic || kind == MediaKind::kPlaylist) playlist_pending = 1;
+void finish(Session& session, MediaKind kind) {
+  if (kind == MediaKind::kMusic) RebuildSortTables(session, kMusicClass);
+  if (kind == MediaKind::kVideo) RebuildSortTables(session, kVideoClass);
+  if (kind == MediaKind::kPhoto) RebuildSortTables(session, kPhotoClass);
+  if (kind == MediaKind::kMusic || kind == MediaKind::kPlaylist) session.playlist_pending = true;
 }
 
-int add_row(const MediaRow& row) {
-  if (is_in_catalogue(row)) return 1;
+int add_row(Session& session, const MediaRow& row) {
+  if (is_in_catalogue(session, row)) return 1;
   const MediaKind kind = row.file.kind;
-  const std::int64_t number = LastRowNo(g_db, media_table(kind)) + 1;
+  const std::int64_t number = LastRowNo(session.db, media_table(kind)) + 1;
   // A photo hangs below the parent folder's identifier, everything else below the folder's own.
   const std::uint64_t parent =
-      kind == MediaKind::kPhoto ? init_objid.media_path_parid : init_objid.media_path_objid;
-  if (insert_media_row(row, number, parent) != SQLITE_OK) return kind == MediaKind::kMusic ? -1 : 0;
-  finish(kind);
+      kind == MediaKind::kPhoto ? session.ids.media_path_parid : session.ids.media_path_objid;
+  if (insert_media_row(session, row, number, parent) != SQLITE_OK) return kind == MediaKind::kMusic ? -1 : 0;
+  finish(session, kind);
   return 1;
 }
 
 }  // namespace
 
-int MmsAddMediaFile(const std::string& path) {
-  MediaFile file = describe(path);
-  init_objid.media_path_parid = file.depth != 0 ? get_parid(path) : 0;
+int MmsAddMediaFile(Session& session, const std::string& path) {
+  MediaFile file = describe(session.config, path);
+  session.ids.media_path_parid = file.depth != 0 ? get_parid(session.db, session.ids, path) : 0;
 
   const std::optional<std::string_view> extension = media_extension(path);
   if (!extension) return 0;
@@ -97,11 +94,11 @@ int MmsAddMediaFile(const std::string& path) {
   file.kind = media_kind(*extension);
   if (file.kind == MediaKind::kOther) return 1;
 
-  advance_identifier(file.kind);
+  advance_identifier(session, file.kind);
   const std::optional<MediaRow> row = read_media_row(std::move(file));
   if (!row) return 1;
   report_conversions(*row);
-  return add_row(*row);
+  return add_row(session, *row);
 }
 
 }  // namespace corvexal

@@ -7,11 +7,6 @@
 #include <utility>
 
 namespace corvexal {
-
-Database g_db;
-std::optional<std::string> zErrMsg;
-int retval = SQLITE_OK;
-
 namespace {
 
 // Whether a statement that ended in `code` was prevented. One that is merely wrong harms nothing but itself,
@@ -122,7 +117,7 @@ int Database::refusal() {
 }
 
 int Database::fail(int code, const char* text) {
-  zErrMsg = text;
+  error_ = text;
   return code;
 }
 
@@ -136,7 +131,7 @@ int Database::simple(const char* sql) {
 }
 
 int Database::run(std::string_view format, std::span<const SqlValue> values) {
-  zErrMsg.reset();
+  error_.clear();
   if (const int code = refusal(); code != SQLITE_OK) return code;
   if (joins_or_leaves(format)) return SQLITE_OK;
 
@@ -178,7 +173,7 @@ int Database::step_to_end(sqlite3_stmt* statement) {
 }
 
 Rows Database::start(std::string_view format, std::span<const SqlValue> values) {
-  zErrMsg.reset();
+  error_.clear();
   if (const int code = refusal(); code != SQLITE_OK) return {*this, {}, nullptr, code};
   BoundSql sql = bind_sql(format, values);
   Statement statement;

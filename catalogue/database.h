@@ -29,7 +29,8 @@ class Rows {
   Rows& operator=(Rows&&) = delete;
   ~Rows();
 
-  // Moves to the next row; false at the end or on an error, which failed() and zErrMsg tell.
+  // Moves to the next row; false at the end or on an error, which failed() and the database's error_text()
+  // tell.
   [[nodiscard]] bool next();
   [[nodiscard]] bool failed() const { return result_ != SQLITE_OK; }
 
@@ -79,8 +80,8 @@ class Database {
   [[nodiscard]] bool lost_work() const { return loss_.has_value(); }
 
   // Runs a statement that yields no rows, with one value for each placeholder. Returns SQLite's result code;
-  // zErrMsg is absent after success and holds the error's text otherwise. "BEGIN;" and its "COMMIT;" are
-  // part of the transaction around them.
+  // error_text() tells the reason of a failure. "BEGIN;" and its "COMMIT;" are part of the transaction around
+  // them.
   template <class... Values>
   int exec(std::string_view format, const Values&... values) {
     if constexpr (sizeof...(values) == 0) {
@@ -95,7 +96,7 @@ class Database {
   // commit at most and memory holds no more.
   void commit_in_batches();
 
-  // Starts a SELECT; errors (zErrMsg, failed()) may show at once or at any row.
+  // Starts a SELECT; errors (failed()) may show at once or at any row.
   template <class... Values>
   [[nodiscard]] Rows select(std::string_view format, const Values&... values) {
     if constexpr (sizeof...(values) == 0) {
@@ -105,6 +106,9 @@ class Database {
       return start(format, list);
     }
   }
+
+  // The error's text of the last statement, for a message; empty when it succeeded.
+  [[nodiscard]] const char* error_text() const { return error_.c_str(); }
 
   static constexpr std::chrono::milliseconds kBusyTimeout{60'000};
 
@@ -142,11 +146,8 @@ class Database {
   int uncommitted_rows_ = 0;
   bool joined_ = false;  // inside a "BEGIN;"
   std::optional<Loss> loss_;
+  std::string error_;
 };
-
-extern Database g_db;                       // the one open catalogue
-extern std::optional<std::string> zErrMsg;  // the last statement's error; absent after success
-extern int retval;                          // result code of the last open or row deletion
 
 // The statement with its values written in, for messages.
 template <class... Values>
@@ -157,11 +158,6 @@ template <class... Values>
     const SqlValue list[] = {SqlValue(values)...};
     return compose_sql(format, list);
   }
-}
-
-// The last statement's error text for a message; empty when there is none.
-[[nodiscard]] inline const char* error_text() {
-  return zErrMsg ? zErrMsg->c_str() : "";
 }
 
 }  // namespace corvexal

@@ -8,7 +8,6 @@
 #include <span>
 
 #include "base/text.h"
-#include "catalogue/database.h"
 
 namespace corvexal {
 namespace {
@@ -122,17 +121,18 @@ constexpr const char* kSetFlags =
     "update path_objid_tbl set have_video = \"%d\", have_music = \"%d\", have_photo = \"%d\" where ROWID "
     "=='%s';";
 
-int report(int site, const std::string& sql) {
-  std::printf("%dAssign_pathtbl_media():sql query[%s] error[%s]\n", site, sql.c_str(), error_text());
+int report(Database& db, int site, const std::string& sql) {
+  std::printf("%dAssign_pathtbl_media():sql query[%s] error[%s]\n", site, sql.c_str(), db.error_text());
   return 0;
 }
 
 // One class of media: its folders are read when the first folder row asks for them.
 class MediaClass {
  public:
-  explicit MediaClass(const char* table) : table_(table) {}
+  MediaClass(Database& db, const char* table) : db_(db), table_(table) {}
 
-  // Whether any row of the class lies at or below `path`; absent when the query fails, with zErrMsg set.
+  // Whether any row of the class lies at or below `path`; absent when the query fails, which the database's
+  // error_text() explains.
   std::optional<bool> any_below(std::string_view path) {
     const bool unreadable = !folders_ && !read_folders();
     // Asked of the database itself, these give the error that belongs to the query.
@@ -145,7 +145,7 @@ class MediaClass {
  private:
   bool read_folders() {
     FolderSet folders;
-    Rows rows = g_db.select("select distinct UTF_Path from %s;", table_);
+    Rows rows = db_.select("select distinct UTF_Path from %s;", table_);
     while (rows.next()) folders.add(rows.text(0));
     if (rows.failed()) return false;
     folders.sort();
@@ -154,12 +154,13 @@ class MediaClass {
   }
 
   std::optional<bool> ask(std::string_view path) {
-    Rows rows = g_db.select(kCountBelow, table_, path);
+    Rows rows = db_.select(kCountBelow, table_, path);
     const bool found = rows.next() && decimal_value(rows.text(0)) > 0;
     if (rows.failed()) return std::nullopt;
     return found;
   }
 
+  Database& db_;
   const char* table_;
   std::optional<FolderSet> folders_;
 };
@@ -180,42 +181,42 @@ std::optional<Flags> stored_flags(const Rows& rows, int column) {
   return Flags{rows.text(column) == "1", rows.text(column + 1) == "1", rows.text(column + 2) == "1"};
 }
 
-bool read_folder_rows(std::vector<FolderRow>& folders) {
-  Rows rows = g_db.select("select path,ROWID,have_video,have_music,have_photo from path_objid_tbl end;");
+bool read_folder_rows(Database& db, std::vector<FolderRow>& folders) {
+  Rows rows = db.select("select path,ROWID,have_video,have_music,have_photo from path_objid_tbl end;");
   while (rows.next())
     folders.push_back({std::string(rows.text(0)), std::string(rows.text(1)), stored_flags(rows, 2)});
   return !rows.failed();
 }
 
 // Rows whose flags stay the same are not written.
-int store_flags(const FolderRow& folder, const Flags& flags) {
+int store_flags(Database& db, const FolderRow& folder, const Flags& flags) {
   if (folder.flags == flags) return 1;
   if (flags == Flags{}) {
-    if (g_db.exec(kClearFlags, folder.rowid) != SQLITE_OK)
-      return report(5, composed(kClearFlags, folder.rowid));
+    if (db.exec(kClearFlags, folder.rowid) != SQLITE_OK)
+      return report(db, 5, composed(kClearFlags, folder.rowid));
     return 1;
   }
   const int video = flags.video ? 1 : 0, music = flags.music ? 1 : 0, photo = flags.photo ? 1 : 0;
-  if (g_db.exec(kSetFlags, video, music, photo, folder.rowid) != SQLITE_OK)
-    return report(6, composed(kSetFlags, video, music, photo, folder.rowid));
+  if (db.exec(kSetFlags, video, music, photo, folder.rowid) != SQLITE_OK)
+    return report(db, 6, composed(kSetFlags, video, music, photo, folder.rowid));
   return 1;
 }
 
 }  // namespace
 
-int Assign_pathtbl_media() {
+int Assign_pathtbl_media(Database& db) {
   std::vector<FolderRow> folders;
-  if (!read_folder_rows(folders)) return report(1, "select path,ROWID from path_objid_tbl end;");
+  if (!read_folder_rows(db, folders)) return report(db, 1, "select path,ROWID from path_objid_tbl end;");
 
-  MediaClass music("music_tbl"), video("video_tbl"), photo("photo_tbl");
+  MediaClass music(db, "music_tbl"), video(db, "video_tbl"), photo(db, "photo_tbl");
   for (const FolderRow& folder : folders) {
     const std::optional<bool> has_music = music.any_below(folder.path);
-    if (!has_music) return report(2, music.query(folder.path));
+    if (!has_music) return report(db, 2, music.query(folder.path));
     const std::optional<bool> has_video = video.any_below(folder.path);
-    if (!has_video) return report(3, video.query(folder.path));
+    if (!has_video) return report(db, 3, video.query(folder.path));
     const std::optional<bool> has_photo = photo.any_below(folder.path);
-    if (!has_photo) return report(4, photo.query(folder.path));
-    if (store_flags(folder, {*has_video, *has_music, *has_photo}) == 0) return 0;
+    if (!has_photo) return report(db, 4, photo.query(folder.path));
+    if (store_flags(db, folder, {*has_video, *has_music, *has_photo}) == 0) return 0;
   }
   return 1;
 }

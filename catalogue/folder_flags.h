@@ -4,6 +4,8 @@
 #include <string_view>
 #include <vector>
 
+#include "catalogue/database.h"
+
 namespace corvexal {
 
 // The distinct folders of a class of media, asked which of them lie at or below a path: those that SQL's
@@ -26,6 +28,6 @@ class FolderSet {
 // Recomputes have_video, have_music and have_photo of every folder row: 1 when any row of the class lies in
 // the folder or below it. Returns 1, or 0 at the first failure, which is printed; folders before it keep
 // their new flags.
-int Assign_pathtbl_media();
+int Assign_pathtbl_media(Database& db);
 
 }  // namespace corvexal

@@ -3,8 +3,6 @@
 #include <cstdio>
 #include <utility>
 
-#include "catalogue/database.h"
-#include "catalogue/object_ids.h"
 #include "metadata/charset.h"
 #include "metadata/id3_tags.h"
 #include "metadata/mp3_stream.h"
@@ -53,72 +51,72 @@ void convert_names(MediaRow& row) {
   row.utf_name = std::move(name.text).value_or(row.file.name);
 }
 
-int insert_music(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
+int insert_music(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   const MediaFile& file = row.file;
   const MusicFacts& music = row.music;
-  return g_db.exec(
+  return session.db.exec(
       "insert into music_tbl values "
       "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"%s\",\"%s\",\"%s\","
       "\"%s\",\"%u\",\"0\",\"0\",\"0\",\"%d\",\"0\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
       number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
       file.size, music.genre, music.artist, music.album, music.title, music.bitrate, file.depth,
-      init_objid.music_file_objid++, parent);
+      session.ids.music_file_objid++, parent);
 }
 
-int insert_photo(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
+int insert_photo(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   const MediaFile& file = row.file;
-  return g_db.exec(
+  return session.db.exec(
       "insert into photo_tbl values "
       "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"%d\",\"%d\",\"%d\","
       "\"0\",\"0\",\"0\",\"%d\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
       number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
       file.size, row.photo.width, row.photo.height, row.photo.color_depth, file.depth,
-      init_objid.photo_file_objid++, parent);
+      session.ids.photo_file_objid++, parent);
 }
 
-int insert_video(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
+int insert_video(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   const MediaFile& file = row.file;
-  return g_db.exec(
+  return session.db.exec(
       "insert into video_tbl values "
       "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"%d\",\"%d\",\"0\","
       "\"%d\",\"0\",\"0\",\"0\",\"0\",\"%d\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
       number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
       file.size, row.video.width, row.video.height, row.video.video_format, file.depth,
-      init_objid.video_file_objid++, parent);
+      session.ids.video_file_objid++, parent);
 }
 
-int insert_playlist(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
+int insert_playlist(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   const MediaFile& file = row.file;
-  return g_db.exec(
+  return session.db.exec(
       "insert into music_tbl values "
       "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"0\",\"0\",\"0\",\"0\","
       "\"0\",\"0\",\"0\",\"0\",\"%d\",\"0\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
       number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
-      file.size, file.depth, init_objid.music_file_objid++, parent);
+      file.size, file.depth, session.ids.music_file_objid++, parent);
 }
 
-int insert_subtitle(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
+int insert_subtitle(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   const MediaFile& file = row.file;
-  return g_db.exec(
+  return session.db.exec(
       "insert into video_tbl values "
       "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"0\",\"0\",\"0\",\"0\","
       "\"0\",\"0\",\"0\",\"0\",\"%d\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
       number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
-      file.size, file.depth, init_objid.video_file_objid++, parent);
+      file.size, file.depth, session.ids.video_file_objid++, parent);
 }
 
-int insert(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
+int insert(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   switch (row.file.kind) {
     case MediaKind::kMusic:
-      return insert_music(row, number, parent);
+      return insert_music(session, row, number, parent);
     case MediaKind::kPhoto:
-      return insert_photo(row, number, parent);
+      return insert_photo(session, row, number, parent);
     case MediaKind::kVideo:
-      return insert_video(row, number, parent);
+      return insert_video(session, row, number, parent);
     case MediaKind::kPlaylist:
-      return insert_playlist(row, number, parent);
+      return insert_playlist(session, row, number, parent);
     case MediaKind::kSubtitle:
-      return insert_subtitle(row, number, parent);
+      return insert_subtitle(session, row, number, parent);
     case MediaKind::kOther:
       break;
   }
@@ -146,10 +144,10 @@ std::optional<MediaRow> read_media_row(MediaFile file) {
   return row;
 }
 
-int insert_media_row(const MediaRow& row, std::int64_t number, std::uint64_t parent) {
-  const int code = insert(row, number, parent);
+int insert_media_row(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
+  const int code = insert(session, row, number, parent);
   if (code != SQLITE_OK)
-    std::fprintf(stderr, "Corvexal: cannot add %s: %s\n", row.file.path.c_str(), error_text());
+    std::fprintf(stderr, "Corvexal: cannot add %s: %s\n", row.file.path.c_str(), session.db.error_text());
   return code;
 }
 

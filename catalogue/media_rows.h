@@ -6,6 +6,7 @@
 #include <string>
 
 #include "catalogue/media_types.h"
+#include "catalogue/session.h"
 #include "metadata/image_size.h"
 #include "metadata/mpeg_video.h"
 
@@ -46,7 +47,7 @@ struct MediaRow {
 
 // Writes a row with the given row number and parent identifier. It takes its class's next object identifier,
 // which is used up even when the insert fails. Returns SQLite's result code; a failure is said on standard
-// error, and zErrMsg is set.
-int insert_media_row(const MediaRow& row, std::int64_t number, std::uint64_t parent);
+// error.
+int insert_media_row(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent);
 
 }  // namespace corvexal

@@ -1,20 +1,19 @@
 #include "catalogue/path_depth.h"
 
-#include "base/config.h"
 #include "base/paths.h"
 
 namespace corvexal {
 
-int CopySharePrefix(std::string& prefix, int mode) {
+int CopySharePrefix(const ConfigRecord& config, std::string& prefix, int mode) {
   if (mode == 1) return 1;
-  if (global_cdata.sharepath.empty()) return 0;
-  prefix = global_cdata.sharepath.substr(0, 3);
+  if (config.sharepath.empty()) return 0;
+  prefix = config.sharepath.substr(0, 3);
   return 1;
 }
 
-int depth_below_share(std::string_view path, int mode) {
+int depth_below_share(const ConfigRecord& config, std::string_view path, int mode) {
   std::string prefix;
-  CopySharePrefix(prefix, mode);
+  CopySharePrefix(config, prefix, mode);
   return PathDepthOf(path) - PathDepthOf(prefix);
 }
 

@@ -11,12 +11,8 @@
 
 #include "base/file.h"
 #include "base/text.h"
-#include "catalogue/database.h"
 
 namespace corvexal {
-
-int playlist_pending = 0;
-
 namespace {
 
 // A file's lines with their line ends, long ones in pieces.
@@ -78,11 +74,11 @@ constexpr EntryKind kPls = {.missing = 3, .too_many = 1, .failed = 5, .shows_que
 // The numbers of a playlist's songs, each followed by ",".
 class SongList {
  public:
-  explicit SongList(const Playlist& playlist) : playlist_(playlist) {}
+  SongList(Database& db, const Playlist& playlist) : db_(db), playlist_(playlist) {}
 
   // Looks the entry up in the playlist's folder; false when the list is full and reading must end.
   bool add(const std::string& entry, const EntryKind& kind) {
-    Rows songs = g_db.select(kQuery, playlist_.folder, entry);
+    Rows songs = db_.select(kQuery, playlist_.folder, entry);
     if (!songs.next()) {
       songs.failed() ? report_failure(entry, kind) : report_missing(entry, kind);
       return true;
@@ -111,6 +107,7 @@ class SongList {
     if (kind.shows_query) std::printf("sqlquery[%s]\n", composed(kQuery, playlist_.folder, entry).c_str());
   }
 
+  Database& db_;
   const Playlist& playlist_;
   std::string numbers_;
   int count_ = 0;
@@ -169,9 +166,9 @@ constexpr PlaylistFormat kFormats[] = {
      .not_stored = 2},
 };
 
-std::optional<std::vector<Playlist>> playlists_of(const PlaylistFormat& format) {
+std::optional<std::vector<Playlist>> playlists_of(Database& db, const PlaylistFormat& format) {
   std::vector<Playlist> playlists;
-  Rows rows = g_db.select(format.select);
+  Rows rows = db.select(format.select);
   while (rows.next())
     playlists.push_back({decimal_value(rows.text(0)), std::string(rows.text(1)), std::string(rows.text(2))});
   if (!rows.failed()) return playlists;
@@ -179,29 +176,29 @@ std::optional<std::vector<Playlist>> playlists_of(const PlaylistFormat& format) 
   return std::nullopt;
 }
 
-bool parse(const PlaylistFormat& format, const Playlist& playlist) {
+bool parse(Database& db, const PlaylistFormat& format, const Playlist& playlist) {
   Lines lines(playlist.path());
   if (!lines) {
     std::printf("parser_playlist():Open [%s] fail\n", playlist.path().c_str());
     return false;
   }
-  SongList songs(playlist);
-  if (format.in_transaction) g_db.exec("BEGIN;");
+  SongList songs(db, playlist);
+  if (format.in_transaction) db.exec("BEGIN;");
   format.read(lines, songs);
-  if (format.in_transaction) g_db.exec("COMMIT;");
-  if (g_db.exec(format.update, songs.numbers(), playlist.number) == SQLITE_OK) return true;
-  std::printf("%dparser playlist():execute sql query error[%s]\n", format.not_stored, error_text());
+  if (format.in_transaction) db.exec("COMMIT;");
+  if (db.exec(format.update, songs.numbers(), playlist.number) == SQLITE_OK) return true;
+  std::printf("%dparser playlist():execute sql query error[%s]\n", format.not_stored, db.error_text());
   return false;
 }
 
 }  // namespace
 
-int parser_playlist() {
+int parser_playlist(Database& db) {
   for (const PlaylistFormat& format : kFormats) {
-    const auto playlists = playlists_of(format);
+    const auto playlists = playlists_of(db, format);
     if (!playlists) return 0;
     for (const Playlist& playlist : *playlists)
-      if (!parse(format, playlist)) return 0;
+      if (!parse(db, format, playlist)) return 0;
   }
   return 1;
 }

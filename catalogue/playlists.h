@@ -1,9 +1,8 @@
 #pragma once
 
-namespace corvexal {
+#include "catalogue/database.h"
 
-// 1 when playlists must be parsed before the run ends.
-extern int playlist_pending;
+namespace corvexal {
 
 // Reads every M3U and PLS file that the catalogue knows and stores in its row's PlsFile the `No` of each song
 // that it names, each followed by ",", in the order of the entries. An entry is a file name in the playlist's
@@ -12,6 +11,6 @@ extern int playlist_pending;
 //
 // What is found missing is printed. Returns 1, or 0 at the first playlist that cannot be opened (regular
 // files only) or stored, or when the playlists cannot be read from the catalogue.
-int parser_playlist();
+int parser_playlist(Database& db);
 
 }  // namespace corvexal

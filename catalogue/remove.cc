@@ -2,57 +2,53 @@
 
 #include "base/paths.h"
 #include "catalogue/media_types.h"
-#include "catalogue/playlists.h"
 #include "catalogue/sort_tables.h"
 #include "metadata/charset.h"
 
 namespace corvexal {
 
-int commit_after_remove = 1;
-
 namespace {
 
-int delete_rows(Database& database, const char* table, const std::string& path) {
+int delete_rows(Database& db, const char* table, const std::string& path) {
   std::string folder;
   GetParentDirectory(path, folder);
-  retval = database.exec("DELETE FROM %s where UTF_Path = \"%s\" AND UTF_fname= \"%s\" ", table, folder,
-                         GetFileName(path));
-  return retval == SQLITE_OK ? 0 : -1;
+  const int code = db.exec("DELETE FROM %s where UTF_Path = \"%s\" AND UTF_fname= \"%s\" ", table, folder,
+                           GetFileName(path));
+  return code == SQLITE_OK ? 0 : -1;
 }
 
 }  // namespace
 
-int DelAudioEntry2(Database& database, const std::string& path) {
-  return delete_rows(database, "music_tbl", path);
+int DelAudioEntry2(Database& db, const std::string& path) {
+  return delete_rows(db, "music_tbl", path);
 }
 
-int DelImageEntry2(Database& database, const std::string& path) {
-  return delete_rows(database, "photo_tbl", path);
+int DelImageEntry2(Database& db, const std::string& path) {
+  return delete_rows(db, "photo_tbl", path);
 }
 
-int DelVideoEntry2(Database& database, const std::string& path) {
-  return delete_rows(database, "video_tbl", path);
+int DelVideoEntry2(Database& db, const std::string& path) {
+  return delete_rows(db, "video_tbl", path);
 }
 
-int RemoveMediaFile(const std::string& path) {
+int RemoveMediaFile(Session& session, const std::string& path, Rebuild rebuild) {
   const int media_class = MediaKindForRemoval(GetFileExtension(path, ""));
   const std::string utf8_path = convert_to_utf8(path, from_codepage.c_str()).text.value_or(path);
   switch (media_class) {
     case kMusicClass:
-      DelAudioEntry2(g_db, utf8_path);
-      playlist_pending = 1;
+      DelAudioEntry2(session.db, utf8_path);
+      session.playlist_pending = true;
       break;
     case kVideoClass:
-      DelVideoEntry2(g_db, utf8_path);
+      DelVideoEntry2(session.db, utf8_path);
       break;
     case kPhotoClass:
-      DelImageEntry2(g_db, utf8_path);
+      DelImageEntry2(session.db, utf8_path);
       break;
     default:
       return -1;
   }
-  if (commit_after_remove == 1) RebuildSortTables(media_class);
-  if (commit_after_remove == 0) commit_after_remove = 1;
+  if (rebuild == Rebuild::kNow) RebuildSortTables(session, media_class);
   return 0;
 }
 

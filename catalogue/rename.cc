@@ -6,8 +6,6 @@
 #include <unordered_map>
 #include <vector>
 
-#include "catalogue/database.h"
-
 namespace corvexal {
 namespace {
 
@@ -67,34 +65,34 @@ constexpr PathTable kTables[] = {
      .update = "update music_tbl set UTF_Path = '%s', Real_Path = '%s' where UTF_Path == '%s';"},
 };
 
-bool read_paths(const PathTable& table, std::string_view old_path, PathList& paths) {
-  Rows rows = g_db.select(table.select, old_path);
+bool read_paths(Database& db, const PathTable& table, std::string_view old_path, PathList& paths) {
+  Rows rows = db.select(table.select, old_path);
   while (rows.next())
     if (rows.text(0).find(old_path) != std::string_view::npos) paths.add(rows.text(0));
   if (!rows.failed()) return true;
   std::printf("Update_File_Path(): %s Execute SQL query Error = [%s]-[%s]\n", table.name_when_unreadable,
-              composed(table.select, old_path).c_str(), error_text());
+              composed(table.select, old_path).c_str(), db.error_text());
   return false;
 }
 
-bool update_rows(const PathTable& table, const std::string& path, const std::string& new_path) {
-  const int code = table.is_media ? g_db.exec(table.update, new_path, new_path, path)
-                                  : g_db.exec(table.update, new_path, path);
+bool update_rows(Database& db, const PathTable& table, const std::string& path, const std::string& new_path) {
+  const int code = table.is_media ? db.exec(table.update, new_path, new_path, path)
+                                  : db.exec(table.update, new_path, path);
   if (code != SQLITE_OK)
-    std::printf("Update_File_Path(): %s update sql_query1 error[%s]\n", table.name, error_text());
+    std::printf("Update_File_Path(): %s update sql_query1 error[%s]\n", table.name, db.error_text());
   return code == SQLITE_OK;
 }
 
 }  // namespace
 
-int Update_File_Path(std::string_view old_path, std::string_view new_path) {
+int Update_File_Path(Database& db, std::string_view old_path, std::string_view new_path) {
   for (const PathTable& table : kTables) {
     PathList paths;
-    if (!read_paths(table, old_path, paths)) return 0;
+    if (!read_paths(db, table, old_path, paths)) return 0;
     if (table.is_media) std::printf("%s:\n", table.name);
     paths.update_each([&](const std::string& path) -> std::optional<std::string> {
       std::string renamed = spliced(path, old_path, new_path);
-      if (!update_rows(table, path, renamed)) return std::nullopt;
+      if (!update_rows(db, table, path, renamed)) return std::nullopt;
       return renamed;
     });
   }

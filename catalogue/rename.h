@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "catalogue/database.h"
+
 namespace corvexal {
 
 // Carries a folder's rename into the catalogue: in every folder row's path and in every media row's UTF_Path
@@ -11,6 +13,6 @@ namespace corvexal {
 // text as UTF_Path. Nothing else changes, no file is opened, and nothing is committed.
 //
 // Returns 0 always: failures are printed, and a table that cannot be read ends the work there.
-int Update_File_Path(std::string_view old_path, std::string_view new_path);
+int Update_File_Path(Database& db, std::string_view old_path, std::string_view new_path);
 
 }  // namespace corvexal

@@ -9,18 +9,19 @@ namespace corvexal {
 
 // Stores the number in the first cell of a query's result (0 when there is none) and returns 1; on failure
 // prints the query and its error and returns 0, leaving `count` as it is.
-int Total_Match_count(std::string_view sql, std::int64_t& count);
+int Total_Match_count(Database& db, std::string_view sql, std::int64_t& count);
 
 // The `No` of the table's last row, a number in the range of int: 0 for an empty table, -1 when the table
 // cannot be read.
-[[nodiscard]] std::int64_t LastRowNo(Database& database, const char* table);
+[[nodiscard]] std::int64_t LastRowNo(Database& db, const char* table);
 
 // The number of rows that a query yields, 0 when it fails. Placeholders as for Database::select.
 template <class... Values>
-[[nodiscard]] int QueryRowCount(Database& database, std::string_view sql, const Values&... values) {
+[[nodiscard]] int QueryRowCount(Database& db, std::string_view sql, const Values&... values) {
   int count = 0;
-  for (Rows rows = database.select(sql, values...); rows.next();) ++count;
-  return zErrMsg ? 0 : count;
+  Rows rows = db.select(sql, values...);
+  while (rows.next()) ++count;
+  return rows.failed() ? 0 : count;
 }
 
 }  // namespace corvexal

@@ -10,12 +10,9 @@
 
 #include "base/log.h"
 #include "base/text.h"
-#include "catalogue/database.h"
 #include "catalogue/folder_entries.h"
 #include "catalogue/media_rows.h"
-#include "catalogue/object_ids.h"
 #include "catalogue/path_depth.h"
-#include "catalogue/playlists.h"
 #include "catalogue/row_counts.h"
 #include "songdb/update.h"
 
@@ -39,22 +36,26 @@ bool writes_song_store(unsigned mode) {
 }
 
 // Writes the row of a folder; `path_for_parent` is its path without the trailing "/".
-bool insert_folder_row(const std::string& folder, const std::string& path_for_parent, int depth) {
+bool insert_folder_row(Session& session, const std::string& folder, const std::string& path_for_parent,
+                       int depth) {
   constexpr const char* kInsert =
       "insert into path_objid_tbl values (\"%s\",\"%llu\",\"%llu\",\"%d\",\"%d\",\"%d\",\"%d\");";
-  init_objid.media_path_parid = depth != 0 ? get_parid(path_for_parent) : 0;
-  const std::uint64_t objid = init_objid.media_path_objid, parid = init_objid.media_path_parid;
-  if (g_db.exec(kInsert, folder, objid, parid, depth, 0, 0, 0) == SQLITE_OK) return true;
+  session.ids.media_path_parid = depth != 0 ? get_parid(session.db, session.ids, path_for_parent) : 0;
+  const std::uint64_t objid = session.ids.media_path_objid, parid = session.ids.media_path_parid;
+  if (session.db.exec(kInsert, folder, objid, parid, depth, 0, 0, 0) == SQLITE_OK) return true;
   const std::string sql = composed(kInsert, folder, objid, parid, depth, 0, 0, 0);
-  std::printf("ScanMusic():execute sql query[%s] error[%s]\n", sql.c_str(), error_text());
+  std::printf("ScanMusic():execute sql query[%s] error[%s]\n", sql.c_str(), session.db.error_text());
   return false;
 }
 
 // The next row number of each table, counted up within one folder.
 struct RowNumbers {
-  std::int64_t music = LastRowNo(g_db, "music_tbl") + 1;
-  std::int64_t video = LastRowNo(g_db, "video_tbl") + 1;
-  std::int64_t photo = LastRowNo(g_db, "photo_tbl") + 1;
+  explicit RowNumbers(Database& db)
+      : music(LastRowNo(db, "music_tbl") + 1),
+        video(LastRowNo(db, "video_tbl") + 1),
+        photo(LastRowNo(db, "photo_tbl") + 1) {}
+
+  std::int64_t music, video, photo;
 
   std::int64_t& of(MediaKind kind) {
     if (kind == MediaKind::kPhoto) return photo;
@@ -74,27 +75,27 @@ void report_conversions(const MediaRow& row) {
 
 // Adds the file's row as the scan does: no look for a row that is there already, identifiers as the counters
 // stand, the folder's own identifier as every row's parent. False when the insert failed.
-bool add_row(MediaFile file, RowNumbers& numbers) {
+bool add_row(Session& session, MediaFile file, RowNumbers& numbers) {
   const std::optional<MediaRow> row = read_media_row(std::move(file));
   if (!row) return true;
   report_conversions(*row);
   const MediaKind kind = row->file.kind;
   std::int64_t& number = numbers.of(kind);
-  if (insert_media_row(*row, number, init_objid.media_path_objid) != SQLITE_OK) return false;
+  if (insert_media_row(session, *row, number, session.ids.media_path_objid) != SQLITE_OK) return false;
   ++number;
-  if (kind == MediaKind::kMusic || kind == MediaKind::kPlaylist) playlist_pending = 1;
+  if (kind == MediaKind::kMusic || kind == MediaKind::kPlaylist) session.playlist_pending = true;
   if (kind == MediaKind::kMusic && row->music.genre.empty())
     std::printf("<file>path %s, namelist[i]->d_name %s\n", row->file.folder.c_str(), row->file.name.c_str());
-  g_db.commit_in_batches();
+  session.db.commit_in_batches();
   return true;
 }
 
 // One folder while it is being read.
 class FolderScan {
  public:
-  FolderScan(SongStore& songs, const std::string& folder, int depth, unsigned mode)
-      : songs_(songs), folder_(folder), depth_(depth), mode_(mode) {
-    if (writes_catalogue(mode)) numbers_.emplace();
+  FolderScan(Session& session, const std::string& folder, int depth, unsigned mode)
+      : session_(session), folder_(folder), depth_(depth), mode_(mode) {
+    if (writes_catalogue(mode)) numbers_.emplace(session.db);
   }
 
   // Handles one entry; false when its row could not be written.
@@ -135,13 +136,13 @@ class FolderScan {
     file.depth = depth_;
 
     const bool is_music = file.kind == MediaKind::kMusic;
-    if (numbers_ && !add_row(std::move(file), *numbers_)) return false;
-    if (is_music && writes_song_store(mode_) && update_song(songs_, path) == -1)
+    if (numbers_ && !add_row(session_, std::move(file), *numbers_)) return false;
+    if (is_music && writes_song_store(mode_) && update_song(session_.songs, path) == -1)
       log_printf("Updata gdb fail\n");
     return true;
   }
 
-  SongStore& songs_;
+  Session& session_;
   const std::string& folder_;
   int depth_;
   unsigned mode_;
@@ -163,30 +164,30 @@ int PopScanFolder(std::string& folder, int& depth) {
   return 1;
 }
 
-int ScanMusic(SongStore& songs, const std::string& folder, int depth, unsigned mode) {
+int ScanMusic(Session& session, const std::string& folder, int depth, unsigned mode) {
   const FolderEntries entries(folder);
   if (entries.listed() < 1) return 1;
-  FolderScan scan(songs, folder, depth, mode);
+  FolderScan scan(session, folder, depth, mode);
   if (mode == kScanFolderRowsToo) {
     const std::string without_slash = folder.ends_with('/') ? folder.substr(0, folder.size() - 1) : folder;
-    if (!insert_folder_row(folder, without_slash, depth)) return 0;
+    if (!insert_folder_row(session, folder, without_slash, depth)) return 0;
   }
   for (std::size_t i = 0; i < entries.size(); ++i)
     if (!scan.handle(entries[i])) return 0;
-  ++init_objid.media_path_objid;
+  ++session.ids.media_path_objid;
   return 1;
 }
 
-void ScanMediaDirectory(SongStore& songs, const std::string& folder, unsigned mode) {
+void ScanMediaDirectory(Session& session, const std::string& folder, unsigned mode) {
   std::string current = folder + '/';
-  int depth = depth_below_share(current, static_cast<int>(mode));
+  int depth = depth_below_share(session.config, current, static_cast<int>(mode));
   if (mode == kScanFolderRowsToo) {
-    insert_folder_row(folder, folder, depth);
+    insert_folder_row(session, folder, folder, depth);
     return;
   }
-  if (ScanMusic(songs, current, depth, mode) == 0) std::puts("1scan file fail");
-  while (!g_db.lost_work() && PopScanFolder(current, depth) == 1)
-    if (ScanMusic(songs, current, depth, mode) == 0) std::puts("2scan file fail");
+  if (ScanMusic(session, current, depth, mode) == 0) std::puts("1scan file fail");
+  while (!session.db.lost_work() && PopScanFolder(current, depth) == 1)
+    if (ScanMusic(session, current, depth, mode) == 0) std::puts("2scan file fail");
 }
 
 }  // namespace corvexal

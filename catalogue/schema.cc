@@ -39,11 +39,11 @@ std::string catalogue_path(const std::string& mount_path) {
   return mount_path.substr(0, kMountPathSize) + "/.systemfile/.upnpav-db/upnpav.db";
 }
 
-int create_tables(Database& database) {
+int create_tables(Database& db) {
   for (const char* statement : kTables)
-    if (const int code = database.exec(statement); code != SQLITE_OK) return code;
+    if (const int code = db.exec(statement); code != SQLITE_OK) return code;
   for (const char* statement : kIndexes)
-    if (const int code = database.exec(statement); code != SQLITE_OK) return code;
+    if (const int code = db.exec(statement); code != SQLITE_OK) return code;
   return SQLITE_OK;
 }
 
@@ -56,14 +56,14 @@ int create_catalogue(const std::string& mount_path) {
                  error.message().c_str());
     return -1;
   }
-  Database database;
-  if (database.open(path) != SQLITE_OK) return -1;
-  if (create_tables(database) != SQLITE_OK) {
-    std::fprintf(stderr, "Corvexal: cannot create the tables of %s: %s\n", path.c_str(), error_text());
+  Database db;
+  if (db.open(path) != SQLITE_OK) return -1;
+  if (create_tables(db) != SQLITE_OK) {
+    std::fprintf(stderr, "Corvexal: cannot create the tables of %s: %s\n", path.c_str(), db.error_text());
     return -1;
   }
-  database.close();
-  return database.lost_work() ? -1 : 0;
+  db.close();
+  return db.lost_work() ? -1 : 0;
 }
 
 }  // namespace corvexal

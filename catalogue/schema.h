@@ -11,8 +11,8 @@ namespace corvexal {
 [[nodiscard]] std::string catalogue_path(const std::string& mount_path);
 
 // Creates the tables that the updater expects and the indexes that its look-ups profit from, each only where
-// it is missing; nothing that exists is touched. Returns SQLite's result code, with zErrMsg set on failure.
-int create_tables(Database& database);
+// it is missing; nothing that exists is touched. Returns SQLite's result code.
+int create_tables(Database& db);
 
 // Creates the catalogue under a mount path: its folders, the database and its tables. Returns 0, or -1 after
 // a line on standard error.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "catalogue/media_types.h"
+#include "catalogue/session.h"
 
 namespace corvexal {
 
@@ -11,10 +12,10 @@ inline constexpr int kWholeCatalogue = 4;
 // recomputes the folder flags, saves the identifier counters, commits and closes the catalogue. Returns 1; or
 // 0, with nothing committed and the catalogue still open, when the tables could not be filled or the class is
 // another number.
-int RebuildSortTables(int media_class);
+int RebuildSortTables(Session& session, int media_class);
 
 // Fills the sort tables of a class, which must exist and be empty. Returns 1, or 0 at the first query or
 // insert that fails; what was filled until then stays.
-int FillSortTables(int media_class);
+int FillSortTables(Session& session, int media_class);
 
 }  // namespace corvexal

@@ -9,8 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include "base/config.h"
-#include "catalogue/database.h"
 #include "catalogue/remove.h"
 #include "metadata/charset.h"
 
@@ -19,7 +17,7 @@ namespace {
 
 struct SyncedTable {
   const char* name;
-  int (*delete_rows)(Database& database, const std::string& path);
+  int (*delete_rows)(Database& db, const std::string& path);
   const char* unreadable_message = nullptr;
 };
 constexpr SyncedTable kTables[] = {
@@ -34,9 +32,9 @@ bool exists(const std::string& path) {
 }
 
 // The files of a table that cannot be found; absent when the table cannot be read.
-std::optional<std::vector<std::string>> vanished_files(const SyncedTable& table) {
+std::optional<std::vector<std::string>> vanished_files(Database& db, const SyncedTable& table) {
   std::vector<std::string> vanished;
-  Rows rows = g_db.select("select UTF_Path,UTF_fname from %s;", table.name);
+  Rows rows = db.select("select UTF_Path,UTF_fname from %s;", table.name);
   while (rows.next())
     if (std::string path = std::string(rows.text(0)).append(rows.text(1)); !exists(path))
       vanished.push_back(std::move(path));
@@ -44,18 +42,17 @@ std::optional<std::vector<std::string>> vanished_files(const SyncedTable& table)
   return vanished;
 }
 
-int remove_rows(const SyncedTable& table, const std::vector<std::string>& paths) {
+int remove_rows(Database& db, const SyncedTable& table, const std::vector<std::string>& paths) {
   int removed = 0;
   for (const std::string& path : paths) {
-    if (table.delete_rows(g_db, path) == 0) ++removed;
-    g_db.commit_in_batches();
+    if (table.delete_rows(db, path) == 0) ++removed;
+    db.commit_in_batches();
   }
   return removed;
 }
 
 // An unplugged disk looks like one whose files were all deleted; whoever started the run should learn of it.
-void report_lost_mount_path(const std::string& removals) {
-  const std::string& mount_path = global_cdata.mntpath;
+void report_lost_mount_path(const std::string& mount_path, const std::string& removals) {
   if (exists(mount_path)) return;
   std::fprintf(stderr, "Corvexal: the mount path %s cannot be found; rows removed from the catalogue:%s\n",
                mount_path.c_str(), removals.c_str());
@@ -63,11 +60,11 @@ void report_lost_mount_path(const std::string& removals) {
 
 }  // namespace
 
-int sync_mms_db() {
+int sync_mms_db(Session& session) {
   // The disk is asked before anything is written: it may take minutes to answer.
   std::vector<std::vector<std::string>> vanished;
   for (const SyncedTable& table : kTables) {
-    auto files = vanished_files(table);
+    auto files = vanished_files(session.db, table);
     if (!files) {
       if (table.unreadable_message != nullptr) std::puts(table.unreadable_message);
       break;
@@ -79,15 +76,15 @@ int sync_mms_db() {
     removals.append(" ")
         .append(kTables[i].name)
         .append(" ")
-        .append(std::to_string(remove_rows(kTables[i], vanished[i])));
-  report_lost_mount_path(removals);
+        .append(std::to_string(remove_rows(session.db, kTables[i], vanished[i])));
+  report_lost_mount_path(session.config.mntpath, removals);
   return vanished.size() == std::size(kTables) ? 1 : 0;
 }
 
-int DeleteFolderRow(const std::string& path, const char* table) {
+int DeleteFolderRow(Session& session, const std::string& path, const char* table) {
   const std::string utf8_path = convert_to_utf8(path, from_codepage.c_str()).text.value_or(path);
-  g_db.exec("delete from %s where path == '%s';", table, utf8_path);
-  std::puts(zErrMsg ? " fail" : " success!");
+  const int code = session.db.exec("delete from %s where path == '%s';", table, utf8_path);
+  std::puts(code == SQLITE_OK ? " success!" : " fail");
   return 0;
 }
 

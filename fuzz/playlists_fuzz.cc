@@ -15,26 +15,25 @@ constexpr const char* kRows =
     "insert into music_tbl (No,Real_Path,Real_fname,EXT_fname) values (\"1\",\"%s\",\"\",\"m3u\"),"
     "(\"2\",\"%s\",\"\",\"pls\"),(\"3\",\"%s\",\"a.mp3\",\"mp3\");";
 
-bool open_catalogue(const std::string& folder) {
-  using corvexal::g_db;
-  return g_db.open(":memory:") == SQLITE_OK && corvexal::create_tables(g_db) == SQLITE_OK &&
-         g_db.exec(kRows, folder, folder, folder) == SQLITE_OK;
+bool open_catalogue(corvexal::Database& db, const std::string& folder) {
+  return db.open(":memory:") == SQLITE_OK && corvexal::create_tables(db) == SQLITE_OK &&
+         db.exec(kRows, folder, folder, folder) == SQLITE_OK;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using corvexal::g_db;
+  static corvexal::Database db;
   const corvexal::MemoryFile file({data, size});
   const std::string path = file.path();
   const std::size_t name = path.rfind('/') + 1;
-  static const bool opened = open_catalogue(path.substr(0, name));
+  static const bool opened = open_catalogue(db, path.substr(0, name));
   if (!opened ||
-      g_db.exec("update music_tbl set Real_fname = \"%s\" where No < '3';", path.substr(name)) != SQLITE_OK)
+      db.exec("update music_tbl set Real_fname = \"%s\" where No < '3';", path.substr(name)) != SQLITE_OK)
     std::abort();
 
-  if (corvexal::parser_playlist() != 1) std::abort();
-  corvexal::Rows lists = g_db.select("select PlsFile from music_tbl where No < '3';");
+  if (corvexal::parser_playlist(db) != 1) std::abort();
+  corvexal::Rows lists = db.select("select PlsFile from music_tbl where No < '3';");
   while (lists.next())
     if (std::ranges::count(lists.text(0), ',') > 256) std::abort();
   return 0;

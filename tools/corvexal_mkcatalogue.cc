@@ -8,15 +8,15 @@
 namespace {
 
 int make(int argc, char** argv) {
-  using corvexal::global_cdata;
   if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
     std::puts("Usage: corvexal-mkcatalogue [MOUNT_PATH]");
     return argc == 2 && std::string(argv[1]) == "--help" ? 0 : 2;
   }
   std::string mount_path = argc == 2 ? argv[1] : "";
   if (argc == 1) {
-    corvexal::readconfig(1, {argv, 1}, global_cdata);
-    mount_path = global_cdata.mntpath;
+    corvexal::ConfigRecord config;
+    corvexal::readconfig(1, {argv, 1}, config);
+    mount_path = config.mntpath;
   }
   if (mount_path.empty()) {
     std::fputs("corvexal-mkcatalogue: no mount path given or configured\n", stderr);

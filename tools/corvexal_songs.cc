@@ -19,17 +19,18 @@ constexpr char kUsage[] =
     "U+FFFD each. The exit status is 0, 1 when the file cannot be read or is damaged, 2 for a wrong call.";
 
 // Standard output is for records only: what there is to say about the configuration goes to standard error.
-void read_configuration(char** argv) {
+corvexal::ConfigRecord configuration(char** argv) {
+  corvexal::ConfigRecord config;
   const int records = dup(STDOUT_FILENO);
   dup2(STDERR_FILENO, STDOUT_FILENO);
-  corvexal::readconfig(1, {argv, 1}, corvexal::global_cdata);
+  corvexal::readconfig(1, {argv, 1}, config);
   std::fflush(stdout);
   dup2(records, STDOUT_FILENO);
   close(records);
+  return config;
 }
 
 int print(int argc, char** argv) {
-  using corvexal::global_cdata;
   const std::string argument = argc > 1 ? argv[1] : "";
   if (argc == 2 && argument == "--help") {
     std::puts(kUsage);
@@ -40,12 +41,12 @@ int print(int argc, char** argv) {
     return 2;
   }
   if (argc == 2) return corvexal::print_song_store(argument);
-  read_configuration(argv);
-  if (global_cdata.mntpath.empty()) {
+  const std::string mount_path = configuration(argv).mntpath;
+  if (mount_path.empty()) {
     std::fputs("corvexal-songs: no file given and no mount path configured\n", stderr);
     return 1;
   }
-  return corvexal::print_song_store(corvexal::song_store_path(global_cdata.mntpath));
+  return corvexal::print_song_store(corvexal::song_store_path(mount_path));
 }
 
 }  // namespace

@@ -10,9 +10,9 @@ namespace {
 class AddFileTest : public testing::CatalogueTest {
  protected:
   // Adds a picture of this name; returns its path.
-  std::string add(const std::string& name) const {
+  std::string add(const std::string& name) {
     std::string file = write_file(name, "GIF89a\x05");
-    printed([&file] { EXPECT_EQ(MmsAddMediaFile(file), 1) << file; });
+    printed([&] { EXPECT_EQ(MmsAddMediaFile(session, file), 1) << file; });
     static_cast<void>(column("select 1"));  // the rebuild closed the catalogue
     return file;
   }
@@ -36,7 +36,7 @@ TEST_F(AddFileTest, KeepsTheBytesOfANameThatCannotBeConverted) {
   from_codepage = "no such set";
   const std::string file = add("\xFC.gif");
   EXPECT_EQ(column("select UTF_fname from photo_tbl"), "\xFC.gif");
-  printed([&file] { EXPECT_EQ(RemoveMediaFile(file), 0); });
+  printed([&] { EXPECT_EQ(RemoveMediaFile(session, file), 0); });
   EXPECT_EQ(column("select UTF_fname from photo_tbl"), "");
 }
 

@@ -2,12 +2,8 @@
 
 #include <sstream>
 
-#include "base/config.h"
 #include "base/paths.h"
 #include "base/text.h"
-#include "catalogue/object_ids.h"
-#include "catalogue/playlists.h"
-#include "catalogue/remove.h"
 #include "catalogue/row_counts.h"
 #include "catalogue/schema.h"
 #include "metadata/charset.h"
@@ -15,11 +11,11 @@
 namespace corvexal::testing {
 namespace {
 
-std::string first_column(Database& database, std::string_view sql) {
+std::string first_column(Database& db, std::string_view sql) {
   std::string joined;
-  Rows rows = database.select(sql);
+  Rows rows = db.select(sql);
   for (const char* divider = ""; rows.next(); divider = "|") joined.append(divider).append(rows.text(0));
-  EXPECT_FALSE(rows.failed()) << sql << ": " << error_text();
+  EXPECT_FALSE(rows.failed()) << sql << ": " << db.error_text();
   return joined;
 }
 
@@ -33,19 +29,11 @@ std::vector<std::string> words(const std::string& text) {
 }
 
 CatalogueTest::CatalogueTest() {
-  InitObjectIds();
-  playlist_pending = 0;
-  commit_after_remove = 1;
   from_codepage = "autodetect_utf8";
-  global_cdata = {.sharepath = folder_.path(), .sharename = "", .mntpath = folder_.path(), .sd_status = ""};
-  EXPECT_EQ(g_db.open(path("catalogue.db")), SQLITE_OK);
-  EXPECT_EQ(create_tables(g_db), SQLITE_OK) << error_text();
-  g_db.exec("COMMIT;");
-}
-
-CatalogueTest::~CatalogueTest() {
-  g_db.close();
-  global_cdata = {};
+  session.config = {.sharepath = folder_.path(), .sharename = "", .mntpath = folder_.path(), .sd_status = ""};
+  EXPECT_EQ(db.open(path("catalogue.db")), SQLITE_OK);
+  EXPECT_EQ(create_tables(db), SQLITE_OK) << db.error_text();
+  db.exec("COMMIT;");
 }
 
 void CatalogueTest::add_row(const char* table, std::string_view folder, std::string_view name) {
@@ -53,16 +41,16 @@ void CatalogueTest::add_row(const char* table, std::string_view folder, std::str
   StringToLower(extension);
   run("insert into %s (No,Real_Path,Real_fname,UTF_Path,UTF_fname,EXT_fname) values "
       "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\");",
-      table, LastRowNo(g_db, table) + 1, folder, name, folder, name, extension);
+      table, LastRowNo(db, table) + 1, folder, name, folder, name, extension);
 }
 
 void CatalogueTest::add_folder(std::string_view path, std::string_view objid) {
   run("insert into path_objid_tbl values (\"%s\",\"%s\",'0','1','0','0','0');", path, objid);
 }
 
-std::string CatalogueTest::column(std::string_view sql) const {
-  if (!g_db.is_open()) g_db.open(path("catalogue.db"));
-  return first_column(g_db, sql);
+std::string CatalogueTest::column(std::string_view sql) {
+  if (!db.is_open()) db.open(path("catalogue.db"));
+  return first_column(db, sql);
 }
 
 std::string CatalogueTest::committed(std::string_view sql) const {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "catalogue/database.h"
+#include "catalogue/session.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal::testing {
@@ -14,12 +14,11 @@ namespace corvexal::testing {
 // The texts between the spaces, for tables of short words.
 [[nodiscard]] std::vector<std::string> words(const std::string& text);
 
-// An empty catalogue in a folder of its own, open as g_db, with every process-wide value as at the start of a
-// run. Folders are given with their trailing "/" and, like names, may hold anything but double quotes.
+// An empty catalogue in a folder of its own, open in a session of its own. Folders are given with their
+// trailing "/" and, like names, may hold anything but double quotes.
 class CatalogueTest : public ::testing::Test {
  protected:
   CatalogueTest();
-  ~CatalogueTest() override;
 
   // A path in the test's own folder, which is also the configured mount path; "" is the folder with its "/".
   [[nodiscard]] std::string path(std::string_view name) const {
@@ -30,18 +29,18 @@ class CatalogueTest : public ::testing::Test {
   }
 
   // Adds a row for a file, numbered as the updater does; its other columns are null.
-  static void add_row(const char* table, std::string_view folder, std::string_view name);
-  static void add_folder(std::string_view path, std::string_view objid = "0");
+  void add_row(const char* table, std::string_view folder, std::string_view name);
+  void add_folder(std::string_view path, std::string_view objid = "0");
 
   // Runs a statement that must succeed.
   template <class... Values>
-  static void run(std::string_view sql, const Values&... values) {
-    ASSERT_EQ(g_db.exec(sql, values...), SQLITE_OK) << composed(sql, values...) << ": " << error_text();
+  void run(std::string_view sql, const Values&... values) {
+    ASSERT_EQ(db.exec(sql, values...), SQLITE_OK) << composed(sql, values...) << ": " << db.error_text();
   }
 
-  // The first column of every row, joined with "|"; of g_db, which is opened again when a rebuild has closed
-  // it, or as another connection sees it.
-  std::string column(std::string_view sql) const;
+  // The first column of every row, joined with "|"; of the session's catalogue, which is opened again when a
+  // rebuild has closed it, or as another connection sees it.
+  std::string column(std::string_view sql);
   [[nodiscard]] std::string committed(std::string_view sql) const;
 
   // What `work` prints on standard output.
@@ -51,6 +50,9 @@ class CatalogueTest : public ::testing::Test {
     work();
     return output.text();
   }
+
+  Session session;
+  Database& db = session.db;
 
  private:
   TestFolder folder_;

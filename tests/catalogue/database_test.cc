@@ -14,11 +14,11 @@ using DatabaseTest = testing::CatalogueTest;
 
 TEST_F(DatabaseTest, TakesEveryValueAsData) {
   for (const char* value : {"x');drop table music_tbl;--", "name", "?", "%s%n", "a;b", "'", "\xFF\xFE"})
-    EXPECT_EQ(g_db.exec(kInsert, value, 1), SQLITE_OK) << value;
-  EXPECT_EQ(g_db.exec(kInsert, R"(x","y");drop table music_tbl;--)", 1), SQLITE_ERROR);
-  EXPECT_TRUE(zErrMsg);
+    EXPECT_EQ(db.exec(kInsert, value, 1), SQLITE_OK) << value;
+  EXPECT_EQ(db.exec(kInsert, R"(x","y");drop table music_tbl;--)", 1), SQLITE_ERROR);
+  EXPECT_STRNE(db.error_text(), "");
   EXPECT_EQ(column(kNames), "x');drop table music_tbl;--|name|?|%s%n|a;b|'|\xFF\xFE");
-  EXPECT_FALSE(zErrMsg) << "an error is that of the last statement";
+  EXPECT_STREQ(db.error_text(), "") << "an error is that of the last statement";
   EXPECT_EQ(column("select distinct typeof(value) from record_objid_tbl"), "text");
   EXPECT_EQ(column("select count(*) from music_tbl"), "0");
 }
@@ -30,14 +30,14 @@ TEST_F(DatabaseTest, ShowsAReaderWholeChangesOnly) {
   EXPECT_EQ(committed("select count(*) from photo_tbl"), "0");
   run("COMMIT;");
   EXPECT_EQ(committed(kNames), "a");
-  EXPECT_NE(g_db.exec("COMMIT;"), SQLITE_OK);  // nothing is open
+  EXPECT_NE(db.exec("COMMIT;"), SQLITE_OK);  // nothing is open
   run(kInsert, "b", 1);
   EXPECT_EQ(committed(kNames), "a");
-  g_db.close();
+  db.close();
   EXPECT_EQ(committed(kNames), "a|b");
-  EXPECT_FALSE(g_db.lost_work());
-  EXPECT_EQ(g_db.exec(kInsert, "c", 1), SQLITE_MISUSE) << "closed";
-  EXPECT_TRUE(g_db.select(kNames).failed());
+  EXPECT_FALSE(db.lost_work());
+  EXPECT_EQ(db.exec(kInsert, "c", 1), SQLITE_MISUSE) << "closed";
+  EXPECT_TRUE(db.select(kNames).failed());
 }
 
 // What another connection or the disk prevents, and how it shows.
@@ -72,7 +72,7 @@ TEST_F(DatabaseTest, KeepsNothingOfARunThatLostAPart) {
     // All that follows fails alike and at once, and the locks are gone.
     other.close();
     EXPECT_EQ(ours.exec(kInsert, "later", 1), row.code);
-    EXPECT_STREQ(error_text(), row.message);
+    EXPECT_STREQ(ours.error_text(), row.message);
     EXPECT_TRUE(ours.select(kNames).failed());
     run(kInsert, "ours again", 1);
     run("COMMIT;");
@@ -89,12 +89,12 @@ TEST_F(DatabaseTest, KeepsNothingOfARunThatLostAPart) {
 TEST_F(DatabaseTest, LosesNothingToAStatementThatIsMerelyWrong) {
   run(kInsert, "a", 1);
   run("create unique index one on record_objid_tbl (name);");
-  EXPECT_EQ(g_db.exec(kInsert, "a", 1), SQLITE_CONSTRAINT);
-  EXPECT_EQ(g_db.exec(kInsert, "\"", 1), SQLITE_ERROR);
-  EXPECT_EQ(g_db.exec("insert into nowhere values (1);"), SQLITE_ERROR);
+  EXPECT_EQ(db.exec(kInsert, "a", 1), SQLITE_CONSTRAINT);
+  EXPECT_EQ(db.exec(kInsert, "\"", 1), SQLITE_ERROR);
+  EXPECT_EQ(db.exec("insert into nowhere values (1);"), SQLITE_ERROR);
   run(kInsert, "b", 1);
-  g_db.close();
-  EXPECT_FALSE(g_db.lost_work());
+  db.close();
+  EXPECT_FALSE(db.lost_work());
   EXPECT_EQ(column(kNames), "a|b");
 }
 

@@ -11,23 +11,23 @@ using ObjectIdsTest = testing::CatalogueTest;
 TEST_F(ObjectIdsTest, NumberARowAfterTheLastOne) {
   for (const char* name : {"a.mp3", "b.mp3", "c.mp3"}) add_row("music_tbl", "/s/", name);
   run("delete from music_tbl where No == '1';");
-  EXPECT_EQ(LastRowNo(g_db, "music_tbl"), 3);  // a gap is not filled
+  EXPECT_EQ(LastRowNo(db, "music_tbl"), 3);  // a gap is not filled
   run("delete from music_tbl where No == '3';");
-  EXPECT_EQ(LastRowNo(g_db, "music_tbl"), 2);  // the last number is free again
+  EXPECT_EQ(LastRowNo(db, "music_tbl"), 2);  // the last number is free again
 }
 
 TEST_F(ObjectIdsTest, SkipTakenPhotoIdentifiers) {
   for (const char* taken : {"...2", "...2", "...3x", "...3", "...5"})
     run("insert into photo_tbl (ObjID) values (replace('%s', '...', '100000000000'));", taken);
-  EXPECT_EQ(printed([] { EXPECT_EQ(get_objid("photo_tbl", 1000000000002), 1000000000004U); }),
+  EXPECT_EQ(printed([this] { EXPECT_EQ(get_objid(db, "photo_tbl", 1000000000002), 1000000000004U); }),
             "get_objid(): objID = [1000000000004]\n");
 }
 
 TEST_F(ObjectIdsTest, TakeTheFolderRowsOwnWhereThereIsOne) {
   run("insert into path_objid_tbl (path,ObjID) values ('/s/','4000000000009');");
-  EXPECT_EQ(printed([] { EXPECT_EQ(get_old_objid("/s/"), 4000000000009U); }),
+  EXPECT_EQ(printed([this] { EXPECT_EQ(get_old_objid(db, session.ids, "/s/"), 4000000000009U); }),
             "get_old_objid(): init_objid.media_path_objid = [4000000000009]\n");
-  EXPECT_EQ(printed([] { get_old_objid("/t/"); }),
+  EXPECT_EQ(printed([this] { get_old_objid(db, session.ids, "/t/"); }),
             "get_old_objid(): init_objid.media_path_objid = [4000000000009]\n");
 }
 

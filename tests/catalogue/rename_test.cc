@@ -27,7 +27,7 @@ TEST_F(RenameTest, SelectsByLikeAndSplicesLetterByLetter) {
   for (const auto& row : rows) {
     add_folder(row.stored);
     for (const char* table : {"music_tbl", "video_tbl", "photo_tbl"}) add_row(table, row.stored, "file.xyz");
-    printed([&row] { Update_File_Path(row.old_path, row.new_path); });
+    printed([&] { Update_File_Path(db, row.old_path, row.new_path); });
     EXPECT_EQ(column("select path from path_objid_tbl"), row.expected) << row.stored;
     EXPECT_EQ(column("select UTF_Path from media"), row.expected) << row.stored;
     for (const char* table : {"path_objid_tbl", "music_tbl", "video_tbl", "photo_tbl"})
@@ -36,16 +36,16 @@ TEST_F(RenameTest, SelectsByLikeAndSplicesLetterByLetter) {
 }
 
 // The statements run for each row in turn, as one would by hand.
-void rename_row_by_row(const std::string& old_path, const std::string& new_path) {
+void rename_row_by_row(Database& db, const std::string& old_path, const std::string& new_path) {
   std::vector<std::string> paths;
-  Rows rows = g_db.select("select UTF_Path,Real_Path from music_tbl where UTF_Path like '%s%%';", old_path);
+  Rows rows = db.select("select UTF_Path,Real_Path from music_tbl where UTF_Path like '%s%%';", old_path);
   while (rows.next()) paths.emplace_back(rows.text(0));
   for (const std::string& path : paths) {
     const std::size_t at = path.find(old_path);
     if (at == std::string::npos) continue;
     const std::string renamed = new_path + path.substr(at + old_path.size());
-    g_db.exec("update music_tbl set UTF_Path = '%s', Real_Path = '%s' where UTF_Path == '%s';", renamed,
-              renamed, path);
+    db.exec("update music_tbl set UTF_Path = '%s', Real_Path = '%s' where UTF_Path == '%s';", renamed,
+            renamed, path);
   }
 }
 
@@ -66,10 +66,10 @@ TEST_F(RenameTest, LeavesWhatRowByRowUpdatesWouldLeave) {
     const std::string before = column(kPaths), old_path = text(3), new_path = text(4);
 
     run("savepoint start;");
-    rename_row_by_row(old_path, new_path);
+    rename_row_by_row(db, old_path, new_path);
     const std::string expected = column(kPaths);
     run("rollback to start;");
-    printed([&] { Update_File_Path(old_path, new_path); });
+    printed([&] { Update_File_Path(db, old_path, new_path); });
     ASSERT_EQ(column(kPaths), expected) << old_path << " to " << new_path << " in " << before;
     if (expected != before) ++moved;
   }

@@ -2,7 +2,6 @@
 
 #include <filesystem>
 
-#include "songdb/store.h"
 #include "tests/catalogue/catalogue_fixture.h"
 
 namespace corvexal {
@@ -12,10 +11,9 @@ using ScanTest = testing::CatalogueTest;
 
 TEST_F(ScanTest, CommitsInBatchesAndTheRestWhenTheCatalogueCloses) {
   for (int i = 0; i < 501; ++i) write_file("t/" + std::to_string(i) + ".iso");
-  SongStore closed;
-  ScanMediaDirectory(closed, path("t"), kScanBothStores);
+  ScanMediaDirectory(session, path("t"), kScanBothStores);
   EXPECT_EQ(committed("select count(*) from video_tbl"), "500");
-  g_db.close();
+  db.close();
   EXPECT_EQ(committed("select count(*) from video_tbl"), "501");
 }
 
@@ -24,10 +22,9 @@ TEST_F(ScanTest, WritesTheSongStoreAloneInModeOne) {
   write_file("t/sub/a.mp3", testing::read_file(testing::sample("music/cbr-128.mp3")));
   write_file("t/sub/b.gif", "GIF89a\x05");
   const testing::CapturedOutput quiet;
-  SongStore songs;
-  ASSERT_TRUE(songs.open(path("")));
-  ScanMediaDirectory(songs, path("t"), kScanSongStore);
-  EXPECT_EQ(songs.songs_added(), 1U);
+  ASSERT_TRUE(session.songs.open(path("")));
+  ScanMediaDirectory(session, path("t"), kScanSongStore);
+  EXPECT_EQ(session.songs.songs_added(), 1U);
   EXPECT_EQ(column("select No from music_tbl union all select No from photo_tbl"), "");
 }
 

@@ -11,15 +11,15 @@ using testing::words;
 
 class SortTablesTest : public testing::CatalogueTest {
  protected:
-  void rebuild(int media_class, int expected = 1) const {
+  void rebuild(int media_class, int expected = 1) {
     static_cast<void>(column("select 1"));  // the rebuild before closed the catalogue
-    printed([&] { EXPECT_EQ(RebuildSortTables(media_class), expected) << media_class; });
-    EXPECT_NE(g_db.is_open(), expected == 1) << media_class;
+    printed([&] { EXPECT_EQ(RebuildSortTables(session, media_class), expected) << media_class; });
+    EXPECT_NE(db.is_open(), expected == 1) << media_class;
   }
 
   // A few hundred rows of every class, with texts and folders that meet in case, wildcards, quotes and odd
   // bytes.
-  static void fill_at_random() {
+  void fill_at_random() {
     std::mt19937 random(7);
     const auto pick = [&random](const std::vector<std::string>& from) {
       return from[random() % from.size()];

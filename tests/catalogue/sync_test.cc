@@ -1,6 +1,5 @@
 #include "catalogue/sync.h"
 
-#include "base/config.h"
 #include "tests/catalogue/catalogue_fixture.h"
 
 namespace corvexal {
@@ -13,11 +12,11 @@ TEST_F(SyncTest, EndsAtATableThatCannotBeReadAndSaysWhatWentWithTheMountPath) {
   add_row("music_tbl", "/s/", "undeletable.mp3");
   run("update music_tbl set UTF_fname = '\"' where UTF_fname == 'undeletable.mp3';");
   run("drop table video_tbl;");
-  global_cdata.mntpath = path("none");
+  session.config.mntpath = path("none");
   testing::CapturedOutput errors(2);
-  EXPECT_EQ(printed([] { EXPECT_EQ(sync_mms_db(), 0); }), "4Execute SQL query Error\n");
+  EXPECT_EQ(printed([this] { EXPECT_EQ(sync_mms_db(session), 0); }), "4Execute SQL query Error\n");
   EXPECT_EQ(errors.text(),
-            "Corvexal: the mount path " + global_cdata.mntpath +
+            "Corvexal: the mount path " + session.config.mntpath +
                 " cannot be found; rows removed from the catalogue: photo_tbl 1 music_tbl 2\n");
 }
 

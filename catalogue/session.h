@@ -1,0 +1,20 @@
+#pragma once
+
+#include "base/config.h"
+#include "catalogue/database.h"
+#include "catalogue/object_ids.h"
+#include "songdb/store.h"
+
+namespace corvexal {
+
+// One run's work: the device's settings, both stores and what the run has to remember. Each operation is
+// given the session that it works for; two sessions in one process do not know of each other.
+struct Session {
+  ConfigRecord config;
+  SongStore songs;
+  Database db;
+  ObjectIds ids;
+  bool playlist_pending = false;  // playlists must be parsed before the run ends
+};
+
+}  // namespace corvexal
