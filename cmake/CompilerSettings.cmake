@@ -5,11 +5,16 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 add_library(corvexal_settings INTERFACE)
 target_include_directories(corvexal_settings INTERFACE ${PROJECT_SOURCE_DIR})
-target_compile_definitions(corvexal_settings INTERFACE _GNU_SOURCE _FILE_OFFSET_BITS=64)
+# On 32-bit machines too, files may be larger than 2 GiB and dated after 2038. No library that we use has either kind of
+# number in an interface that we call.
+target_compile_definitions(corvexal_settings INTERFACE _GNU_SOURCE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 target_compile_options(corvexal_settings INTERFACE
-  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wold-style-cast -Wnon-virtual-dtor -Wformat=2
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wold-style-cast -Wnon-virtual-dtor -Wformat=2
   -fstack-protector-strong)
 target_link_options(corvexal_settings INTERFACE -Wl,-z,relro,-z,now)
+if(CORVEXAL_WERROR)
+  target_compile_options(corvexal_settings INTERFACE -Werror)
+endif()
 
 if(CORVEXAL_SANITIZE)
   target_compile_definitions(corvexal_settings INTERFACE _GLIBCXX_ASSERTIONS)

@@ -91,7 +91,7 @@ class Frames {
     // Version 2.3 does not count the size itself, 2.4 does.
     const std::uint64_t size =
         version_ == 3 ? std::uint64_t{be32(left_)} + 4 : std::max(seven_bits_a_byte(be32(left_)), 6U);
-    left_ = left_.subspan(std::min<std::uint64_t>(size, left_.size()));
+    left_ = left_.subspan(static_cast<std::size_t>(std::min<std::uint64_t>(size, left_.size())));
   }
 
   // False at the padding, at the end, and where the frame does not fit.

@@ -65,7 +65,7 @@ class Stretch {
   // Copies the four bytes at an index that may lie behind the stretch. False when the file ends before.
   bool copy_header(std::uint64_t index, HeaderCopy& copy) {
     if (index < kBehindFrom) {
-      std::ranges::copy(header(index), copy.begin());
+      std::ranges::copy(header(static_cast<std::size_t>(index)), copy.begin());
       return true;
     }
     const std::uint64_t behind = index - kBehindFrom;

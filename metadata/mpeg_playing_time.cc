@@ -50,7 +50,7 @@ void take_time_code(std::uint32_t code, PlayingTime& time) {
 std::uint64_t take_groups(Bytes block, std::uint64_t jump, PlayingTime& time) {
   std::uint64_t i = 0;
   while (i + kGroupSize <= block.size()) {
-    const Bytes group = block.subspan(i, kGroupSize);
+    const Bytes group = block.subspan(static_cast<std::size_t>(i), kGroupSize);
     if (start_code(group) != kGroupOfPictures) {
       ++i;
       continue;

@@ -74,7 +74,7 @@ std::uint32_t text_length(Bytes record, std::size_t index) {
 // The text from an offset to its NUL; absent when it does not end inside the record.
 Text text_at(Bytes record, std::uint64_t at) {
   if (at >= record.size()) return std::nullopt;
-  const Bytes rest = record.subspan(at);
+  const Bytes rest = record.subspan(static_cast<std::size_t>(at));
   const auto end = std::find(rest.begin(), rest.end(), 0);
   if (end == rest.end()) return std::nullopt;
   return std::string(rest.begin(), end);
@@ -105,7 +105,7 @@ std::optional<PackedSong> pack_song(const SongInfo& song) {
   for (const std::string_view text : texts) size += text.size() + 1;
   if (size > INT_MAX) return std::nullopt;
   try {
-    return packed(song, texts, size);
+    return packed(song, texts, static_cast<std::size_t>(size));
   } catch (const std::bad_alloc&) {
     return std::nullopt;
   }
