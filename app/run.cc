@@ -20,7 +20,6 @@
 #include "catalogue/session.h"
 #include "catalogue/sort_tables.h"
 #include "catalogue/sync.h"
-#include "metadata/charset.h"
 
 namespace corvexal {
 namespace {
@@ -35,13 +34,6 @@ int print_usage() {
 bool is_directory(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 && (status.st_mode & 0x4000U) != 0;
-}
-
-void choose_codepage() {
-  codepage = CodePageType();
-  if (codepage != 0) return;
-  from_codepage = "autodetect_utf8";
-  codepage = 5;
 }
 
 // The song store stays open to the end of the run, so that the whole scan is one session.
@@ -140,8 +132,8 @@ int finish_run(Session& session, const Command& command) {
 int run(std::span<const char* const> arguments) {
   const std::optional<Command> command = parse_command_line(arguments);
   if (!command) return print_usage();
-  choose_codepage();
   Session session;
+  session.names.CodePageType();
 
   const int sem_id = GetSemaphoreID(kRunLockKey);
   if (sem_id == -1) {

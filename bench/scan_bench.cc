@@ -95,11 +95,11 @@ std::string one_song() {
 void tag(benchmark::State& state) {
   const std::string path = one_song();
   use_detector(false);
-  corvexal::from_codepage = "autodetect_utf8";
+  corvexal::TagDecoder decoder;
   for (auto _ : state) {
     corvexal::SongInfo song;
     song.type = "mp3";
-    corvexal::scan_get_mp3tags(path, song);
+    corvexal::scan_get_mp3tags(decoder, path, song);
     benchmark::DoNotOptimize(song);
   }
 }

@@ -95,7 +95,7 @@ int MmsAddMediaFile(Session& session, const std::string& path) {
   if (file.kind == MediaKind::kOther) return 1;
 
   advance_identifier(session, file.kind);
-  const std::optional<MediaRow> row = read_media_row(std::move(file));
+  const std::optional<MediaRow> row = read_media_row(session, std::move(file));
   if (!row) return 1;
   report_conversions(*row);
   return add_row(session, *row);

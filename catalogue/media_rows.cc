@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <utility>
 
-#include "metadata/charset.h"
 #include "metadata/id3_tags.h"
 #include "metadata/mp3_stream.h"
 
@@ -20,8 +19,8 @@ std::string date_text(std::time_t time) {
   return text;
 }
 
-std::string tag_text(int has_tag, const Text& tag, const std::string& otherwise) {
-  return (has_tag == 1 && tag ? *tag : otherwise).substr(0, kTagTextSize);
+std::string tag_text(const Text& tag, const std::string& otherwise) {
+  return tag.value_or(otherwise).substr(0, kTagTextSize);
 }
 
 SongInfo song_of(const MediaFile& file) {
@@ -32,19 +31,21 @@ SongInfo song_of(const MediaFile& file) {
   return song;
 }
 
-void read_music(MediaRow& row, SongInfo& song, bool has_tags) {
-  row.music.title = tag_text(has_tags ? have_title : 0, song.title, row.utf_name);
-  row.music.artist = tag_text(has_tags ? have_artist : 0, song.artist, kNoTag);
-  row.music.album = tag_text(has_tags ? have_album : 0, song.album, kNoTag);
-  row.music.genre = tag_text(has_tags ? have_genre : 0, song.genre, kNoTag);
+void read_music(MediaRow& row, TagDecoder& decoder) {
+  SongInfo song = song_of(row.file);
+  scan_get_mp3tags(decoder, row.file.path, song);
+  row.music.title = tag_text(song.title, row.utf_name);
+  row.music.artist = tag_text(song.artist, kNoTag);
+  row.music.album = tag_text(song.album, kNoTag);
+  row.music.genre = tag_text(song.genre, kNoTag);
   QuoteForSql(row.music.title);
   if (scan_get_mp3fileinfo(row.file.path, song) == -1) song.bitrate = 0;
   row.music.bitrate = static_cast<std::uint32_t>(song.bitrate);
 }
 
-void convert_names(MediaRow& row) {
-  Converted folder = convert_to_utf8(row.file.folder, from_codepage.c_str());
-  Converted name = convert_to_utf8(row.file.name, from_codepage.c_str());
+void convert_names(MediaRow& row, NameCharset& names) {
+  Converted folder = names.to_utf8(row.file.folder);
+  Converted name = names.to_utf8(row.file.name);
   row.folder_status = folder.status;
   row.name_status = name.status;
   row.utf_folder = std::move(folder.text).value_or(row.file.folder);
@@ -125,22 +126,16 @@ int insert(Session& session, const MediaRow& row, std::int64_t number, std::uint
 
 }  // namespace
 
-std::optional<MediaRow> read_media_row(MediaFile file) {
+std::optional<MediaRow> read_media_row(Session& session, MediaFile file) {
   MediaRow row;
   row.file = std::move(file);
-  SongInfo song;
-  bool has_tags = false;
+  convert_names(row, session.names);
+  if (row.file.kind == MediaKind::kMusic) read_music(row, session.tags);
+  if (row.file.kind == MediaKind::kVideo) get_video_info(row.file.path, row.video);
   if (row.file.kind == MediaKind::kPhoto) {
     row.photo.path = row.file.path;
     if (get_img_size(row.photo) == 0) return std::nullopt;
-  } else if (row.file.kind == MediaKind::kVideo) {
-    get_video_info(row.file.path, row.video);
-  } else if (row.file.kind == MediaKind::kMusic) {
-    song = song_of(row.file);
-    has_tags = scan_get_mp3tags(row.file.path, song) != -1;
   }
-  convert_names(row);
-  if (row.file.kind == MediaKind::kMusic) read_music(row, song, has_tags);
   return row;
 }
 

@@ -43,7 +43,7 @@ struct MediaRow {
 
 // Gathers a row from a file of any kind but MediaKind::kOther: reads what belongs to its kind, then converts
 // folder and name to UTF-8. Absent for a photo whose format is not recognised.
-[[nodiscard]] std::optional<MediaRow> read_media_row(MediaFile file);
+[[nodiscard]] std::optional<MediaRow> read_media_row(Session& session, MediaFile file);
 
 // Writes a row with the given row number and parent identifier. It takes its class's next object identifier,
 // which is used up even when the insert fails. Returns SQLite's result code; a failure is said on standard

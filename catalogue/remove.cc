@@ -3,7 +3,6 @@
 #include "base/paths.h"
 #include "catalogue/media_types.h"
 #include "catalogue/sort_tables.h"
-#include "metadata/charset.h"
 
 namespace corvexal {
 
@@ -33,7 +32,7 @@ int DelVideoEntry2(Database& db, const std::string& path) {
 
 int RemoveMediaFile(Session& session, const std::string& path, Rebuild rebuild) {
   const int media_class = MediaKindForRemoval(GetFileExtension(path, ""));
-  const std::string utf8_path = convert_to_utf8(path, from_codepage.c_str()).text.value_or(path);
+  const std::string utf8_path = session.names.to_utf8(path).text.value_or(path);
   switch (media_class) {
     case kMusicClass:
       DelAudioEntry2(session.db, utf8_path);

@@ -76,7 +76,7 @@ void report_conversions(const MediaRow& row) {
 // Adds the file's row as the scan does: no look for a row that is there already, identifiers as the counters
 // stand, the folder's own identifier as every row's parent. False when the insert failed.
 bool add_row(Session& session, MediaFile file, RowNumbers& numbers) {
-  const std::optional<MediaRow> row = read_media_row(std::move(file));
+  const std::optional<MediaRow> row = read_media_row(session, std::move(file));
   if (!row) return true;
   report_conversions(*row);
   const MediaKind kind = row->file.kind;
@@ -137,7 +137,7 @@ class FolderScan {
 
     const bool is_music = file.kind == MediaKind::kMusic;
     if (numbers_ && !add_row(session_, std::move(file), *numbers_)) return false;
-    if (is_music && writes_song_store(mode_) && update_song(session_.songs, path) == -1)
+    if (is_music && writes_song_store(mode_) && update_song(session_.songs, session_.tags, path) == -1)
       log_printf("Updata gdb fail\n");
     return true;
   }

@@ -3,6 +3,8 @@
 #include "base/config.h"
 #include "catalogue/database.h"
 #include "catalogue/object_ids.h"
+#include "metadata/charset.h"
+#include "metadata/tag_decoder.h"
 #include "songdb/store.h"
 
 namespace corvexal {
@@ -11,6 +13,8 @@ namespace corvexal {
 // given the session that it works for; two sessions in one process do not know of each other.
 struct Session {
   ConfigRecord config;
+  NameCharset names;
+  TagDecoder tags;
   SongStore songs;
   Database db;
   ObjectIds ids;

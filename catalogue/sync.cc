@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "catalogue/remove.h"
-#include "metadata/charset.h"
 
 namespace corvexal {
 namespace {
@@ -82,7 +81,7 @@ int sync_mms_db(Session& session) {
 }
 
 int DeleteFolderRow(Session& session, const std::string& path, const char* table) {
-  const std::string utf8_path = convert_to_utf8(path, from_codepage.c_str()).text.value_or(path);
+  const std::string utf8_path = session.names.to_utf8(path).text.value_or(path);
   const int code = session.db.exec("delete from %s where path == '%s';", table, utf8_path);
   std::puts(code == SQLITE_OK ? " success!" : " fail");
   return 0;

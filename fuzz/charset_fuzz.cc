@@ -32,14 +32,16 @@ Request split(std::string_view input) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   const std::string_view input(reinterpret_cast<const char*>(data), size);
+  static corvexal::Converters converters;
   const Request request = split(input);
 
   const auto from = request.charset.c_str();
-  const corvexal::Converted converted = corvexal::convert_to_utf8(request.text, from);
+  const corvexal::Converted converted = corvexal::convert_to_utf8(converters, request.text, from);
   if (converted.text.has_value() != (converted.status == 0)) std::abort();
   // What was made is UTF-8, and testing a text says what converting it says.
   if (converted.text && !corvexal::is_utf8(*converted.text)) std::abort();
   const std::string terminated = std::string(request.text) + '\0';
-  if (corvexal::iconv_string("UTF-8", from, terminated, nullptr) != converted.status) std::abort();
+  if (corvexal::iconv_string(converters, "UTF-8", from, terminated, nullptr) != converted.status)
+    std::abort();
   return 0;
 }

@@ -14,10 +14,6 @@
 #include "metadata/converter.h"
 
 namespace corvexal {
-
-int codepage = 0;
-std::string from_codepage;
-
 namespace {
 
 // The candidates of the pseudo sets. The Japanese set is known as "autodetect_jp" alone: the other lists name
@@ -74,8 +70,8 @@ constexpr std::size_t kCodePageLineLength = 23;
 // One conversion, tried from one set after another.
 class Attempt {
  public:
-  Attempt(const char* tocode, std::string_view input, Text* result)
-      : tocode_(tocode), input_(input), result_(result) {}
+  Attempt(Converters& converters, const char* tocode, std::string_view input, Text* result)
+      : converters_(converters), tocode_(tocode), input_(input), result_(result) {}
 
   // Returns 0 with the result stored, or an errno value. `chain` has a bit for each pseudo set that is being
   // tried: the lists name each other, and without it a text that fits nowhere would go round for ever.
@@ -96,11 +92,12 @@ class Attempt {
   // work for the same bytes.
   int from_known(const char* charset) {
     std::string made;
-    const int error = convert(tocode_, charset, input_, result_ != nullptr ? &made : nullptr);
+    const int error = converters_.convert(tocode_, charset, input_, result_ != nullptr ? &made : nullptr);
     if (error == 0 && result_ != nullptr) *result_ = std::move(made);
     return error;
   }
 
+  Converters& converters_;
   const char* tocode_;
   std::string_view input_;
   Text* result_;
@@ -119,10 +116,11 @@ Text code_page_line() {
 
 }  // namespace
 
-int iconv_string(const char* tocode, const char* fromcode, std::string_view input, Text* result) {
+int iconv_string(Converters& converters, const char* tocode, const char* fromcode, std::string_view input,
+                 Text* result) {
   int error = 0;
   try {
-    error = Attempt(tocode, input, result).from(fromcode);
+    error = Attempt(converters, tocode, input, result).from(fromcode);
   } catch (const std::bad_alloc&) {
     error = ENOMEM;
   }
@@ -131,24 +129,28 @@ int iconv_string(const char* tocode, const char* fromcode, std::string_view inpu
   return -1;
 }
 
-Converted convert_to_utf8(std::string_view text, const char* fromcode) {
+Converted convert_to_utf8(Converters& converters, std::string_view text, const char* fromcode) {
   std::string terminated(text);
   terminated += '\0';
   Converted converted;
-  converted.status = iconv_string("UTF-8", fromcode, terminated, &converted.text);
+  converted.status = iconv_string(converters, "UTF-8", fromcode, terminated, &converted.text);
   if (converted.text) converted.text->resize(std::min(converted.text->size(), converted.text->find('\0')));
   return converted;
 }
 
-int CodePageType() {
+int NameCharset::CodePageType() {
   const Text line = code_page_line();
   if (!line) return 0;
   const CodePage& found =
       *std::find_if(std::begin(kCodePages), std::end(kCodePages), [&](const CodePage& row) {
         return line->find(row.word) != std::string::npos;  // the last one's always is
       });
-  from_codepage = found.charset;
+  charset_ = found.charset;
   return found.type;
+}
+
+Converted NameCharset::to_utf8(std::string_view name) {
+  return convert_to_utf8(converters_, name, charset_.c_str());
 }
 
 std::string ucs4_to_raw_bytes(std::u32string_view ucs4) {

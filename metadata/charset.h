@@ -2,14 +2,12 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "metadata/converter.h"
 #include "metadata/song_info.h"
 
 namespace corvexal {
-
-// The run's choice of character sets for names, set once at start-up.
-extern int codepage;               // class 1 to 5
-extern std::string from_codepage;  // a pseudo character set, at most 19 bytes
 
 // Converts `input` from one named character set to another; a pseudo set ("autodetect_utf8", "autodetect_jp",
 // "autodetect_kr", "autodetect_BIG5", "autodetect_GB") stands for a list of candidates tried in turn, a
@@ -17,7 +15,8 @@ extern std::string from_codepage;  // a pseudo character set, at most 19 bytes
 // character at the end is dropped. Callers pass the terminating NUL as part of the input. With a null
 // `result` the input is only tested. Returns 0, or -1 with errno set (EINVAL for an unknown name, EILSEQ,
 // ENOMEM) and `result` as it was.
-int iconv_string(const char* tocode, const char* fromcode, std::string_view input, Text* result);
+int iconv_string(Converters& converters, const char* tocode, const char* fromcode, std::string_view input,
+                 Text* result);
 
 // What a conversion gave: iconv_string's answer, and the text without its terminator, absent when there is
 // none.
@@ -27,11 +26,26 @@ struct Converted {
 };
 
 // Converts a text, given without a terminator, from `fromcode` to UTF-8 with its terminator behind it.
-[[nodiscard]] Converted convert_to_utf8(std::string_view text, const char* fromcode);
+[[nodiscard]] Converted convert_to_utf8(Converters& converters, std::string_view text, const char* fromcode);
 
-// Reads the device's code page file and chooses from_codepage. Returns its class, 1 to 5, or 0 with
-// from_codepage as it was when the file cannot be opened.
-int CodePageType();
+// The character set of the names on the disk.
+class NameCharset {
+ public:
+  explicit NameCharset(std::string charset = "autodetect_utf8") : charset_(std::move(charset)) {}
+
+  // Reads the device's code page file and takes the pseudo set that it stands for. Returns its class, 1 to 5,
+  // or 0 with the set as it was when the file cannot be opened.
+  int CodePageType();
+
+  [[nodiscard]] const std::string& charset() const { return charset_; }
+
+  // Converts a name or a path, given without a terminator.
+  [[nodiscard]] Converted to_utf8(std::string_view name);
+
+ private:
+  std::string charset_;
+  Converters converters_;
+};
 
 // The bytes of a UCS-4 text as they stood in the file: one for a character below 256, two (high byte first)
 // up to 0xFFFF, none above.

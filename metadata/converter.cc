@@ -6,7 +6,6 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
-#include <map>
 #include <utility>
 
 #include "base/text.h"
@@ -27,21 +26,29 @@ constexpr std::size_t kScratchSize = 4096;
 // Names come from a detector's answers too, so there is an end to what is kept.
 constexpr std::size_t kMostOpen = 64;
 
-class Descriptor {
+// A byte-order mark sets the order for good in some libraries, whatever is reset.
+bool may_hold_byte_order_mark(std::string_view charset) {
+  constexpr std::string_view kPrefixes[] = {"UTF-16",  "UTF-32",    "UCS-",  "ISO-10646-UCS",
+                                            "UNICODE", "CSUNICODE", "CSUCS4"};
+  return std::any_of(std::begin(kPrefixes), std::end(kPrefixes),
+                     [&](std::string_view prefix) { return starts_with_ignoring_case(charset, prefix); });
+}
+
+}  // namespace
+
+class Converters::Descriptor {
  public:
   // Opens a converter; on failure the object is empty and errno says why.
   Descriptor(const char* tocode, const char* fromcode) : descriptor_(iconv_open(tocode, fromcode)) {}
   ~Descriptor() {
     if (*this) iconv_close(descriptor_);
   }
-  Descriptor(Descriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, none())) {}
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
-  Descriptor& operator=(Descriptor&&) = delete;
 
   explicit operator bool() const { return descriptor_ != none(); }
 
-  // Converts from the initial state; see convert().
+  // Converts from the initial state; see Converters::convert().
   int run(std::string_view input, std::string* output) {
     iconv(descriptor_, nullptr, nullptr, nullptr, nullptr);
     char* in = const_cast<char*>(input.data());  // iconv only reads it
@@ -76,33 +83,30 @@ class Descriptor {
   iconv_t descriptor_;
 };
 
-// A byte-order mark sets the order for good in some libraries, whatever is reset.
-bool may_hold_byte_order_mark(std::string_view charset) {
-  constexpr std::string_view kPrefixes[] = {"UTF-16",  "UTF-32",    "UCS-",  "ISO-10646-UCS",
-                                            "UNICODE", "CSUNICODE", "CSUCS4"};
-  return std::any_of(std::begin(kPrefixes), std::end(kPrefixes),
-                     [&](std::string_view prefix) { return starts_with_ignoring_case(charset, prefix); });
-}
+Converters::Converters() = default;
+Converters::~Converters() = default;
+Converters::Converters(Converters&&) noexcept = default;
+Converters& Converters::operator=(Converters&&) noexcept = default;
 
-int run_iconv(const char* tocode, const char* fromcode, std::string_view input, std::string* output) {
+int Converters::run_iconv(const char* tocode, const char* fromcode, std::string_view input,
+                          std::string* output) {
   if (may_hold_byte_order_mark(tocode) || may_hold_byte_order_mark(fromcode)) {
     Descriptor fresh(tocode, fromcode);
     return fresh ? fresh.run(input, output) : errno;
   }
-  static std::map<std::pair<std::string, std::string>, Descriptor> open;
-  const auto pair = std::make_pair(std::string(tocode), std::string(fromcode));
-  auto kept = open.find(pair);
-  if (kept == open.end()) {
-    Descriptor fresh(tocode, fromcode);
-    if (!fresh) return errno;
-    if (open.size() >= kMostOpen) open.clear();
-    kept = open.emplace(pair, std::move(fresh)).first;
+  auto pair = std::make_pair(std::string(tocode), std::string(fromcode));
+  auto kept = open_.find(pair);
+  if (kept == open_.end()) {
+    auto fresh = std::make_unique<Descriptor>(tocode, fromcode);
+    if (!*fresh) return errno;
+    if (open_.size() >= kMostOpen) open_.clear();
+    kept = open_.emplace(std::move(pair), std::move(fresh)).first;
   }
-  return kept->second.run(input, output);
+  return kept->second->run(input, output);
 }
 
 // The C library takes codes above U+10FFFF in UTF-8 and UCS-4, and would write them.
-int run_to_utf8(const char* fromcode, std::string_view input, std::string* output) {
+int Converters::run_to_utf8(const char* fromcode, std::string_view input, std::string* output) {
   std::string made;
   if (const int error = run_iconv("UTF-8", fromcode, input, &made); error != 0) return error;
   if (!is_utf8(made)) return EILSEQ;
@@ -111,7 +115,8 @@ int run_to_utf8(const char* fromcode, std::string_view input, std::string* outpu
 }
 
 // The C library's iconv, made to answer as GNU libiconv does.
-int run_c_library(const char* tocode, const char* fromcode, std::string_view input, std::string* output) {
+int Converters::run_c_library(const char* tocode, const char* fromcode, std::string_view input,
+                              std::string* output) {
   if (names_hz(fromcode)) {
     if (const int error = run_c_library(tocode, "EUC-CN", {}, nullptr); error != 0) return error;
     return decode_hz(input, [&](const char* charset, std::string_view bytes) {
@@ -127,9 +132,8 @@ int run_c_library(const char* tocode, const char* fromcode, std::string_view inp
                                               : run_iconv(to, from, source.text, output);
 }
 
-}  // namespace
-
-int convert(const char* tocode, const char* fromcode, std::string_view input, std::string* output) {
+int Converters::convert(const char* tocode, const char* fromcode, std::string_view input,
+                        std::string* output) {
   return kGnuLibiconv ? run_iconv(tocode, fromcode, input, output)
                       : run_c_library(tocode, fromcode, input, output);
 }

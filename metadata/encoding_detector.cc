@@ -173,6 +173,4 @@ std::string EncodingDetector::ask(const std::string& sample) {
   return answer.substr(0, answer.find('\0'));
 }
 
-EncodingDetector encoding_detector;
-
 }  // namespace corvexal

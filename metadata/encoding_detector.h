@@ -39,7 +39,4 @@ class EncodingDetector {
   bool usable_ = true;
 };
 
-// The run's own.
-extern EncodingDetector encoding_detector;
-
 }  // namespace corvexal

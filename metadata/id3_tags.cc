@@ -18,17 +18,10 @@
 #include "base/log.h"
 #include "base/text.h"
 #include "metadata/charset.h"
-#include "metadata/encoding_detector.h"
 #include "metadata/genres.h"
 #include "metadata/id3_guard.h"
 
 namespace corvexal {
-
-int have_title = 0;
-int have_artist = 0;
-int have_album = 0;
-int have_genre = 0;
-
 namespace {
 
 constexpr std::uint32_t kLogCategory = 8;
@@ -116,24 +109,24 @@ std::string sample_texts(const id3_tag& tag, SongInfo& song) {
 
 // Converts the beginning of a text that is too long. Without a terminator behind it a character
 // cut in two is dropped.
-Text beginning_to_utf8(std::string_view text, const char* charset) {
+Text beginning_to_utf8(Converters& converters, std::string_view text, const char* charset) {
   Text utf8;
-  iconv_string("UTF-8", charset, text.substr(0, kLongestText), &utf8);
+  iconv_string(converters, "UTF-8", charset, text.substr(0, kLongestText), &utf8);
   if (utf8) utf8->resize(std::min(utf8->size(), utf8->find('\0')));
   return utf8;
 }
 
 // The text in UTF-8. One with an ideograph in it must have been Unicode in the tag; any other is taken back
 // to its bytes, which a tag may call Latin-1 whatever they are.
-Text to_utf8(const id3_ucs4_t* text, const char* charset) {
+Text to_utf8(Converters& converters, const id3_ucs4_t* text, const char* charset) {
   const std::u32string ucs4 = ucs4_of(text);
   if (ucs4_has_cjk(ucs4)) {
     const std::unique_ptr<id3_utf8_t, FreeText> utf8(id3_ucs4_utf8duplicate(text));
     return utf8 ? Text(reinterpret_cast<const char*>(utf8.get())) : std::nullopt;
   }
   const std::string bytes = ucs4_to_raw_bytes(ucs4);
-  if (bytes.size() > kLongestText) return beginning_to_utf8(bytes, charset);
-  return convert_to_utf8(bytes, charset).text;
+  if (bytes.size() > kLongestText) return beginning_to_utf8(converters, bytes, charset);
+  return convert_to_utf8(converters, bytes, charset).text;
 }
 
 const char* shown(const Text& text) {
@@ -146,13 +139,11 @@ void store_title(Text value, SongInfo& song) {
     return;
   }
   song.title = std::move(value);
-  have_title = 1;
   err_log(kLogVerbose, kLogCategory, " Title: %s\n", shown(song.title));
 }
 
 void store_genre(Text value, SongInfo& song) {
   err_log(kLogVerbose, kLogCategory, " Genre: %s\n", shown(value));
-  have_genre = 1;
   if (value) value = std::string(genre_of_text(*value));
   song.genre = std::move(value);
 }
@@ -162,11 +153,9 @@ void store(std::string_view id, Text value, SongInfo& song) {
   if (id == "TCON") return store_genre(std::move(value), song);
   if (id == "TPE1") {
     song.artist = std::move(value);
-    have_artist = 1;
     err_log(kLogVerbose, kLogCategory, " Artist: %s\n", shown(song.artist));
   } else if (id == "TALB") {
     song.album = std::move(value);
-    have_album = 1;
     err_log(kLogVerbose, kLogCategory, " Album: %s\n", shown(song.album));
   } else if (id == "TBPM") {
     song.bpm = decimal_value(value.value_or(""));
@@ -174,10 +163,11 @@ void store(std::string_view id, Text value, SongInfo& song) {
   }
 }
 
-void store_texts(const id3_tag& tag, const char* charset, SongInfo& song) {
+void store_texts(Converters& converters, const id3_tag& tag, const char* charset, SongInfo& song) {
   each_frame(tag, [&](const id3_frame& frame) {
     note_compilation(frame, song);
-    if (const id3_ucs4_t* const text = text_of(frame)) store(frame.id, to_utf8(text, charset), song);
+    if (const id3_ucs4_t* const text = text_of(frame))
+      store(frame.id, to_utf8(converters, text, charset), song);
     return true;
   });
 }
@@ -204,7 +194,7 @@ int no_tag(const std::string& path) {
 
 }  // namespace
 
-int scan_get_mp3tags(const std::string& path, SongInfo& song) {
+int scan_get_mp3tags(TagDecoder& decoder, const std::string& path, SongInfo& song) {
   if (!song.type || !equal_ignoring_case(*song.type, "mp3")) return 0;
   File bytes(path);
   if (!bytes) return cannot_open(path);
@@ -221,8 +211,8 @@ int scan_get_mp3tags(const std::string& path, SongInfo& song) {
     errno = error;
     return no_tag(path);
   }
-  const std::string answer = encoding_detector.detect(sample_texts(*tag, song));
-  store_texts(*tag, charset_of_answer(answer).c_str(), song);
+  const std::string answer = decoder.detector.detect(sample_texts(*tag, song));
+  store_texts(decoder.converters, *tag, charset_of_answer(answer).c_str(), song);
   file.reset();
   err_log(kLogVerbose, kLogCategory, "Got id3 tag successfully\n");
   return 0;

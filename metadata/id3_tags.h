@@ -3,15 +3,9 @@
 #include <string>
 
 #include "metadata/song_info.h"
+#include "metadata/tag_decoder.h"
 
 namespace corvexal {
-
-// Set to 1 when a tag's title, artist, album or genre is stored in a record, and never cleared: once a song
-// of the run had one, the catalogue takes the field from the records of later songs too.
-extern int have_title;
-extern int have_artist;
-extern int have_album;
-extern int have_genre;
 
 // Reads the ID3 tag (v1, v2.2 to v2.4) of an MP3 file into title, artist, album, genre, bpm and compilation
 // of `song`, whose fname and type are set. The texts become UTF-8 from the character set that the device's
@@ -21,6 +15,6 @@ extern int have_genre;
 // as it was when the file cannot be opened or libid3tag yields no tag for it. A file without any tag has an
 // empty one, and so has one whose tags would take too much memory or lead on to others (see id3_guard.h): the
 // song is taken without them.
-int scan_get_mp3tags(const std::string& path, SongInfo& song);
+int scan_get_mp3tags(TagDecoder& decoder, const std::string& path, SongInfo& song);
 
 }  // namespace corvexal

@@ -15,12 +15,17 @@ namespace {
 
 struct SongScanner {
   std::string_view extension;
-  int (*tags)(const std::string& path, SongInfo& song);
+  int (*tags)(TagDecoder& decoder, const std::string& path, SongInfo& song);
   int (*info)(const std::string& path, SongInfo& song);
 };
+
+int mp4_tags(TagDecoder& /*texts are UTF-8*/, const std::string& path, SongInfo& song) {
+  return mp4_scan_tags(path, song);
+}
+
 constexpr SongScanner kScanners[] = {
-    {"m4a", mp4_scan_tags, mp4_scan_info},
-    {"m4p", mp4_scan_tags, mp4_scan_info},
+    {"m4a", mp4_tags, mp4_scan_info},
+    {"m4p", mp4_tags, mp4_scan_info},
     {"mp3", scan_get_mp3tags, scan_get_mp3fileinfo},
 };
 
@@ -36,9 +41,10 @@ int probe_size(const std::string& path, SongInfo& song) {
 
 }  // namespace
 
-int scan_tags_by_type(const std::string& path, SongInfo& song) {
+int scan_tags_by_type(TagDecoder& decoder, const std::string& path, SongInfo& song) {
   for (const SongScanner& scanner : kScanners)
-    if (song.type && equal_ignoring_case(*song.type, scanner.extension)) return scanner.tags(path, song);
+    if (song.type && equal_ignoring_case(*song.type, scanner.extension))
+      return scanner.tags(decoder, path, song);
   return 0;
 }
 

@@ -39,7 +39,7 @@ Text type_of(std::string_view name) {
 
 }  // namespace
 
-int update_song(SongStore& store, const std::string& path) {
+int update_song(SongStore& store, TagDecoder& decoder, const std::string& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) {
     log_printf("Error statting: %s\n", std::strerror(errno));
@@ -48,17 +48,18 @@ int update_song(SongStore& store, const std::string& path) {
   if (is_music(GetFileExtension(path, ""))) store.remove_first_below(path);
   if ((status.st_mode & S_IFDIR) != 0 || !is_scanned(GetFileName(path))) return 1;
   if (store.is_modified(static_cast<std::uint32_t>(status.st_ino), path))
-    scan_music_file(store, path, status);
+    scan_music_file(store, decoder, path, status);
   return 1;
 }
 
-void scan_music_file(SongStore& store, const std::string& path, const struct stat& status) {
+void scan_music_file(SongStore& store, TagDecoder& decoder, const std::string& path,
+                     const struct stat& status) {
   SongInfo song;
   song.path = path;
   song.fname = std::string(GetFileName(path));
   song.type = type_of(*song.fname);
   song.id = static_cast<std::uint32_t>(status.st_ino);
-  if (scan_tags_by_type(path, song) != 0 || scan_info_by_type(path, song) != 0) {
+  if (scan_tags_by_type(decoder, path, song) != 0 || scan_info_by_type(path, song) != 0) {
     log_printf("Skipping %s - scan_gettags failed\n", song.fname->c_str());
     return;
   }

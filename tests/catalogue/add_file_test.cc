@@ -1,7 +1,6 @@
 #include "catalogue/add_file.h"
 
 #include "catalogue/remove.h"
-#include "metadata/charset.h"
 #include "tests/catalogue/catalogue_fixture.h"
 
 namespace corvexal {
@@ -33,7 +32,7 @@ TEST_F(AddFileTest, NumbersEachKindInItsOwnWay) {
 }
 
 TEST_F(AddFileTest, KeepsTheBytesOfANameThatCannotBeConverted) {
-  from_codepage = "no such set";
+  session.names = NameCharset("no such set");
   const std::string file = add("\xFC.gif");
   EXPECT_EQ(column("select UTF_fname from photo_tbl"), "\xFC.gif");
   printed([&] { EXPECT_EQ(RemoveMediaFile(session, file), 0); });

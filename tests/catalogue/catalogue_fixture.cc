@@ -6,7 +6,6 @@
 #include "base/text.h"
 #include "catalogue/row_counts.h"
 #include "catalogue/schema.h"
-#include "metadata/charset.h"
 
 namespace corvexal::testing {
 namespace {
@@ -29,7 +28,6 @@ std::vector<std::string> words(const std::string& text) {
 }
 
 CatalogueTest::CatalogueTest() {
-  from_codepage = "autodetect_utf8";
   session.config = {.sharepath = folder_.path(), .sharename = "", .mntpath = folder_.path(), .sd_status = ""};
   EXPECT_EQ(db.open(path("catalogue.db")), SQLITE_OK);
   EXPECT_EQ(create_tables(db), SQLITE_OK) << db.error_text();

@@ -15,47 +15,52 @@ namespace {
 
 // What comes of a conversion to UTF-8: the text, or errno's name. The input lies in a block of exactly its
 // size.
-std::string converted(const std::string& fromcode, const std::string& text) {
+std::string converted(Converters& converters, const std::string& fromcode, const std::string& text) {
   const std::vector<char> input(text.begin(), text.end());
   const std::string_view view(input.data(), input.size());
   Text result = "as it was";
-  const int status = iconv_string("UTF-8", fromcode.c_str(), view, &result);
+  const int status = iconv_string(converters, "UTF-8", fromcode.c_str(), view, &result);
   const int error = errno;
-  EXPECT_EQ(iconv_string("UTF-8", fromcode.c_str(), view, nullptr), status) << fromcode << ": " << text;
+  EXPECT_EQ(iconv_string(converters, "UTF-8", fromcode.c_str(), view, nullptr), status)
+      << fromcode << ": " << text;
   if (status == 0) return result.value();
   EXPECT_EQ(result, "as it was") << fromcode << ": " << text;
   return error == EILSEQ ? "EILSEQ" : error == EINVAL ? "EINVAL" : std::to_string(error);
 }
 
 TEST(IconvString, ConvertsTextsAsItsTableSays) {
+  Converters converters;
   for (int round = 0; round < 2; ++round)  // the second time with open converters
     for (const testing::Row& row : testing::table("charset"))
-      EXPECT_EQ(converted(row[0], row[1]), row[2]) << row[0] << ": " << row[1];
+      EXPECT_EQ(converted(converters, row[0], row[1]), row[2]) << row[0] << ": " << row[1];
   std::string gbk, utf8;
   while (gbk.size() < 15000) {
     gbk += "\xD6\xD0x";
     utf8 += "中x";
   }
-  EXPECT_EQ(converted("GBK", gbk), utf8);
-  EXPECT_EQ(converted("GBK", gbk + "\xFF\xFF"), "EILSEQ");
+  EXPECT_EQ(converted(converters, "GBK", gbk), utf8);
+  EXPECT_EQ(converted(converters, "GBK", gbk + "\xFF\xFF"), "EILSEQ");
 }
 
 TEST(ConvertToUtf8, GivesTheTextUpToItsTerminator) {
-  EXPECT_EQ(convert_to_utf8({"\xA4\xA4\0b", 4}, "BIG5").text, "中");
-  EXPECT_EQ(convert_to_utf8("a~{", "HZ").text, "a");  // the terminator is half a pair there, and dropped
-  EXPECT_EQ(convert_to_utf8("\xFF\xFF", "BIG5").text, std::nullopt);
+  Converters converters;
+  EXPECT_EQ(convert_to_utf8(converters, {"\xA4\xA4\0b", 4}, "BIG5").text, "中");
+  EXPECT_EQ(convert_to_utf8(converters, "a~{", "HZ").text,
+            "a");  // the terminator is half a pair there, and dropped
+  EXPECT_EQ(convert_to_utf8(converters, "\xFF\xFF", "BIG5").text, std::nullopt);
 }
 
 TEST(CodePageType, ChoosesByTheFirstWordFound) {
   std::filesystem::create_directories("./etc");
+  NameCharset names;
   for (const testing::Row& row : testing::table("code_pages")) {
     std::ofstream("./etc/codepage", std::ios::binary) << row[0];
-    const int type = CodePageType();
-    EXPECT_EQ(testing::row_of(row[0], type, from_codepage), row);
+    const int type = names.CodePageType();
+    EXPECT_EQ(testing::row_of(row[0], type, names.charset()), row);
   }
   std::filesystem::remove("./etc/codepage");
-  EXPECT_EQ(CodePageType(), 0);
-  EXPECT_EQ(from_codepage, "autodetect_utf8") << "as it was";
+  EXPECT_EQ(names.CodePageType(), 0);
+  EXPECT_EQ(names.charset(), "autodetect_utf8") << "as it was";
 }
 
 TEST(Ucs4, GivesBackTheBytesOfTheFile) {
