@@ -1,117 +1,15 @@
 #include "catalogue/folder_flags.h"
 
-#include <algorithm>
-#include <bit>
-#include <cstdint>
 #include <cstdio>
 #include <optional>
-#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "base/text.h"
+#include "catalogue/like_folders.h"
 
 namespace corvexal {
-namespace {
-
-// Takes the character at the start of `text` off it, as SQL's "like" reads it: a lead byte takes all the
-// continuation bytes behind it, a stray one stands for itself, and what can't be a character is U+FFFD.
-std::uint32_t take_character(std::string_view& text) {
-  const auto byte = [&text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  std::uint32_t code = byte(0);
-  std::size_t length = 1;
-  if (code >= 0xC0) {
-    const int ones = std::min(std::countl_one(byte(0)), 7);
-    code &= 0x7FU >> ones;
-    for (; length < text.size() && (byte(length) & 0xC0U) == 0x80; ++length)
-      code = code << 6 | (byte(length) & 0x3FU);
-    if (code < 0x80 || (code & 0xFFFFF800U) == 0xD800 || (code & 0xFFFFFFFEU) == 0xFFFE) code = 0xFFFD;
-  }
-  text.remove_prefix(length);
-  return code;
-}
-
-// Appends a character in UTF-8, continued to seven bytes for what "like" reads behind U+10FFFF.
-void append_character(std::string& text, std::uint32_t code) {
-  if (code < 0x80) {
-    text += static_cast<char>(code);
-    return;
-  }
-  int continuations = 1;
-  while (continuations < 6 && std::uint64_t{code} >> (5 * continuations + 6) != 0) ++continuations;
-  text += static_cast<char>(0xFF00U >> (continuations + 1) | (std::uint64_t{code} >> 6 * continuations));
-  while (continuations-- > 0) text += static_cast<char>(0x80U | (code >> 6 * continuations & 0x3FU));
-}
-
-// The text with every character as "like" compares it: well formed, ASCII letters in lower case.
-std::string as_like_reads(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  while (!text.empty()) append_character(result, take_character(text));
-  StringToLower(result);
-  return result;
-}
-
-std::size_t character_length(std::string_view text) {
-  const int ones = std::countl_one(static_cast<unsigned char>(text[0]));
-  return static_cast<std::size_t>(std::max(ones, 1));
-}
-
-using Folders = std::span<const std::string>;
-
-// Those of the folders that hold `piece` at byte `at`. REQUIRES: they are sorted and agree before it.
-Folders narrowed(Folders folders, std::size_t at, std::string_view piece) {
-  const auto held = [at, &piece](const std::string& folder) {
-    return std::string_view(folder).substr(at, piece.size());
-  };
-  const auto first = std::partition_point(folders.begin(), folders.end(),
-                                          [&](const std::string& folder) { return held(folder) < piece; });
-  const auto last = std::partition_point(first, folders.end(),
-                                         [&](const std::string& folder) { return held(folder) == piece; });
-  return {first, last};
-}
-
-// Whether any folder matches `pattern` from byte `at` on, where a match may end before the folder does.
-// REQUIRES: the folders are sorted and agree before it.
-bool any_match(Folders folders, std::size_t at, std::string_view pattern) {
-  const std::string_view literal = pattern.substr(0, pattern.find_first_of("%_"));
-  folders = narrowed(folders, at, literal);
-  at += literal.size();
-  pattern.remove_prefix(literal.size());
-  if (folders.empty() || pattern.empty()) return !folders.empty();
-  if (pattern[0] == '%') {
-    const std::string rest = std::string(pattern) + '%';
-    return std::any_of(folders.begin(), folders.end(), [&rest, at](const std::string& folder) {
-      return sqlite3_strlike(rest.c_str(), folder.c_str() + at, 0) == 0;
-    });
-  }
-  pattern.remove_prefix(1);
-  while (!folders.empty()) {
-    const std::string_view rest = std::string_view(folders.front()).substr(at);
-    if (rest.empty()) {
-      folders = folders.subspan(1);
-      continue;
-    }
-    const std::string_view character = rest.substr(0, character_length(rest));
-    const Folders same = narrowed(folders, at, character);
-    if (any_match(same, at + character.size(), pattern)) return true;
-    folders = folders.subspan(same.size());
-  }
-  return false;
-}
-
-}  // namespace
-
-void FolderSet::add(std::string_view folder) {
-  folders_.push_back(as_like_reads(folder));
-}
-
-void FolderSet::sort() {
-  std::sort(folders_.begin(), folders_.end());
-}
-
-bool FolderSet::any_below(std::string_view path) const {
-  return any_match(folders_, 0, as_like_reads(path));
-}
-
 namespace {
 
 constexpr const char* kCountBelow = "select COUNT(No) from %s where UTF_Path like\"%s%%\" limit 0,1;";
@@ -120,6 +18,7 @@ constexpr const char* kClearFlags =
 constexpr const char* kSetFlags =
     "update path_objid_tbl set have_video = \"%d\", have_music = \"%d\", have_photo = \"%d\" where ROWID "
     "=='%s';";
+constexpr std::size_t kLikePatternLimit = 50'000;  // bytes; "like" refuses longer patterns
 
 int report(Database& db, int site, const std::string& sql) {
   std::printf("%dAssign_pathtbl_media():sql query[%s] error[%s]\n", site, sql.c_str(), db.error_text());
@@ -136,7 +35,8 @@ class MediaClass {
   std::optional<bool> any_below(std::string_view path) {
     const bool unreadable = !folders_ && !read_folders();
     // Asked of the database itself, these give the error that belongs to the query.
-    if (unreadable || path.find('"') != std::string_view::npos) return ask(path);
+    if (unreadable || path.size() >= kLikePatternLimit || path.find('"') != std::string_view::npos)
+      return ask(path);
     return folders_->any_below(path);
   }
 
@@ -144,12 +44,11 @@ class MediaClass {
 
  private:
   bool read_folders() {
-    FolderSet folders;
+    std::vector<std::string> folders;
     Rows rows = db_.select("select distinct UTF_Path from %s;", table_);
-    while (rows.next()) folders.add(rows.text(0));
+    while (rows.next()) folders.emplace_back(rows.text(0));
     if (rows.failed()) return false;
-    folders.sort();
-    folders_ = std::move(folders);
+    folders_.emplace(std::move(folders));
     return true;
   }
 
