@@ -39,7 +39,7 @@ bool is_directory(const std::string& path) {
 // The song store stays open to the end of the run, so that the whole scan is one session.
 void scan_into_both_stores(Session& session, const std::string& folder) {
   session.songs.open(session.config.mntpath);
-  ScanMediaDirectory(session, folder, kScanBothStores);
+  ScanMediaDirectory(session, folder, ScanMode::kBothStores);
 }
 
 // Each operation returns whether the run succeeds.
@@ -51,7 +51,7 @@ bool rename_folder(Session& session, const Command& command) {
     sync_mms_db(session);
     scan_into_both_stores(session, command.new_path);
   }
-  RebuildSortTables(session, kWholeCatalogue);
+  rebuild_for_whole_catalogue(session);
   return true;
 }
 
@@ -59,7 +59,7 @@ bool rename_file(Session& session, const Command& command) {
   const int removed = RemoveMediaFile(session, command.path, Rebuild::kByCaller);
   const int added = MmsAddMediaFile(session, command.new_path);
   if (removed == -1 && added == -1) return false;  // the add has said why
-  RebuildSortTables(session, kWholeCatalogue);
+  rebuild_for_whole_catalogue(session);
   return true;
 }
 
@@ -76,7 +76,7 @@ bool delete_file(Session& session, const Command& command) {
                  command.path.c_str());
     return false;
   }
-  RebuildSortTables(session, kWholeCatalogue);
+  rebuild_for_whole_catalogue(session);
   return true;
 }
 
@@ -87,14 +87,14 @@ bool add_folder(Session& session, const Command& command) {
   if (Total_Match_count(session.db, "select COUNT(*) from path_objid_tbl;", folders) == 0)
     std::puts("No media file found");
   session.ids.media_path_objid += static_cast<std::uint64_t>(folders);
-  ScanMediaDirectory(session, command.path, kScanFolderRowsToo);
+  ScanMediaDirectory(session, command.path, ScanMode::kFolderRows);
   return true;
 }
 
 bool add_file(Session& session, const Command& command) {
   if (access(command.path.c_str(), F_OK) != 0) return true;
   if (MmsAddMediaFile(session, command.path) == -1) return false;
-  RebuildSortTables(session, kWholeCatalogue);
+  rebuild_for_whole_catalogue(session);
   return true;
 }
 

@@ -25,13 +25,13 @@ MediaFile describe(const ConfigRecord& config, const std::string& path) {
     file.size = static_cast<std::uint64_t>(status.st_size);
     file.modified = status.st_mtime;
   }
-  file.depth = depth_below_share(config, path, 2);
+  file.depth = depth_below_share(config.sharepath, path);
   GetParentDirectory(path, file.folder);
   return file;
 }
 
 // Music, photo and video rows are numbered from the rows there are; playlists and subtitles take the counter
-// as it stands. Readers know identifiers given in this way.
+// as it stands. Clients of the catalogue know identifiers given in this way.
 void advance_identifier(Session& session, MediaKind kind) {
   if (kind == MediaKind::kMusic) advance_by_row_count(session.db, "music_tbl", session.ids.music_file_objid);
   if (kind == MediaKind::kVideo) advance_by_row_count(session.db, "video_tbl", session.ids.video_file_objid);
@@ -41,31 +41,37 @@ void advance_identifier(Session& session, MediaKind kind) {
   }
 }
 
-void report_conversions(const MediaRow& row) {
-  const MediaKind kind = row.file.kind;
-  if (kind == MediaKind::kMusic && row.folder_status != 0) std::printf("1ret = %d\n", row.folder_status);
-  if (row.name_status == 0) return;
-  if (kind == MediaKind::kPhoto)
-    std::printf("MmsAddMediaFile(): ret = [%d]\n", row.name_status);
-  else
-    std::printf("%dret = %d\n",
-                kind == MediaKind::kMusic   ? 2
-                : kind == MediaKind::kVideo ? 4
-                                            : 5,
-                row.name_status);
-}
+constexpr ConversionReport kReports[] = {{MediaKind::kMusic, "2ret = ", ""},
+                                         {MediaKind::kPhoto, "MmsAddMediaFile(): ret = [", "]"},
+                                         {MediaKind::kVideo, "4ret = ", ""},
+                                         {MediaKind::kPlaylist, "5ret = ", ""},
+                                         {MediaKind::kSubtitle, "5ret = ", ""}};
 
 bool is_in_catalogue(Session& session, const MediaRow& row) {
-  return QueryRowCount(session.db, "select * from %s where UTF_Path = \"%s\" AND UTF_fname= \"%s\" ",
+  return QueryRowCount(session.db, R"(select * from %s where UTF_Path = "%s" AND UTF_fname= "%s" )",
                        media_table(row.file.kind), row.utf_folder, row.utf_name) > 0;
 }
 
-// The work that follows an insert. A subtitle needs none.
+// The work that follows an insert.
 void finish(Session& session, MediaKind kind) {
-  if (kind == MediaKind::kMusic) RebuildSortTables(session, kMusicClass);
-  if (kind == MediaKind::kVideo) RebuildSortTables(session, kVideoClass);
-  if (kind == MediaKind::kPhoto) RebuildSortTables(session, kPhotoClass);
-  if (kind == MediaKind::kMusic || kind == MediaKind::kPlaylist) session.playlist_pending = true;
+  switch (kind) {
+    case MediaKind::kMusic:
+      RebuildSortTables(session, MediaClass::kMusic);
+      session.playlist_pending = true;
+      break;
+    case MediaKind::kVideo:
+      RebuildSortTables(session, MediaClass::kVideo);
+      break;
+    case MediaKind::kPhoto:
+      RebuildSortTables(session, MediaClass::kPhoto);
+      break;
+    case MediaKind::kPlaylist:
+      session.playlist_pending = true;
+      break;
+    case MediaKind::kSubtitle:
+    case MediaKind::kOther:
+      break;
+  }
 }
 
 int add_row(Session& session, const MediaRow& row) {
@@ -97,7 +103,7 @@ int MmsAddMediaFile(Session& session, const std::string& path) {
   advance_identifier(session, file.kind);
   const std::optional<MediaRow> row = read_media_row(session, std::move(file));
   if (!row) return 1;
-  report_conversions(*row);
+  report_conversions(*row, kReports);
   return add_row(session, *row);
 }
 

@@ -52,72 +52,56 @@ void convert_names(MediaRow& row, NameCharset& names) {
   row.utf_name = std::move(name.text).value_or(row.file.name);
 }
 
-int insert_music(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
+// Each table begins and ends alike: number, folder, name, both in UTF-8, extension, date, size; depth, object
+// and parent identifier.
+constexpr const char* kInsertMusic = R"(
+    insert into music_tbl values (
+      "%d","%s","%s","%s","%s","%s","%s","%llu",
+      "%s","%s","%s","%s","%u","0","0","0",
+      "%d","0","%llu","%llu","0","0","0");)";
+constexpr const char* kInsertVideo = R"(
+    insert into video_tbl values (
+      "%d","%s","%s","%s","%s","%s","%s","%llu",
+      "%d","%d","0","%d","0","0","0","0",
+      "%d","%llu","%llu","0","0","0");)";
+constexpr const char* kInsertPhoto = R"(
+    insert into photo_tbl values (
+      "%d","%s","%s","%s","%s","%s","%s","%llu",
+      "%d","%d","%d","0","0","0",
+      "%d","%llu","%llu","0","0","0");)";
+
+// A row's place in its table and in the tree of objects.
+struct RowPlace {
+  std::int64_t number;
+  std::uint64_t parent;
+};
+
+template <class... Facts>
+int insert_row(Database& db, const char* statement, const MediaRow& row, const RowPlace& place,
+               std::uint64_t& next_objid, const Facts&... facts) {
   const MediaFile& file = row.file;
-  const MusicFacts& music = row.music;
-  return session.db.exec(
-      "insert into music_tbl values "
-      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"%s\",\"%s\",\"%s\","
-      "\"%s\",\"%u\",\"0\",\"0\",\"0\",\"%d\",\"0\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
-      number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
-      file.size, music.genre, music.artist, music.album, music.title, music.bitrate, file.depth,
-      session.ids.music_file_objid++, parent);
+  return db.exec(statement, place.number, file.folder, file.name, row.utf_folder, row.utf_name,
+                 file.extension, date_text(file.modified), file.size, facts..., file.depth, next_objid++,
+                 place.parent);
 }
 
-int insert_photo(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
-  const MediaFile& file = row.file;
-  return session.db.exec(
-      "insert into photo_tbl values "
-      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"%d\",\"%d\",\"%d\","
-      "\"0\",\"0\",\"0\",\"%d\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
-      number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
-      file.size, row.photo.width, row.photo.height, row.photo.color_depth, file.depth,
-      session.ids.photo_file_objid++, parent);
-}
-
-int insert_video(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
-  const MediaFile& file = row.file;
-  return session.db.exec(
-      "insert into video_tbl values "
-      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"%d\",\"%d\",\"0\","
-      "\"%d\",\"0\",\"0\",\"0\",\"0\",\"%d\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
-      number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
-      file.size, row.video.width, row.video.height, row.video.video_format, file.depth,
-      session.ids.video_file_objid++, parent);
-}
-
-int insert_playlist(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
-  const MediaFile& file = row.file;
-  return session.db.exec(
-      "insert into music_tbl values "
-      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"0\",\"0\",\"0\",\"0\","
-      "\"0\",\"0\",\"0\",\"0\",\"%d\",\"0\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
-      number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
-      file.size, file.depth, session.ids.music_file_objid++, parent);
-}
-
-int insert_subtitle(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
-  const MediaFile& file = row.file;
-  return session.db.exec(
-      "insert into video_tbl values "
-      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\",\"%llu\",\"0\",\"0\",\"0\",\"0\","
-      "\"0\",\"0\",\"0\",\"0\",\"%d\",\"%llu\",\"%llu\",\"0\",\"0\",\"0\");",
-      number, file.folder, file.name, row.utf_folder, row.utf_name, file.extension, date_text(file.modified),
-      file.size, file.depth, session.ids.video_file_objid++, parent);
-}
-
-int insert(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
+int insert(Session& session, const MediaRow& row, const RowPlace& place) {
+  Database& db = session.db;
+  ObjectIds& ids = session.ids;
   switch (row.file.kind) {
     case MediaKind::kMusic:
-      return insert_music(session, row, number, parent);
-    case MediaKind::kPhoto:
-      return insert_photo(session, row, number, parent);
-    case MediaKind::kVideo:
-      return insert_video(session, row, number, parent);
+      return insert_row(db, kInsertMusic, row, place, ids.music_file_objid, row.music.genre, row.music.artist,
+                        row.music.album, row.music.title, row.music.bitrate);
     case MediaKind::kPlaylist:
-      return insert_playlist(session, row, number, parent);
+      return insert_row(db, kInsertMusic, row, place, ids.music_file_objid, "0", "0", "0", "0", 0);
+    case MediaKind::kVideo:
+      return insert_row(db, kInsertVideo, row, place, ids.video_file_objid, row.video.width, row.video.height,
+                        row.video.video_format);
     case MediaKind::kSubtitle:
-      return insert_subtitle(session, row, number, parent);
+      return insert_row(db, kInsertVideo, row, place, ids.video_file_objid, 0, 0, 0);
+    case MediaKind::kPhoto:
+      return insert_row(db, kInsertPhoto, row, place, ids.photo_file_objid, row.photo.width, row.photo.height,
+                        row.photo.color_depth);
     case MediaKind::kOther:
       break;
   }
@@ -139,8 +123,16 @@ std::optional<MediaRow> read_media_row(Session& session, MediaFile file) {
   return row;
 }
 
+void report_conversions(const MediaRow& row, std::span<const ConversionReport> reports) {
+  if (row.file.kind == MediaKind::kMusic && row.folder_status != 0)
+    std::printf("1ret = %d\n", row.folder_status);
+  if (row.name_status == 0) return;
+  for (const ConversionReport& report : reports)
+    if (report.kind == row.file.kind) std::printf("%s%d%s\n", report.before, row.name_status, report.after);
+}
+
 int insert_media_row(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
-  const int code = insert(session, row, number, parent);
+  const int code = insert(session, row, {number, parent});
   if (code != SQLITE_OK)
     std::fprintf(stderr, "Corvexal: cannot add %s: %s\n", row.file.path.c_str(), session.db.error_text());
   return code;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <ctime>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "catalogue/media_types.h"
@@ -41,9 +42,19 @@ struct MediaRow {
   ImageProbe photo;
 };
 
-// Gathers a row from a file of any kind but MediaKind::kOther: reads what belongs to its kind, then converts
-// folder and name to UTF-8. Absent for a photo whose format is not recognised.
+// Gathers a row from a file of any kind but MediaKind::kOther: converts folder and name to UTF-8, then reads
+// what belongs to its kind. Absent for a photo whose format is not recognised.
 [[nodiscard]] std::optional<MediaRow> read_media_row(Session& session, MediaFile file);
+
+// How a caller words, for one kind of file, that the name could not be converted: around the status.
+struct ConversionReport {
+  MediaKind kind;
+  const char *before, *after;
+};
+
+// Prints the conversions' statuses that are not 0: that of a song's folder, then that of the name in the
+// caller's words. A kind that is missing in `reports` says nothing.
+void report_conversions(const MediaRow& row, std::span<const ConversionReport> reports);
 
 // Writes a row with the given row number and parent identifier. It takes its class's next object identifier,
 // which is used up even when the insert fails. Returns SQLite's result code; a failure is said on standard

@@ -33,7 +33,8 @@ constexpr MediaType kMediaTypes[] = {
     {".lpcm", "audio/L16", MediaKind::kMusic},
     {".mp1", "audio/mpeg", MediaKind::kMusic},
     {".mpa", "audio/mpeg", MediaKind::kMusic},
-    {".flac", "audio/mpeg", MediaKind::kMusic},  // one MIME type for all of these, as readers know it
+    {".flac", "audio/mpeg",
+     MediaKind::kMusic},  // clients of the catalogue know all of these by one MIME type
     {".aac", "audio/mpeg", MediaKind::kMusic},
     {".m4a", "audio/mpeg", MediaKind::kMusic},
     {".ape", "audio/mpeg", MediaKind::kMusic},
@@ -63,18 +64,20 @@ static_assert(std::size(kMediaTypes) == 43);
 
 struct RemovalType {
   std::string_view extension;
-  int media_class;
+  MediaClass media_class;
 };
 
 constexpr RemovalType kRemovalTypes[] = {
-    {".mp3", kMusicClass},  {".wav", kMusicClass},   {".lpcm", kMusicClass}, {".pcm", kMusicClass},
-    {".wma", kMusicClass},  {".mp2", kMusicClass},   {".mp1", kMusicClass},  {".mpa", kMusicClass},
-    {".aif", kMusicClass},  {".aiff", kMusicClass},  {".m3u", kMusicClass},  {".pls", kMusicClass},
-    {".ogg", kMusicClass},  {".aac", kMusicClass},   {".mpg", kVideoClass},  {".mpeg", kVideoClass},
-    {".dat", kVideoClass},  {".mpeg2", kVideoClass}, {".mp4", kVideoClass},  {".avi", kVideoClass},
-    {".vob", kVideoClass},  {".wmv", kVideoClass},   {".mov", kVideoClass},  {".jpg", kPhotoClass},
-    {".jpeg", kPhotoClass}, {".tif", kPhotoClass},   {".tiff", kPhotoClass}, {".png", kPhotoClass},
-    {".gif", kPhotoClass},  {".bmp", kPhotoClass},
+    {".mp3", MediaClass::kMusic},  {".wav", MediaClass::kMusic}, {".lpcm", MediaClass::kMusic},
+    {".pcm", MediaClass::kMusic},  {".wma", MediaClass::kMusic}, {".mp2", MediaClass::kMusic},
+    {".mp1", MediaClass::kMusic},  {".mpa", MediaClass::kMusic}, {".aif", MediaClass::kMusic},
+    {".aiff", MediaClass::kMusic}, {".m3u", MediaClass::kMusic}, {".pls", MediaClass::kMusic},
+    {".ogg", MediaClass::kMusic},  {".aac", MediaClass::kMusic}, {".mpg", MediaClass::kVideo},
+    {".mpeg", MediaClass::kVideo}, {".dat", MediaClass::kVideo}, {".mpeg2", MediaClass::kVideo},
+    {".mp4", MediaClass::kVideo},  {".avi", MediaClass::kVideo}, {".vob", MediaClass::kVideo},
+    {".wmv", MediaClass::kVideo},  {".mov", MediaClass::kVideo}, {".jpg", MediaClass::kPhoto},
+    {".jpeg", MediaClass::kPhoto}, {".tif", MediaClass::kPhoto}, {".tiff", MediaClass::kPhoto},
+    {".png", MediaClass::kPhoto},  {".gif", MediaClass::kPhoto}, {".bmp", MediaClass::kPhoto},
 };
 
 template <class Table>
@@ -116,9 +119,9 @@ const char* media_table(MediaKind kind) {
   return nullptr;
 }
 
-int MediaKindForRemoval(std::string_view extension) {
+std::optional<MediaClass> media_class_for_removal(std::string_view extension) {
   const RemovalType* type = find_type(kRemovalTypes, extension);
-  return type == nullptr ? -1 : type->media_class;
+  return type == nullptr ? std::nullopt : std::optional(type->media_class);
 }
 
 }  // namespace corvexal

@@ -6,7 +6,7 @@
 namespace corvexal {
 
 // The class of a file, decided by its extension.
-enum class MediaKind { kOther = 0, kPhoto = 1, kVideo = 2, kMusic = 3, kPlaylist = 4, kSubtitle = 5 };
+enum class MediaKind { kOther, kPhoto, kVideo, kMusic, kPlaylist, kSubtitle };
 
 // The extension of a path, from its last "." on, as adding and scanning take it; absent when there is no "."
 // or 6 or more characters follow it.
@@ -20,10 +20,10 @@ enum class MediaKind { kOther = 0, kPhoto = 1, kVideo = 2, kMusic = 3, kPlaylist
 [[nodiscard]] const char* media_table(MediaKind kind);
 
 // The classes by which removal and the sort tables go.
-inline constexpr int kMusicClass = 1, kVideoClass = 2, kPhotoClass = 3;
+enum class MediaClass { kMusic, kVideo, kPhoto };
 
-// The class that removal looks for an extension (dot included) in; -1 when it cannot be removed. The list is
-// its own: some extensions can be removed that are never added, and the reverse.
-[[nodiscard]] int MediaKindForRemoval(std::string_view extension);
+// The class that removal looks for an extension (dot included) in; absent when it cannot be removed. The list
+// is its own: some extensions can be removed that are never added, and the reverse.
+[[nodiscard]] std::optional<MediaClass> media_class_for_removal(std::string_view extension);
 
 }  // namespace corvexal

@@ -30,7 +30,7 @@ int SaveObjectIds(Database& db, const ObjectIds& ids) {
   };
   int result = SQLITE_OK;
   for (const auto& counter : counters)
-    result = db.exec("insert into record_objid_tbl values (\"%s\",\"%llu\");", counter.name, counter.value);
+    result = db.exec(R"(insert into record_objid_tbl values ("%s","%llu");)", counter.name, counter.value);
   return result;
 }
 

@@ -4,17 +4,9 @@
 
 namespace corvexal {
 
-int CopySharePrefix(const ConfigRecord& config, std::string& prefix, int mode) {
-  if (mode == 1) return 1;
-  if (config.sharepath.empty()) return 0;
-  prefix = config.sharepath.substr(0, 3);
-  return 1;
-}
-
-int depth_below_share(const ConfigRecord& config, std::string_view path, int mode) {
-  std::string prefix;
-  CopySharePrefix(config, prefix, mode);
-  return PathDepthOf(path) - PathDepthOf(prefix);
+int depth_below_share(std::string_view share_path, std::string_view path) {
+  constexpr std::size_t kComparedCharacters = 3;
+  return PathDepthOf(path) - PathDepthOf(share_path.substr(0, kComparedCharacters));
 }
 
 }  // namespace corvexal

@@ -1,9 +1,12 @@
 #include "catalogue/playlists.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -97,7 +100,7 @@ class SongList {
  private:
   static constexpr int kMostSongs = 256;
   static constexpr const char* kQuery =
-      "select No from music_tbl where Real_Path=\"%s\" AND Real_fname=\"%s\";";
+      R"(select No from music_tbl where Real_Path="%s" AND Real_fname="%s";)";
 
   void report_missing(const std::string& entry, const EntryKind& kind) const {
     std::printf("%dCan't find [%s] in m3u[%s]\n", kind.missing, entry.c_str(), playlist_.path().c_str());
@@ -153,7 +156,7 @@ struct PlaylistFormat {
 
 constexpr PlaylistFormat kFormats[] = {
     {.select = "select No,Real_Path,Real_fname from music_tbl where EXT_fname =='m3u';",
-     .update = "update music_tbl set PlsFile = \"%s\" where No =='%d';",
+     .update = R"(update music_tbl set PlsFile = "%s" where No =='%d';)",
      .read = read_m3u,
      .in_transaction = true,
      .unreadable = 1,
@@ -176,9 +179,15 @@ std::optional<std::vector<Playlist>> playlists_of(Database& db, const PlaylistFo
   return std::nullopt;
 }
 
+// A folder where a row points counts as an empty playlist.
+bool is_readable_folder(const std::string& path) {
+  std::error_code ignored;
+  return std::filesystem::is_directory(path, ignored) && access(path.c_str(), R_OK) == 0;
+}
+
 bool parse(Database& db, const PlaylistFormat& format, const Playlist& playlist) {
   Lines lines(playlist.path());
-  if (!lines) {
+  if (!lines && !is_readable_folder(playlist.path())) {
     std::printf("parser_playlist():Open [%s] fail\n", playlist.path().c_str());
     return false;
   }

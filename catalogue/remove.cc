@@ -1,5 +1,7 @@
 #include "catalogue/remove.h"
 
+#include <optional>
+
 #include "base/paths.h"
 #include "catalogue/media_types.h"
 #include "catalogue/sort_tables.h"
@@ -11,7 +13,7 @@ namespace {
 int delete_rows(Database& db, const char* table, const std::string& path) {
   std::string folder;
   GetParentDirectory(path, folder);
-  const int code = db.exec("DELETE FROM %s where UTF_Path = \"%s\" AND UTF_fname= \"%s\" ", table, folder,
+  const int code = db.exec(R"(DELETE FROM %s where UTF_Path = "%s" AND UTF_fname= "%s" )", table, folder,
                            GetFileName(path));
   return code == SQLITE_OK ? 0 : -1;
 }
@@ -31,23 +33,22 @@ int DelVideoEntry2(Database& db, const std::string& path) {
 }
 
 int RemoveMediaFile(Session& session, const std::string& path, Rebuild rebuild) {
-  const int media_class = MediaKindForRemoval(GetFileExtension(path, ""));
+  const std::optional<MediaClass> media_class = media_class_for_removal(GetFileExtension(path, ""));
+  if (!media_class) return -1;
   const std::string utf8_path = session.names.to_utf8(path).text.value_or(path);
-  switch (media_class) {
-    case kMusicClass:
+  switch (*media_class) {
+    case MediaClass::kMusic:
       DelAudioEntry2(session.db, utf8_path);
       session.playlist_pending = true;
       break;
-    case kVideoClass:
+    case MediaClass::kVideo:
       DelVideoEntry2(session.db, utf8_path);
       break;
-    case kPhotoClass:
+    case MediaClass::kPhoto:
       DelImageEntry2(session.db, utf8_path);
       break;
-    default:
-      return -1;
   }
-  if (rebuild == Rebuild::kNow) RebuildSortTables(session, media_class);
+  if (rebuild == Rebuild::kNow) RebuildSortTables(session, *media_class);
   return 0;
 }
 

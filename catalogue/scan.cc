@@ -21,25 +21,18 @@ namespace {
 
 constexpr std::size_t kFullPathLimit = 512;
 
-struct ScanFolderNode {
-  std::string path;
-  int depth;
-};
-
-std::deque<ScanFolderNode> scan_queue;
-
-bool writes_catalogue(unsigned mode) {
-  return mode == kScanBothStores || mode == kScanFolderRowsToo;
+bool writes_catalogue(ScanMode mode) {
+  return mode != ScanMode::kSongStore;
 }
-bool writes_song_store(unsigned mode) {
-  return mode == kScanBothStores || mode == kScanSongStore;
+bool writes_song_store(ScanMode mode) {
+  return mode != ScanMode::kFolderRows;
 }
 
 // Writes the row of a folder; `path_for_parent` is its path without the trailing "/".
 bool insert_folder_row(Session& session, const std::string& folder, const std::string& path_for_parent,
                        int depth) {
   constexpr const char* kInsert =
-      "insert into path_objid_tbl values (\"%s\",\"%llu\",\"%llu\",\"%d\",\"%d\",\"%d\",\"%d\");";
+      R"(insert into path_objid_tbl values ("%s","%llu","%llu","%d","%d","%d","%d");)";
   session.ids.media_path_parid = depth != 0 ? get_parid(session.db, session.ids, path_for_parent) : 0;
   const std::uint64_t objid = session.ids.media_path_objid, parid = session.ids.media_path_parid;
   if (session.db.exec(kInsert, folder, objid, parid, depth, 0, 0, 0) == SQLITE_OK) return true;
@@ -63,22 +56,17 @@ struct RowNumbers {
   }
 };
 
-void report_conversions(const MediaRow& row) {
-  const MediaKind kind = row.file.kind;
-  if (kind == MediaKind::kMusic && row.folder_status != 0) std::printf("1ret = %d\n", row.folder_status);
-  if (row.name_status == 0) return;
-  if (kind == MediaKind::kMusic) std::printf("2ret = %d\n", row.name_status);
-  if (kind == MediaKind::kPhoto) std::printf("3ret = %d\n", row.name_status);
-  if (kind == MediaKind::kVideo) std::printf("4ret = %d\n", row.name_status);
-  if (kind == MediaKind::kPlaylist) std::printf("5ret = %d\n", row.name_status);
-}
+constexpr ConversionReport kReports[] = {{MediaKind::kMusic, "2ret = ", ""},
+                                         {MediaKind::kPhoto, "3ret = ", ""},
+                                         {MediaKind::kVideo, "4ret = ", ""},
+                                         {MediaKind::kPlaylist, "5ret = ", ""}};
 
 // Adds the file's row as the scan does: no look for a row that is there already, identifiers as the counters
 // stand, the folder's own identifier as every row's parent. False when the insert failed.
 bool add_row(Session& session, MediaFile file, RowNumbers& numbers) {
   const std::optional<MediaRow> row = read_media_row(session, std::move(file));
   if (!row) return true;
-  report_conversions(*row);
+  report_conversions(*row, kReports);
   const MediaKind kind = row->file.kind;
   std::int64_t& number = numbers.of(kind);
   if (insert_media_row(session, *row, number, session.ids.media_path_objid) != SQLITE_OK) return false;
@@ -93,23 +81,24 @@ bool add_row(Session& session, MediaFile file, RowNumbers& numbers) {
 // One folder while it is being read.
 class FolderScan {
  public:
-  FolderScan(Session& session, const std::string& folder, int depth, unsigned mode)
-      : session_(session), folder_(folder), depth_(depth), mode_(mode) {
+  FolderScan(Session& session, const ScanFolder& folder, ScanMode mode, std::deque<ScanFolder>& queue)
+      : session_(session), folder_(folder), mode_(mode), queue_(queue) {
     if (writes_catalogue(mode)) numbers_.emplace(session.db);
   }
 
   // Handles one entry; false when its row could not be written.
   bool handle(std::string_view name) {
-    if (folder_.size() + name.size() >= kFullPathLimit) return true;
-    const std::string path = folder_ + std::string(name);
+    if (folder_.path.size() + name.size() >= kFullPathLimit) return true;
+    const std::string path = folder_.path + std::string(name);
     look_at(path);
-    if (S_ISDIR(status_.st_mode)) PushScanFolder(path + '/', depth_ + 1);
+    if (S_ISDIR(status_.st_mode)) queue_.push_back({path + '/', folder_.depth + 1});
     if (!S_ISREG(status_.st_mode)) return true;
     return handle_file(path, name);
   }
 
  private:
-  // An entry that cannot be looked at goes by what was seen of the entry before it: readers know such rows.
+  // An entry that cannot be looked at goes by what was seen of the entry before it: clients of the catalogue
+  // know such rows.
   void look_at(const std::string& path) {
     struct stat status {};
     const int result = lstat(path.c_str(), &status);
@@ -127,13 +116,13 @@ class FolderScan {
     file.kind = media_kind(*extension);
     if (file.kind == MediaKind::kOther) return true;
     file.path = path;
-    file.folder = folder_;
+    file.folder = folder_.path;
     file.name = name;
     file.extension = extension->substr(1);
     StringToLower(file.extension);
     file.modified = status_.st_mtime;
     file.size = static_cast<std::uint64_t>(status_.st_size);
-    file.depth = depth_;
+    file.depth = folder_.depth;
 
     const bool is_music = file.kind == MediaKind::kMusic;
     if (numbers_ && !add_row(session_, std::move(file), *numbers_)) return false;
@@ -143,34 +132,22 @@ class FolderScan {
   }
 
   Session& session_;
-  const std::string& folder_;
-  int depth_;
-  unsigned mode_;
+  const ScanFolder& folder_;
+  ScanMode mode_;
+  std::deque<ScanFolder>& queue_;
   std::optional<RowNumbers> numbers_;
   struct stat status_ {};
 };
 
 }  // namespace
 
-void PushScanFolder(std::string folder, int depth) {
-  scan_queue.push_back({std::move(folder), depth});
-}
-
-int PopScanFolder(std::string& folder, int& depth) {
-  if (scan_queue.empty()) return 0;
-  folder = std::move(scan_queue.front().path);
-  depth = scan_queue.front().depth;
-  scan_queue.pop_front();
-  return 1;
-}
-
-int ScanMusic(Session& session, const std::string& folder, int depth, unsigned mode) {
-  const FolderEntries entries(folder);
+int ScanMusic(Session& session, const ScanFolder& folder, ScanMode mode, std::deque<ScanFolder>& queue) {
+  const FolderEntries entries(folder.path);
   if (entries.listed() < 1) return 1;
-  FolderScan scan(session, folder, depth, mode);
-  if (mode == kScanFolderRowsToo) {
-    const std::string without_slash = folder.ends_with('/') ? folder.substr(0, folder.size() - 1) : folder;
-    if (!insert_folder_row(session, folder, without_slash, depth)) return 0;
+  FolderScan scan(session, folder, mode, queue);
+  if (mode == ScanMode::kFolderRows) {
+    const std::size_t length = folder.path.size() - (folder.path.ends_with('/') ? 1 : 0);
+    if (!insert_folder_row(session, folder.path, folder.path.substr(0, length), folder.depth)) return 0;
   }
   for (std::size_t i = 0; i < entries.size(); ++i)
     if (!scan.handle(entries[i])) return 0;
@@ -178,16 +155,20 @@ int ScanMusic(Session& session, const std::string& folder, int depth, unsigned m
   return 1;
 }
 
-void ScanMediaDirectory(Session& session, const std::string& folder, unsigned mode) {
-  std::string current = folder + '/';
-  int depth = depth_below_share(session.config, current, static_cast<int>(mode));
-  if (mode == kScanFolderRowsToo) {
-    insert_folder_row(session, folder, folder, depth);
+void ScanMediaDirectory(Session& session, const std::string& folder, ScanMode mode) {
+  ScanFolder current{folder + '/', 0};
+  current.depth = depth_below_share(session.config.sharepath, current.path);
+  if (mode == ScanMode::kFolderRows) {
+    insert_folder_row(session, folder, folder, current.depth);
     return;
   }
-  if (ScanMusic(session, current, depth, mode) == 0) std::puts("1scan file fail");
-  while (!session.db.lost_work() && PopScanFolder(current, depth) == 1)
-    if (ScanMusic(session, current, depth, mode) == 0) std::puts("2scan file fail");
+  std::deque<ScanFolder> queue;
+  if (ScanMusic(session, current, mode, queue) == 0) std::puts("1scan file fail");
+  while (!session.db.lost_work() && !queue.empty()) {
+    current = std::move(queue.front());
+    queue.pop_front();
+    if (ScanMusic(session, current, mode, queue) == 0) std::puts("2scan file fail");
+  }
 }
 
 }  // namespace corvexal

@@ -32,15 +32,15 @@ TEST(Session, DoesNotKnowOfAnotherInTheSameProcess) {
   Device one("BIG5"), other("no such set");
   EXPECT_NE(one.session.db.exec("no statement;"), SQLITE_OK);
   EXPECT_STREQ(other.session.db.error_text(), "");
-  ScanMediaDirectory(one.session, one.mount.path() + "/share", kScanBothStores);
+  ScanMediaDirectory(one.session, one.mount.path() + "/share", ScanMode::kBothStores);
   EXPECT_EQ(other.song(), "none");
   EXPECT_FALSE(other.session.playlist_pending);
   EXPECT_EQ(other.session.songs.songs_added(), 0U);
-  ScanMediaDirectory(other.session, other.mount.path() + "/share", kScanBothStores);
+  ScanMediaDirectory(other.session, other.mount.path() + "/share", ScanMode::kBothStores);
   other.session.db.close();
   other.session.songs.close();
   EXPECT_EQ(one.song(), "中.mp3 3000000000001 1");
-  ScanMediaDirectory(one.session, one.mount.path() + "/share", kScanSongStore);
+  ScanMediaDirectory(one.session, one.mount.path() + "/share", ScanMode::kSongStore);
   EXPECT_EQ(one.session.songs.songs_added(), 2U);
   EXPECT_EQ(other.session.songs.songs_added(), 1U);
   EXPECT_EQ(other.session.db.open(catalogue_path(other.mount.path())), SQLITE_OK);
