@@ -24,8 +24,8 @@ bool looks_for(Stage stage, std::uint8_t code) {
   return true;
 }
 
-// Takes a start code that the stage looks for; true when it is the one to stop at.
-bool take(Stage stage, std::uint8_t code, std::uint64_t offset, MpegHeaders& headers) {
+// Notes a start code that the stage looks for; true when it is the one to stop at.
+bool note(Stage stage, std::uint8_t code, std::uint64_t offset, MpegHeaders& headers) {
   if (stage == Stage::sequence) {
     headers.sequence = offset;
     return true;
@@ -41,7 +41,7 @@ bool take(Stage stage, std::uint8_t code, std::uint64_t offset, MpegHeaders& hea
 }
 
 // Scans a block of more than four bytes, which begins at `offset` of the file, up to what its stage is to
-// stop at. Returns the index to go on from: behind that start code, or at the last four bytes, which the next
+// stop at. Returns the index to go on from: after that start code, or at the last four bytes, which the next
 // block begins with.
 std::size_t scan_block(Bytes block, std::uint64_t offset, MpegHeaders& headers) {
   const Stage stage = stage_of(headers);
@@ -52,7 +52,7 @@ std::size_t scan_block(Bytes block, std::uint64_t offset, MpegHeaders& headers) 
       ++i;
       continue;
     }
-    const bool found = take(stage, *code, offset + i, headers);
+    const bool found = note(stage, *code, offset + i, headers);
     i += kStartCodeSize;
     if (found) break;
   }
@@ -65,12 +65,8 @@ int find_mpeg_headers(File& file, const std::string& path, MpegHeaders& headers)
   std::array<std::uint8_t, kMpegBlockSize> block{};
   for (std::uint64_t offset = 0;;) {
     const std::size_t size = file.read_at(offset, block);
-    if (size < block.size() && file.failed()) {
-      std::printf("\nEnd of file1(%s)\n", path.c_str());
-      return -1;
-    }
-    if (size < kSmallestBlock) {  // read_at has tried again already
-      std::printf("\nEnd of file2(%s)\n", path.c_str());
+    if (size < kSmallestBlock) {  // bytes that came before a read failed are scanned first
+      std::printf("\nEnd of file%d(%s)\n", size == 0 && file.failed() ? 1 : 2, path.c_str());
       return -1;
     }
     const std::size_t scanned = scan_block(Bytes(block).first(size), offset, headers);

@@ -16,7 +16,7 @@ constexpr std::uint32_t kMarker = 0x80000;
 // Adds up runs of time codes that follow each other closely, so that spliced recordings count each part.
 class PlayingTime {
  public:
-  void take(std::int32_t seconds) {
+  void add(std::int32_t seconds) {
     if (current_ == 0) first_ = current_ = seconds;
     if (seconds > current_ && seconds < current_ + kGap) current_ = seconds;
     if (run_is_open() && std::abs(seconds - current_) >= kGap) {
@@ -37,17 +37,17 @@ class PlayingTime {
   std::int32_t first_ = 0, current_ = 0;
 };
 
-void take_time_code(std::uint32_t code, PlayingTime& time) {
+void parse_time_code(std::uint32_t code, PlayingTime& time) {
   const auto bits = [code](int lowest, std::uint32_t mask) {
     return static_cast<std::int32_t>(code >> lowest & mask);
   };
   const std::int32_t hours = bits(26, 0x1F), minutes = bits(20, 0x3F), seconds = bits(13, 0x3F);
-  if (minutes < 60 && seconds < 60) time.take((hours * 60 + minutes) * 60 + seconds);
+  if (minutes < 60 && seconds < 60) time.add((hours * 60 + minutes) * 60 + seconds);
 }
 
-// Takes the groups of pictures that lie in the block wholly and outside the jumps. Returns the index to go on
-// from, which may lie far behind the block; at least 1 for a block of eight bytes or more.
-std::uint64_t take_groups(Bytes block, std::uint64_t jump, PlayingTime& time) {
+// Parses the groups of pictures that lie in the block wholly and outside the jumps. Returns the index to go
+// on from, which may lie far after the block; at least 1 for a block of eight bytes or more.
+std::uint64_t parse_groups(Bytes block, std::uint64_t jump, PlayingTime& time) {
   std::uint64_t i = 0;
   while (i + kGroupSize <= block.size()) {
     const Bytes group = block.subspan(static_cast<std::size_t>(i), kGroupSize);
@@ -60,10 +60,16 @@ std::uint64_t take_groups(Bytes block, std::uint64_t jump, PlayingTime& time) {
       i += kStartCodeSize;
       continue;
     }
-    take_time_code(code, time);
+    parse_time_code(code, time);
     i += kGroupSize + jump;
   }
   return i;
+}
+
+int read_error(const std::string& path) {
+  std::perror("read");
+  std::printf("\nRead error10(%s)\n", path.c_str());
+  return -1;
 }
 
 }  // namespace
@@ -73,14 +79,11 @@ std::int32_t mpeg_playing_time(File& file, const std::string& path, std::uint64_
   std::array<std::uint8_t, kMpegBlockSize> block{};
   for (std::uint64_t offset = 0;;) {
     const std::size_t size = file.read_at(offset, block);
-    if (size < block.size() && file.failed()) {
-      std::perror("read");
-      std::printf("\nRead error10(%s)\n", path.c_str());
-      result = -1;
+    if (size < kGroupSize) {
+      if (file.failed() && offset + size < file.size()) result = read_error(path);
       break;
     }
-    if (size < kGroupSize) break;
-    offset += take_groups(Bytes(block).first(size), jump, time);
+    offset += parse_groups(Bytes(block).first(size), jump, time);
   }
   return saturated(time.total());
 }

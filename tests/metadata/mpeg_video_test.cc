@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/metadata/failing_reads.h"
 #include "tests/metadata/tables.h"
 
 namespace corvexal {
@@ -17,9 +18,9 @@ using testing::Row;
 const std::string kSequence = "\0\0\1\xB3\x16\x01\x20\x83\x01\xF4\x3F\xFF"s,
                   kGroup = "\0\0\1\xB8\0\x08\0\x40"s;
 
-Row row_of(const std::string& name, const VideoInfo& info) {
-  return testing::row_of(name, info.width, info.height, info.frame_rate, info.mpeg_version, info.video_format,
-                         info.duration);
+Row row_of(const std::string& name, const std::string& bytes, const VideoInfo& info) {
+  return testing::row_of(name, bytes, info.width, info.height, info.frame_rate, info.mpeg_version,
+                         info.video_format, info.duration);
 }
 
 class MpegVideo : public ::testing::Test {
@@ -41,8 +42,8 @@ class MpegVideo : public ::testing::Test {
 
 TEST_F(MpegVideo, ReadsHeadersAndMeasuresThePlayingTime) {
   for (const Row& row : testing::table("mpeg_video")) {
-    const std::string video = testing::sample("../" + row[0]);
-    EXPECT_EQ(row_of(row[0], probe(video)), row);
+    const std::string video = testing::file_of(row, folder);
+    EXPECT_EQ(row_of(row[0], row[1], probe(video)), row);
     EXPECT_EQ(probe(video, kAskDuration + 1).duration, 0) << row[0];
     EXPECT_EQ(result, 0) << row[0];
   }
@@ -75,7 +76,19 @@ TEST_F(MpegVideo, SearchesALimitedPart) {
   // Headers across the borders of the blocks of 4096 bytes.
   for (std::string gap(4076, '\0'); gap.size() < 4100; gap += '\0') {
     folder.write("video.mpg", std::string(gap).append(kSequence).append(gap).append(kGroup));
-    EXPECT_EQ(row_of("", probe(path)), (Row{"", "352", "288", "3", "1", "1", "0"})) << gap.size();
+    EXPECT_EQ(row_of("", "", probe(path)), (Row{"", "", "352", "288", "3", "1", "1", "0"})) << gap.size();
+  }
+}
+
+TEST_F(MpegVideo, UsesWhatCameBeforeAFailedRead) {
+  for (const Row& row : testing::table("mpeg_failed_reads")) {
+    const std::string name = folder.write("video.mpg", row[0]);
+    const testing::FailingReads failing(std::stoi(row[1]));
+    testing::CapturedOutput error(2);
+    const VideoInfo info = probe(name);
+    EXPECT_EQ(testing::row_of(row[0], row[1], info.width, info.duration, result,
+                              output.substr(0, output.find('(')), error.text()),
+              row);
   }
 }
 

@@ -9,19 +9,42 @@
 #include <vector>
 
 #include "metadata/song_info.h"
+#include "tests/support/bytes.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal::testing {
 
 using Row = std::vector<std::string>;
 
-// A cell without the spaces around it and with the bytes that it writes as %XX.
+// The bytes that a cell writes up to `end`: %XX is one, <...>N is N times what is between, and [...] an atom
+// of an MPEG-4 file, whose size is put before what is between.
+inline std::string bytes_until(char end, std::istream& cell) {
+  std::string bytes;
+  for (char c = 0; cell.get(c) && c != end;) {
+    if (c == '%') {
+      char digits[3] = {};
+      cell.read(digits, 2);
+      bytes += static_cast<char>(std::stoi(digits, nullptr, 16));
+    } else if (c == '<') {
+      const std::string once = bytes_until('>', cell);
+      int count = 0;
+      for (cell >> count; count > 0; --count) bytes += once;
+    } else if (c == '[') {
+      const std::string atom = bytes_until(']', cell);
+      bytes += be(atom.size() + 4, 4) + atom;
+    } else {
+      bytes += c;
+    }
+  }
+  return bytes;
+}
+
+// A cell's bytes, without the spaces around it.
 inline std::string cell(std::string text) {
   text.erase(0, text.find_first_not_of(' '));
   text.erase(text.find_last_not_of(' ') + 1);
-  for (std::size_t at = 0; (at = text.find('%', at)) != std::string::npos; ++at)
-    text.replace(at, 3, 1, static_cast<char>(std::stoi(text.substr(at + 1, 2), nullptr, 16)));
-  return text;
+  std::istringstream bytes(text);
+  return bytes_until('\0', bytes);
 }
 
 // The rows of tests/metadata/tables/<name>: what is to be made of what. A "#" begins a comment.
@@ -36,6 +59,11 @@ inline std::vector<Row> table(const std::string& name) {
   }
   if (rows.empty()) throw std::runtime_error("no table " + name);
   return rows;
+}
+
+// The file that a row begins with: a sample, or a name and the bytes that the folder gets under it.
+inline std::string file_of(const Row& row, const TestFolder& folder) {
+  return row[0].starts_with("samples/") ? sample("../" + row[0]) : folder.write(row[0], row[1]);
 }
 
 inline std::string shown(const Text& text) {
