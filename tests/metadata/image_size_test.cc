@@ -12,7 +12,6 @@ namespace corvexal {
 namespace {
 
 using namespace std::string_literals;
-using testing::sample;
 
 using Fields = std::array<std::int32_t, 3>;                 // width, height, depth
 constexpr std::int32_t kKept = 7777;                        // what stands in a field before the file is read
@@ -49,22 +48,23 @@ TEST_F(ImageSize, RecognisesTheTypeByTheFirstTenBytes) {
 
 TEST_F(ImageSize, ReadsTheHeaders) {
   for (const testing::Row& row : testing::table("image_size")) {
-    ImageProbe image{sample("../" + row[0])};
+    ImageProbe image{testing::file_of(row, folder)};
     EXPECT_EQ(get_img_size(image), 1) << row[0];
-    EXPECT_EQ(testing::row_of(row[0], image.image_type, image.width, image.height, image.color_depth), row);
+    EXPECT_EQ(testing::row_of(row[0], row[1], image.image_type, image.width, image.height, image.color_depth),
+              row);
   }
 }
 
 TEST_F(ImageSize, TakesFromADamagedFileWhatIsWhole) {
   const testing::CapturedOutput unwanted;
   for (const testing::Row& row : testing::table("image_cuts")) {
-    const std::string whole = testing::read_file(sample("../" + row[0]));
+    const std::string whole = testing::read_file(testing::file_of(row, folder));
     const Fields fields = read(whole);
     for (const std::string& copy : testing::damaged_copies(whole)) {
       const Fields found = read(copy);
       EXPECT_EQ(probe.file_size, result == 1 ? copy.size() : 0) << row[0];
       for (std::size_t i = 0; i < 3 && copy == whole.substr(0, copy.size()); ++i)
-        EXPECT_EQ(found[i], copy.size() < std::stoul(row[i + 1]) ? kKept : fields[i])
+        EXPECT_EQ(found[i], copy.size() < std::stoul(row[i + 2]) ? kKept : fields[i])
             << row[0] << copy.size();
     }
   }

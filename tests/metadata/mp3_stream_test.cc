@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 
+#include "base/log.h"
 #include "tests/metadata/id3_bytes.h"
 #include "tests/metadata/tables.h"
 
@@ -44,12 +45,31 @@ TEST_F(Mp3Stream, KnowsEveryVersionAndLayer) {
 
 TEST_F(Mp3Stream, FindsAndMeasuresFrames) {
   for (const Row& row : testing::table("mp3_stream")) {
-    EXPECT_EQ(scan_file(testing::sample("../" + row[0])), Row(row.begin() + 1, row.end())) << row[0];
+    EXPECT_EQ(scan_file(testing::file_of(row, folder)), Row(row.begin() + 2, row.end())) << row[0];
     EXPECT_EQ(result, 0) << row[0];
   }
   // The search looks at 975 bytes a block.
   for (const std::size_t junk : {973U, 974U, 975U, 976U, 1949U, 1950U})
     EXPECT_EQ(scan(zeros(junk) + repeated(k128, 20)), (Row{"128", "44100", "521"})) << junk;
+}
+
+TEST_F(Mp3Stream, TellsItsSearchInTheLog) {
+  // What is written for the readers' category, or for all others.
+  const auto logged = [&](const Row& row, int level, std::uint32_t categories) {
+    testing::CapturedOutput log(2);
+    log_level = level;
+    log_categories = categories;
+    scan_file(row[0] == "missing.mp3" ? row[0] : folder.write("song.mp3", row[1]));
+    log_level = 0;
+    std::string text = log.text();
+    for (std::size_t at = 0; (at = text.find(folder.path() + "/")) != std::string::npos;)
+      text.erase(at, folder.path().size() + 1);
+    return text;
+  };
+  for (const Row& row : testing::table("mp3_logs")) {
+    EXPECT_EQ(logged(row, std::stoi(row[2]), 8), row[3]) << row[0];
+    EXPECT_EQ(logged(row, 9, ~8U), "") << row[0];
+  }
 }
 
 TEST_F(Mp3Stream, KeepsALengthThatIsKnownAndEachFieldsRange) {

@@ -13,23 +13,25 @@ using testing::Row;
 using testing::row_of;
 
 TEST(Mp4, ReadsTheItems) {
+  const testing::TestFolder folder;
   for (const Row& row : testing::table("mp4_tags")) {
     SongInfo song;
-    EXPECT_EQ(mp4_scan_tags(testing::sample("../" + row[0]), song), 0) << row[0];
-    EXPECT_EQ(row_of(row[0], song.title, song.artist, song.album, song.genre, song.comment, song.composer,
-                     song.grouping, song.year, song.track, song.total_tracks, song.disc, song.total_discs,
-                     song.bpm, song.compilation),
+    EXPECT_EQ(mp4_scan_tags(testing::file_of(row, folder), song), 0) << row[0];
+    EXPECT_EQ(row_of(row[0], row[1], song.title, song.artist, song.album, song.genre, song.comment,
+                     song.composer, song.grouping, song.year, song.track, song.total_tracks, song.disc,
+                     song.total_discs, song.bpm, song.compilation),
               row);
   }
 }
 
 TEST(Mp4, MeasuresTheStream) {
+  const testing::TestFolder folder;
   for (const Row& row : testing::table("mp4_info")) {
     SongInfo song;
-    EXPECT_EQ(mp4_scan_info(testing::sample("../" + row[0]), song), 0) << row[0];
-    EXPECT_EQ(
-        row_of(row[0], song.song_length, song.samplerate, song.bitrate, song.time_added, song.time_modified),
-        row);
+    EXPECT_EQ(mp4_scan_info(testing::file_of(row, folder), song), 0) << row[0];
+    EXPECT_EQ(row_of(row[0], row[1], song.song_length, song.samplerate, song.bitrate, song.time_added,
+                     song.time_modified),
+              row);
   }
 }
 
