@@ -10,7 +10,7 @@
 
 namespace corvexal {
 
-// A regular file seen through one block of memory: what a reader costs does not depend on the file's size,
+// A regular file seen through one block of memory: what reading it costs does not depend on the file's size,
 // and small steps through the file do not each cost a system call.
 class FileWindow {
  public:
@@ -21,14 +21,14 @@ class FileWindow {
 
   explicit operator bool() const { return static_cast<bool>(file_); }
 
-  // Size in bytes when the file was opened. Nothing is read behind it, so a growing file ends too.
+  // Size in bytes when the file was opened. Nothing is read after it, so a growing file ends too.
   [[nodiscard]] std::uint64_t file_size() const { return file_.size(); }
 
   // The first offset from `offset` on that lies in no hole of the file (base/file.h).
   [[nodiscard]] std::uint64_t next_data(std::uint64_t offset) const { return file_.next_data(offset); }
 
   // The `count` bytes, at most kSize, from `offset` on: fewer where the file ends or cannot be read, none
-  // behind its end. The view holds until the next call.
+  // after its end. The view holds until the next call.
   [[nodiscard]] Bytes at(std::uint64_t offset, std::size_t count);
 
  private:

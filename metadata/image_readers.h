@@ -9,8 +9,7 @@
 #include "metadata/file_window.h"
 #include "metadata/image_size.h"
 
-// What get_img_size is made of: one reader a format. Each takes what the file's headers give into the probe
-// and leaves the other fields as they are.
+// One reader a format. Each sets the fields of the probe that the file's headers give and leaves the others.
 
 namespace corvexal {
 
@@ -34,8 +33,8 @@ void read_tiff(FileWindow& file, ImageProbe& probe);
 }
 
 // Sets `field` to the number of `size` bytes at `offset`, when all of them are in the file.
-inline void take_number(FileWindow& file, std::uint64_t offset, std::size_t size, std::endian order,
-                        std::int32_t& field) {
+inline void parse_number(FileWindow& file, std::uint64_t offset, std::size_t size, std::endian order,
+                         std::int32_t& field) {
   const Bytes bytes = file.at(offset, size);
   if (bytes.size() == size) field = as_field(number(bytes, order));
 }

@@ -44,21 +44,6 @@ void read_image(ImageType type, FileWindow& file, ImageProbe& probe) {
 
 }  // namespace
 
-// BMP: 18 width | 22 height | 28 bits per pixel. Readers of the catalogue know the low 16 bits of width and
-// height only.
-void read_bmp(FileWindow& file, ImageProbe& probe) {
-  take_number(file, 18, 2, std::endian::little, probe.width);
-  take_number(file, 22, 2, std::endian::little, probe.height);
-  take_number(file, 28, 1, std::endian::little, probe.color_depth);
-}
-
-// GIF: 6 width | 8 height | 10 flags, whose low three bits are the colour table's depth less 1.
-void read_gif(FileWindow& file, ImageProbe& probe) {
-  take_number(file, 6, 2, std::endian::little, probe.width);
-  take_number(file, 8, 2, std::endian::little, probe.height);
-  if (const Bytes flags = file.at(10, 1); !flags.empty()) probe.color_depth = (flags[0] & 7) + 1;
-}
-
 int get_img_size(ImageProbe& probe) {
   FileWindow file(probe.path);
   if (!file) {

@@ -5,7 +5,7 @@
 
 namespace corvexal {
 
-// The image types as the catalogue's readers count them.
+// The image types and their numbers.
 enum ImageType : std::int32_t { kBmp = 0, kJpeg = 1, kGif = 2, kTiff = 3, kPng = 4 };
 
 // What is asked and told of one image. The caller sets the path and leaves the rest zero.

@@ -19,7 +19,7 @@ std::optional<Frame> frame_at(Bytes bytes) {
   return frame;
 }
 
-void take_frame(Bytes bytes, ImageProbe& probe) {
+void parse_frame(Bytes bytes, ImageProbe& probe) {
   probe.height = as_field(number(bytes.subspan(5, 2), std::endian::big));
   probe.width = as_field(number(bytes.subspan(7, 2), std::endian::big));
   probe.color_depth = bytes[9] * 8;
@@ -33,13 +33,13 @@ Bytes from_next_marker(Bytes piece) {
   return piece.subspan(static_cast<std::size_t>(static_cast<const std::uint8_t*>(marker) - piece.data()));
 }
 
-// Takes the frames that begin in the piece and lie in it wholly; true when no later one counts.
-bool take_frames(Bytes piece, ImageProbe& probe) {
+// Parses the frames that begin in the piece and lie in it wholly; true when no later one counts.
+bool parse_frames(Bytes piece, ImageProbe& probe) {
   for (piece = from_next_marker(piece); piece.size() >= kFrameSize;
        piece = from_next_marker(piece.subspan(1))) {
     const std::optional<Frame> frame = frame_at(piece);
     if (!frame) continue;
-    take_frame(piece, probe);
+    parse_frame(piece, probe);
     if (*frame == Frame::kProgressive) return true;
   }
   return false;
@@ -47,7 +47,7 @@ bool take_frames(Bytes piece, ImageProbe& probe) {
 
 }  // namespace
 
-// Every byte position of the file is looked at, not only those where a segment begins: readers of the
+// Every byte position of the file is looked at, not only those where a segment begins: clients of the
 // catalogue rely on the last baseline frame of the file, thumbnails included, or the first progressive one. A
 // frame header cut off by the end of the file is none.
 void read_jpeg(FileWindow& file, ImageProbe& probe) {
@@ -55,7 +55,7 @@ void read_jpeg(FileWindow& file, ImageProbe& probe) {
   for (std::uint64_t at = 0;; at += kPositions) {
     at = file.next_data(at);  // a hole holds no marker
     const Bytes piece = file.at(at, FileWindow::kSize);
-    if (piece.size() < kFrameSize || take_frames(piece, probe)) return;
+    if (piece.size() < kFrameSize || parse_frames(piece, probe)) return;
   }
 }
 

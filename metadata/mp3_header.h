@@ -10,8 +10,8 @@ inline constexpr std::size_t kMp3HeaderSize = 4;
 inline constexpr std::int32_t kMp3LongestFrame = 2880;  // bytes
 using Mp3HeaderBytes = std::span<const std::uint8_t, kMp3HeaderSize>;
 
-// What one MPEG audio frame header says (ISO/IEC 11172-3, 13818-3 and the 2.5 extension), and what a stream's
-// reader notes beside it.
+// What one MPEG audio frame header says (ISO/IEC 11172-3, 13818-3 and the 2.5 extension), and what is noted
+// of the stream beside it.
 struct Mp3FrameInfo {
   std::int32_t layer = 0;              // 1 to 3
   std::int32_t bitrate = 0;            // kbit/s

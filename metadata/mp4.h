@@ -4,9 +4,8 @@
 
 #include "metadata/song_info.h"
 
-// Readers of MPEG-4 audio files (ISO/IEC 14496-12 and -14) with the item list that music players write. Sizes
-// in a file are 32 bits and never trusted: one below 8, the 64-bit forms included, ends its walk, and every
-// walk ends at the end of the file. One block of the file is held at a time, and no text grows beyond 1 MiB.
+// Readers of MPEG-4 audio files (ISO/IEC 14496-12 and -14) with the item list that music players write. One
+// block of the file is held at a time, and no text grows beyond 1 MiB.
 
 namespace corvexal {
 

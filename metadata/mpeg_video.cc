@@ -25,12 +25,12 @@ constexpr std::int32_t kUnknown = -1, kPal = 1, kNtsc = 2;  // television system
 constexpr std::int32_t kVariableRate = 0x3FFFF;             // of MPEG-1
 
 // Reads headers at known places; what the file does not give is zero and makes the result -1.
-struct HeaderReader {
+struct KnownHeaders {
   File& file;
   const std::string& path;
   int result;
 
-  // A read that fails is told under the number, one that comes short under the next.
+  // Standard output tells a failed read by the number, a short one by the next.
   template <std::size_t size>
   std::array<std::uint8_t, size> read(std::uint64_t offset, int error_number) {
     std::array<std::uint8_t, size> header{};
@@ -48,7 +48,7 @@ std::int32_t system_of_aspect_ratio(int code) {
   return kUnknown;
 }
 
-void take_sequence_header(const std::array<std::uint8_t, kSequenceSize>& header, VideoInfo& info) {
+void parse_sequence_header(const std::array<std::uint8_t, kSequenceSize>& header, VideoInfo& info) {
   info.width = header[4] << 4 | header[5] >> 4;
   info.height = (header[5] & 0x0F) << 8 | header[6];
   info.frame_rate = header[7] & 0x0F;
@@ -58,14 +58,14 @@ void take_sequence_header(const std::array<std::uint8_t, kSequenceSize>& header,
   info.video_format = mpeg1 ? system_of_aspect_ratio(header[7] >> 4) : kUnknown;
 }
 
-void take_sequence_extension(const std::array<std::uint8_t, kExtensionSize>& extension, VideoInfo& info) {
+void parse_sequence_extension(const std::array<std::uint8_t, kExtensionSize>& extension, VideoInfo& info) {
   const int n = extension[9] >> 5 & 0x03, d = extension[9] & 0x1F;
   if (n != 0 || d != 0) std::printf("frame_rate_extension_n/_d %d %d\n", n, d);
   info.frame_rate = info.frame_rate * (n + 1) / (d + 1);
 }
 
-void take_display_extension(const std::array<std::uint8_t, kDisplayExtensionSize>& extension,
-                            VideoInfo& info) {
+void parse_display_extension(const std::array<std::uint8_t, kDisplayExtensionSize>& extension,
+                             VideoInfo& info) {
   if (extension[4] >> 4 == kDisplayExtension) info.video_format = extension[4] >> 1 & 0x07;
 }
 
@@ -88,8 +88,8 @@ std::int32_t system_of_frame_rate(std::int32_t frame_rate, std::int32_t height, 
   }
 }
 
-// Bytes passed over behind each group of pictures: at most a second of an MPEG-1 stream of known rate.
-std::uint64_t jump_behind_group(const VideoInfo& info) {
+// Bytes passed over after each group of pictures: at most a second of an MPEG-1 stream of known rate.
+std::uint64_t jump_after_group(const VideoInfo& info) {
   std::int32_t jump = info.width * info.height;
   if (info.mpeg_version == 1 && info.bit_rate != 0) jump = std::min(jump, info.bit_rate / 8);
   return static_cast<std::uint64_t>(jump);
@@ -104,31 +104,31 @@ int ProbeMpegVideo(const std::string& path, VideoInfo& info) {
     return -1;
   }
   MpegHeaders headers;
-  HeaderReader reader{file, path, find_mpeg_headers(file, path, headers)};
+  KnownHeaders known{file, path, find_mpeg_headers(file, path, headers)};
   info.mpeg_version = headers.version;
   if (!headers.sequence || !headers.group) return -1;
 
-  take_sequence_header(reader.read<kSequenceSize>(*headers.sequence, 1), info);
+  parse_sequence_header(known.read<kSequenceSize>(*headers.sequence, 1), info);
   if (headers.first_extension)
-    take_sequence_extension(reader.read<kExtensionSize>(*headers.first_extension, 3), info);
+    parse_sequence_extension(known.read<kExtensionSize>(*headers.first_extension, 3), info);
   if (headers.second_extension)
-    take_display_extension(reader.read<kDisplayExtensionSize>(*headers.second_extension, 5), info);
+    parse_display_extension(known.read<kDisplayExtensionSize>(*headers.second_extension, 5), info);
   if (info.video_format != kPal && info.video_format != kNtsc)
     info.video_format = system_of_frame_rate(info.frame_rate, info.height, info.video_format);
-  reader.read<kGroupSize>(*headers.group, 7);  // only to tell a file that ends within it
+  known.read<kGroupSize>(*headers.group, 7);  // only to tell a file that ends within it
 
   const bool asked = info.duration == kAskDuration;
-  info.duration = asked ? mpeg_playing_time(file, path, jump_behind_group(info), reader.result) : 0;
+  info.duration = asked ? mpeg_playing_time(file, path, jump_after_group(info), known.result) : 0;
   info.bit_rate = 0;
-  return reader.result;
+  return known.result;
 }
 
 int get_video_info(const std::string& path, VideoInfo& info) {
   const std::string_view extension = GetFileExtension(path, "");
-  const bool known =
+  const bool is_mpeg =
       std::ranges::any_of(std::array{".mpg", ".mpeg", ".mpeg2"},
                           [extension](const char* name) { return equal_ignoring_case(extension, name); });
-  return known ? ProbeMpegVideo(path, info) : -1;
+  return is_mpeg ? ProbeMpegVideo(path, info) : -1;
 }
 
 }  // namespace corvexal

@@ -19,20 +19,20 @@ struct PngDepth {
 constexpr PngDepth kPngDepths[] = {
     {2, 8, 24}, {2, 16, 48},  // RGB
     {4, 8, 16}, {4, 16, 32},  // grey with alpha
-    {6, 8, 32}, {6, 16, 48},  // RGB with alpha: 48 and not 64, as readers of the catalogue know it
+    {6, 8, 32}, {6, 16, 48},  // RGB with alpha: 48 and not 64, which clients of the catalogue rely on
 };
 
-void take_depth(std::uint8_t bit_depth, std::uint8_t colour_type, ImageProbe& probe) {
+void parse_depth(std::uint8_t bit_depth, std::uint8_t colour_type, ImageProbe& probe) {
   const bool one_sample = colour_type == 0 || colour_type == 3;  // grey, palette
   if (one_sample) probe.color_depth = bit_depth;
   for (const PngDepth& row : kPngDepths)
     if (row.colour_type == colour_type && row.bit_depth == bit_depth) probe.color_depth = row.color_depth;
 }
 
-void take_ihdr(FileWindow& file, std::uint64_t at, ImageProbe& probe) {
-  take_number(file, at, 4, std::endian::big, probe.width);
-  take_number(file, at + 4, 4, std::endian::big, probe.height);
-  if (const Bytes depth = file.at(at + 8, 2); depth.size() == 2) take_depth(depth[0], depth[1], probe);
+void parse_ihdr(FileWindow& file, std::uint64_t at, ImageProbe& probe) {
+  parse_number(file, at, 4, std::endian::big, probe.width);
+  parse_number(file, at + 4, 4, std::endian::big, probe.height);
+  if (const Bytes depth = file.at(at + 8, 2); depth.size() == 2) parse_depth(depth[0], depth[1], probe);
 }
 
 }  // namespace
@@ -44,7 +44,7 @@ void read_png(FileWindow& file, ImageProbe& probe) {
     if (head.size() < kChunkHead) return;
     const Bytes type = head.subspan(4);
     at += kChunkHead;
-    if (std::ranges::equal(type, kIhdr)) return take_ihdr(file, at, probe);
+    if (std::ranges::equal(type, kIhdr)) return parse_ihdr(file, at, probe);
     if (std::ranges::equal(type, kIend)) return;
     at += number(head.first(4), std::endian::big) + kCrcSize;
   }

@@ -36,7 +36,7 @@ Entry decode(Bytes bytes, std::endian order) {
   return entry;
 }
 
-// Adds the three samples that a BitsPerSample entry points to, as far as the file goes. Readers of the
+// Adds the three samples that a BitsPerSample entry points to, as far as the file goes. Clients of the
 // catalogue rely on big-endian samples being read without their first byte.
 void add_samples(FileWindow& file, const Entry& entry, std::endian order, ImageProbe& probe) {
   std::int64_t sum = probe.color_depth;
@@ -62,8 +62,7 @@ void read_tiff(FileWindow& file, ImageProbe& probe) {
   std::uint64_t entries = number(count, order);
   at += kCountSize;
 
-  std::optional<Entry>
-      samples;  // read behind the directory, so that its entries are one pass through the file
+  std::optional<Entry> samples;  // read after the directory, which is then one pass through the file
   for (int found = 0; entries > 0 && found < kWantedTags; --entries, at += kEntrySize) {
     const Bytes bytes = file.at(at, kEntrySize);
     if (bytes.size() < kEntrySize) break;

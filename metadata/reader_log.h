@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+
+// The levels and the category of err_log under which the readers of MP3 files report.
+
+namespace corvexal {
+
+inline constexpr int kStreamFailure = 1, kFileFailure = 2, kVerbose = 9;
+inline constexpr std::uint32_t kReaders = 8;
+
+}  // namespace corvexal

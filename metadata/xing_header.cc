@@ -1,0 +1,36 @@
+#include "metadata/xing_header.h"
+
+#include <cstdint>
+#include <string_view>
+
+#include "base/log.h"
+#include "base/text.h"
+#include "metadata/reader_log.h"
+
+namespace corvexal {
+namespace {
+
+constexpr std::string_view kName = "XING";
+
+Bytes xing_header(Bytes bytes, std::size_t index, const Mp3FrameInfo& info) {
+  return bytes.subspan(index + kMp3HeaderSize + static_cast<std::size_t>(info.side_info_size));
+}
+
+}  // namespace
+
+bool has_xing_header(Bytes bytes, std::size_t index, const Mp3FrameInfo& info) {
+  const Bytes name = xing_header(bytes, index, info).first(kName.size());
+  return equal_ignoring_case({reinterpret_cast<const char*>(name.data()), name.size()}, kName);
+}
+
+void read_xing_header(Bytes bytes, std::size_t index, Mp3FrameInfo& info) {
+  if (!has_xing_header(bytes, index, info)) return;
+  err_log(kVerbose, kReaders, "Found Xing header\n");
+  ByteReader in(xing_header(bytes, index, info).subspan(kName.size()));
+  std::uint16_t flags = 0, frames = 0;
+  if (!in.skip(2) || !in.be16(flags)) return;
+  err_log(kVerbose, kReaders, "Xing Flags: %02X\n", flags);
+  if ((flags & 1) != 0 && in.skip(2) && in.be16(frames)) info.xing_frames = frames;
+}
+
+}  // namespace corvexal
