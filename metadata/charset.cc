@@ -1,16 +1,13 @@
 #include "metadata/charset.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstdint>
 #include <iterator>
 #include <new>
 #include <span>
 #include <utility>
 
-#include "base/file.h"
-#include "base/locations.h"
+#include "base/code_page.h"
 #include "metadata/converter.h"
 
 namespace corvexal {
@@ -52,20 +49,9 @@ constexpr PseudoSet kPseudoSets[] = {{"autodetect_utf8", kUtf8Candidates},
                                      {"autodetect_BIG5", kBig5Candidates},
                                      {"autodetect_GB", kGbCandidates}};
 
-// A word that the device's code page file may hold, and what it stands for. The first one found counts.
-struct CodePage {
-  std::string_view word;
-  const char* charset;
-  int type;
-};
-
-constexpr CodePage kCodePages[] = {{"cp950", "autodetect_BIG5", 1},
-                                   {"cp936", "autodetect_GB", 2},
-                                   {"cp932", "autodetect_jp", 3},
-                                   {"cp949", "autodetect_kr", 4},
-                                   {"", "autodetect_utf8", 5}};
-
-constexpr std::size_t kCodePageLineLength = 23;
+// The pseudo set for names on a disk of each code page.
+constexpr const char* kCodePageSets[] = {
+    "", "autodetect_BIG5", "autodetect_GB", "autodetect_jp", "autodetect_kr", "autodetect_utf8"};
 
 // One conversion, tried from one set after another.
 class Attempt {
@@ -103,17 +89,6 @@ class Attempt {
   Text* result_;
 };
 
-// The first line of the device's code page file, as far as it counts.
-Text code_page_line() {
-  File file(kCodePageFile);
-  if (!file) return std::nullopt;
-  std::array<std::uint8_t, kCodePageLineLength> bytes{};
-  const std::size_t count = file.read_at(0, bytes);
-  std::string line(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
-  line.resize(std::min(line.size(), line.find_first_of(std::string_view("\n\0", 2))));
-  return line;
-}
-
 }  // namespace
 
 int iconv_string(Converters& converters, const char* tocode, const char* fromcode, std::string_view input,
@@ -139,14 +114,9 @@ Converted convert_to_utf8(Converters& converters, std::string_view text, const c
 }
 
 int NameCharset::CodePageType() {
-  const Text line = code_page_line();
-  if (!line) return 0;
-  const CodePage& found =
-      *std::find_if(std::begin(kCodePages), std::end(kCodePages), [&](const CodePage& row) {
-        return line->find(row.word) != std::string::npos;  // the last one's always is
-      });
-  charset_ = found.charset;
-  return found.type;
+  const auto type = static_cast<int>(read_code_page());
+  if (type != 0) charset_ = kCodePageSets[type];
+  return type;
 }
 
 Converted NameCharset::to_utf8(std::string_view name) {
