@@ -19,25 +19,40 @@ std::optional<Operation> operation_of(std::string_view word) {
   return std::nullopt;
 }
 
+std::optional<Target> target_of(std::string_view word) {
+  if (word == "-M") return Target::kCatalogue;
+  if (word == "-I") return Target::kDaapServer;
+  if (word.starts_with('-')) return std::nullopt;
+  return Target::kBoth;
+}
+
+std::size_t paths_needed(const Command& command) {
+  if (!command.updates_catalogue()) return 0;
+  switch (command.operation) {
+    case Operation::kSync:
+      return 0;
+    case Operation::kRename:
+      return 2;
+    case Operation::kCreate:
+    case Operation::kDelete:
+    case Operation::kDeleteTree:
+      break;
+  }
+  return 1;
+}
+
 }  // namespace
 
 std::optional<Command> parse_command_line(std::span<const char* const> arguments) {
   if (arguments.size() < 3) return std::nullopt;
   const std::optional<Operation> operation = operation_of(arguments[1]);
-  if (!operation) return std::nullopt;
+  const std::optional<Target> target = target_of(arguments[2]);
+  if (!operation || !target) return std::nullopt;
 
-  Command command;
-  command.operation = *operation;
-  const std::string_view target = arguments[2];
-  command.daap_only = target == "-I";
-  command.catalogue_only = target == "-M";
-  command.update_both = !target.starts_with('-');
-  if (!command.daap_only && !command.catalogue_only && !command.update_both) return std::nullopt;
-
-  const auto paths = arguments.subspan(command.update_both ? 2 : 3);
-  const std::size_t needed = command.operation == Operation::kRename ? 2 : 1;
-  if (paths.size() < needed) return std::nullopt;
-  command.path = paths[0];
+  Command command{.operation = *operation, .target = *target, .path = {}, .new_path = {}};
+  const auto paths = arguments.subspan(*target == Target::kBoth ? 2 : 3);
+  if (paths.size() < paths_needed(command)) return std::nullopt;
+  if (!paths.empty()) command.path = paths[0];
   if (paths.size() > 1) command.new_path = paths[1];
   return command;
 }

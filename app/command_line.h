@@ -10,21 +10,23 @@ inline constexpr char kUsage[] = "Usage: Corvexal -D|-DD|-C|-S|-R  [-M|-I] direc
 
 enum class Operation { kDelete, kDeleteTree, kCreate, kRename, kSync };
 
-// What one run is asked to do. Exactly one of the three target flags is set.
+// Which library a run updates: the catalogue (-M), the DAAP server's (-I), or both (no second switch).
+enum class Target { kCatalogue, kDaapServer, kBoth };
+
+// What one run is asked to do.
 struct Command {
   Operation operation = Operation::kSync;
-  bool daap_only = false;       // -I
-  bool catalogue_only = false;  // -M
-  bool update_both = false;     // no second switch
-  std::string path;
+  Target target = Target::kBoth;
+  std::string path;      // empty when not given
   std::string new_path;  // of a rename; empty when not given
 
-  [[nodiscard]] bool updates_catalogue() const { return catalogue_only || update_both; }
-  [[nodiscard]] bool updates_daap_server() const { return daap_only || update_both; }
+  [[nodiscard]] bool updates_catalogue() const { return target != Target::kDaapServer; }
+  [[nodiscard]] bool updates_daap_server() const { return target != Target::kCatalogue; }
 };
 
-// Reads the arguments, the program's name first. Absent when they ask for the usage line: no or an unknown
-// first switch, an unknown second one, no path, or a rename with one path only.
+// Reads the arguments, the program's name first. Absent when they ask for the usage line: nothing after the
+// first switch, an unknown switch, or a missing path where the operation works on the catalogue: a rename
+// needs two, -S none.
 [[nodiscard]] std::optional<Command> parse_command_line(std::span<const char* const> arguments);
 
 }  // namespace corvexal

@@ -5,7 +5,9 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "app/command_line.h"
 #include "app/daap_server.h"
@@ -26,11 +28,6 @@ namespace {
 
 constexpr int kSuccess = 0, kFailure = -1;
 
-int print_usage() {
-  std::puts(kUsage);
-  return kSuccess;
-}
-
 bool is_directory(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 && (status.st_mode & 0x4000U) != 0;
@@ -45,11 +42,11 @@ void scan_into_both_stores(Session& session, const std::string& folder) {
 // Each operation returns whether the run succeeds.
 
 bool rename_folder(Session& session, const Command& command) {
-  if (command.catalogue_only) {
-    Update_File_Path(session.db, command.path, command.new_path);
-  } else {
+  if (command.updates_daap_server()) {
     sync_mms_db(session);
     scan_into_both_stores(session, command.new_path);
+  } else {
+    Update_File_Path(session.db, command.path, command.new_path);
   }
   rebuild_for_whole_catalogue(session);
   return true;
@@ -82,7 +79,7 @@ bool delete_file(Session& session, const Command& command) {
 
 bool add_folder(Session& session, const Command& command) {
   // With both targets a new folder is left alone: its files come one by one.
-  if (!command.catalogue_only) return true;
+  if (command.updates_daap_server()) return true;
   std::int64_t folders = 0;
   if (Total_Match_count(session.db, "select COUNT(*) from path_objid_tbl;", folders) == 0)
     std::puts("No media file found");
@@ -99,11 +96,7 @@ bool add_file(Session& session, const Command& command) {
 }
 
 bool carry_out(Session& session, const Command& command) {
-  if (command.operation == Operation::kSync) {
-    std::puts(kUsage);
-    return false;
-  }
-  if (!command.updates_catalogue()) return true;
+  if (!command.updates_catalogue() && command.operation != Operation::kSync) return true;
   switch (command.operation) {
     case Operation::kRename:
       return is_directory(command.new_path) ? rename_folder(session, command) : rename_file(session, command);
@@ -111,15 +104,28 @@ bool carry_out(Session& session, const Command& command) {
       return delete_tree(session, command);
     case Operation::kDelete:
       return delete_file(session, command);
-    default:
+    case Operation::kCreate:
       return is_directory(command.path) ? add_folder(session, command) : add_file(session, command);
+    case Operation::kSync:
+      std::puts(kUsage);
   }
+  return false;
 }
 
-// Carries the command out, links playlists where that is pending, and closes both stores.
-int finish_run(Session& session, const Command& command) {
+// The run once the lock is held: opens the catalogue, tells the DAAP server, carries the command out, links
+// playlists where that is pending, and closes both stores.
+int run_locked(const Command& command, std::span<const char* const> arguments, Session& session) {
+  if (command.updates_catalogue()) {
+    readconfig(1, arguments, session.config);
+    const std::string& mount_path = session.config.mntpath;
+    if (mount_path.empty()) {
+      std::printf("%s: SQL_open():Open DB fail %s, %s\n", "main", "", "");
+      return kSuccess;
+    }
+    if (session.db.open(catalogue_path(mount_path)) != SQLITE_OK) return kFailure;
+  }
+  if (command.updates_daap_server()) notify_daap_server();
   const bool succeeded = carry_out(session, command);
-  if (command.daap_only) return succeeded ? kSuccess : kFailure;
   if (succeeded && session.playlist_pending && parser_playlist(session.db) == 0)
     std::puts("parser_playlist fail");
   session.db.close();
@@ -131,30 +137,22 @@ int finish_run(Session& session, const Command& command) {
 
 int run(std::span<const char* const> arguments) {
   const std::optional<Command> command = parse_command_line(arguments);
-  if (!command) return print_usage();
-  Session session;
-  session.names.CodePageType();
+  if (!command) {
+    std::puts(kUsage);
+    return kSuccess;
+  }
+  NameCharset names;
+  names.CodePageType();
 
   const int sem_id = GetSemaphoreID(kRunLockKey);
   if (sem_id == -1) {
     std::fprintf(stderr, "#%d %s\n", 1052, "main");
     return kFailure;
   }
-  semaphore_wait(sem_id);  // whatever way the run ends without a release, the kernel gives the lock back
-
-  if (command->updates_catalogue()) {
-    readconfig(1, arguments, session.config);
-    const std::string& mount_path = session.config.mntpath;
-    if (mount_path.empty()) {
-      std::printf("%s: SQL_open():Open DB fail %s, %s\n", "main", "", "");
-      return kSuccess;
-    }
-    if (session.db.open(catalogue_path(mount_path)) != SQLITE_OK) return kFailure;
-  }
-  if (command->updates_daap_server()) notify_daap_server();
-  const int status = finish_run(session, *command);
-  semaphore_release(sem_id);
-  return status;
+  const RunLock lock(sem_id);
+  Session session;  // made after the lock, so that what it holds open is closed before the lock is given back
+  session.names = std::move(names);
+  return run_locked(*command, arguments, session);
 }
 
 }  // namespace corvexal

@@ -21,11 +21,10 @@ int failed(const char* what) {
   return -1;
 }
 
-int change_semaphore(int sem_id, short by) {
+void change_semaphore(int sem_id, short by) {
   sembuf operation{.sem_num = 0, .sem_op = by, .sem_flg = SEM_UNDO};
-  if (semop(sem_id, &operation, 1) == 0) return 0;
   // One text for both directions; scripts that watch for it know it so.
-  return failed("Semaphore Wait");
+  if (semop(sem_id, &operation, 1) != 0) failed("Semaphore Wait");
 }
 
 }  // namespace
@@ -42,12 +41,12 @@ int GetSemaphoreID(int key) {
   return sem_id;
 }
 
-int semaphore_wait(int sem_id) {
-  return change_semaphore(sem_id, -1);
+RunLock::RunLock(int sem_id) : sem_id_(sem_id) {
+  change_semaphore(sem_id_, -1);
 }
 
-int semaphore_release(int sem_id) {
-  return change_semaphore(sem_id, 1);
+RunLock::~RunLock() {
+  change_semaphore(sem_id_, 1);
 }
 
 }  // namespace corvexal

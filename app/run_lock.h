@@ -10,11 +10,18 @@ inline constexpr int kRunLockKey = 12332211;
 // privileged processes only.
 int GetSemaphoreID(int key);
 
-// Takes the semaphore, waiting as long as it is held; the kernel gives it back when the process ends. Returns
-// 0, or -1 after a line on standard output.
-int semaphore_wait(int sem_id);
+// Holds the lock: taken, after waiting for as long as it is held elsewhere, when it is made, and given back
+// when it goes. A failure of either is a line on standard output and nothing more. The kernel gives back what
+// a killed process held.
+class RunLock {
+ public:
+  explicit RunLock(int sem_id);
+  ~RunLock();
+  RunLock(const RunLock&) = delete;
+  RunLock& operator=(const RunLock&) = delete;
 
-// Gives the semaphore back. Returns 0, or -1 after a line on standard output.
-int semaphore_release(int sem_id);
+ private:
+  int sem_id_;
+};
 
 }  // namespace corvexal

@@ -1,39 +1,63 @@
 #include "app/run_lock.h"
 
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <sched.h>
 #include <sys/sem.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <fstream>
 
+#include "app/run.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal {
 namespace {
+
+constexpr int kNotPossible = 255;
+
+// What `story` returns in a process and an IPC namespace of its own, where no other run's semaphore is to be
+// seen: the line of the first step that fails, 0 when none does, kNotPossible where the system does not let
+// us.
+int in_private_namespace(int (*story)()) {
+  const pid_t child = fork();
+  if (child == 0) {
+    const int kinds = geteuid() == 0 ? CLONE_NEWIPC : CLONE_NEWIPC | CLONE_NEWUSER;
+    _exit(unshare(kinds) == 0 ? story() : kNotPossible);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
 
 bool comes_true(auto condition) {
   for (int i = 0; i < 1000 && !condition(); ++i) usleep(1000);
   return condition();
 }
 
-// The life of a lock from a set that is missing; the line of the first step that fails, 0 when none does.
 // What the kernel counts says who holds the semaphore and who sleeps on it.
 int live_through_a_lock() {
   const int sem_id = GetSemaphoreID(kRunLockKey);
   const auto is_free = [sem_id] { return semctl(sem_id, 0, GETVAL) == 1; };
   if (sem_id == -1 || !is_free()) return __LINE__;
-  if (semaphore_wait(sem_id) != 0 || GetSemaphoreID(kRunLockKey) != sem_id || is_free()) return __LINE__;
+  semid_ds set{};
+  if (semctl(sem_id, 0, IPC_STAT, &set) != 0 || (set.sem_perm.mode & 0777U) != 0) return __LINE__;
 
-  const pid_t second = fork();
-  if (second == 0) {
-    semaphore_wait(sem_id);
-    sleep(10);
-    _exit(0);
+  pid_t second = -1;
+  {
+    const RunLock lock(sem_id);
+    if (GetSemaphoreID(kRunLockKey) != sem_id || is_free()) return __LINE__;
+    second = fork();
+    if (second == 0) {
+      const RunLock waits(sem_id);
+      sleep(10);
+      _exit(0);
+    }
+    if (!comes_true([sem_id] { return semctl(sem_id, 0, GETNCNT) == 1; })) return __LINE__;
   }
-  if (!comes_true([sem_id] { return semctl(sem_id, 0, GETNCNT) == 1; })) return __LINE__;
-  if (semaphore_release(sem_id) != 0) return __LINE__;
   if (!comes_true([sem_id, second] { return semctl(sem_id, 0, GETPID) == second; }) || is_free())
     return __LINE__;
   kill(second, SIGKILL);
@@ -41,23 +65,41 @@ int live_through_a_lock() {
   return is_free() ? 0 : __LINE__;
 }
 
-// In a process and an IPC namespace of its own, where no other run's semaphore is to be seen.
-TEST(RunLock, IsCreatedFreeMakesASecondRunWaitAndIsGivenBackByAKilledHolder) {
-  constexpr int kNoNamespace = 255;
-  const pid_t child = fork();
-  if (child == 0) {
-    const int kinds = geteuid() == 0 ? CLONE_NEWIPC : CLONE_NEWIPC | CLONE_NEWUSER;
-    _exit(unshare(kinds) == 0 ? live_through_a_lock() : kNoNamespace);
+int be_refused() {
+  const struct {
+    const char *limits, *output;  // semaphores in a set and in all, operations, sets
+    bool has_rights;
+  } rows[] = {{"250 32000 32 0", "Create Semaphore ERRNO:28\n", true},
+              {"0 32000 32 128", "Open Semaphore ERRNO:22\n", true},
+              {"250 32000 32 128", "Init Semaphore ERRNO:13\n", false}};
+  for (const auto& row : rows) {
+    if (!(std::ofstream("/proc/sys/kernel/sem") << row.limits << std::flush)) return kNotPossible;
+    __user_cap_header_struct self{_LINUX_CAPABILITY_VERSION_3, 0};
+    const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
+    if (!row.has_rights && syscall(SYS_capset, &self, none) != 0) return kNotPossible;
+    testing::CapturedOutput output, errors(2);
+    const char* arguments[] = {"Corvexal", "-S", "-I"};
+    if (run(arguments) != -1 || output.text() != row.output || errors.text() != "#1052 main\n")
+      return __LINE__;
   }
-  int status = 0;
-  waitpid(child, &status, 0);
-  if (WEXITSTATUS(status) == kNoNamespace) GTEST_SKIP() << "no private IPC namespace here";
-  EXPECT_EQ(status, 0) << "line " << WEXITSTATUS(status);
+  return 0;
+}
+
+TEST(RunLock, IsCreatedFreeMakesASecondRunWaitAndIsGivenBackByAKilledHolder) {
+  const int line = in_private_namespace(live_through_a_lock);
+  if (line == kNotPossible) GTEST_SKIP() << "no private IPC namespace here";
+  EXPECT_EQ(line, 0);
+}
+
+TEST(RunLock, ThatCannotBeHadEndsTheRun) {
+  const int line = in_private_namespace(be_refused);
+  if (line == kNotPossible) GTEST_SKIP() << "no private IPC namespace with limits of its own here";
+  EXPECT_EQ(line, 0);
 }
 
 TEST(RunLock, SaysWhatFails) {
   testing::CapturedOutput output;
-  EXPECT_EQ(semaphore_wait(-1) + semaphore_release(-1), -2);
+  { const RunLock lock(-1); }
   EXPECT_EQ(output.text(), "Semaphore Wait ERRNO:22\nSemaphore Wait ERRNO:22\n");
 }
 
