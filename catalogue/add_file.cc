@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "base/paths.h"
-#include "base/text.h"
 #include "catalogue/media_rows.h"
 #include "catalogue/path_depth.h"
 #include "catalogue/row_counts.h"
@@ -95,9 +94,7 @@ int MmsAddMediaFile(Session& session, const std::string& path) {
   const std::optional<std::string_view> extension = media_extension(path);
   if (!extension) return 0;
   file.name = FileBaseName(path, "/", false).append(*extension);
-  file.extension = extension->substr(1);
-  StringToLower(file.extension);
-  file.kind = media_kind(*extension);
+  set_extension(file, *extension);
   if (file.kind == MediaKind::kOther) return 1;
 
   advance_identifier(session, file.kind);

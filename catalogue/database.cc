@@ -43,7 +43,7 @@ bool Rows::next() {
   if (code == SQLITE_ROW) return true;
   result_ = database_->check(code);
   database_->give_back(std::move(sql_), std::move(statement_));
-  database_->settled(result_, had_transaction);
+  database_->settle(result_, had_transaction);
   return false;
 }
 
@@ -69,8 +69,8 @@ int Database::open(const std::string& path, std::chrono::milliseconds busy_timeo
   }
   busy_timeout_ = busy_timeout;
   sqlite3_busy_handler(handle_.get(), wait_for_lock, this);
-  // A spill locks readers out from there to the commit, so only a change of much of a large catalogue may
-  // spill: past 10,000 pages, 40 MiB.
+  // A spill locks other clients out from there to the commit, so only a change of much of a large catalogue
+  // may spill: past 10,000 pages, 40 MiB.
   simple("PRAGMA cache_spill=10000");
   return SQLITE_OK;
 }
@@ -78,8 +78,8 @@ int Database::open(const std::string& path, std::chrono::milliseconds busy_timeo
 // Called by SQLite when another connection's lock is in the way; 0 gives up.
 int Database::wait_for_lock(void* database, int tries) {
   auto& self = *static_cast<Database*>(database);
-  // Within a transaction only a spill meets a lock, that of a reader: it is put off, and memory grows
-  // instead. BEGIN is not yet, and COMMIT no longer, within.
+  // Within a transaction only a spill meets a lock, that of a client who reads: it is put off, and memory
+  // grows instead. BEGIN is not yet, and COMMIT no longer, within.
   if (self.in_transaction()) return 0;
   const auto now = std::chrono::steady_clock::now();
   if (tries == 0) self.waiting_since_ = now;
@@ -90,14 +90,14 @@ int Database::wait_for_lock(void* database, int tries) {
 
 void Database::close() {
   if (!handle_) return;
-  if (in_transaction()) settled(check(simple("COMMIT")), true);
+  if (in_transaction()) settle(check(simple("COMMIT")), true);
   prepared_.clear();
   handle_.reset();
 }
 
 // Takes note of a statement's end: nothing of a transaction that lost a part may stay. A damaged file spoils
 // the whole transaction, as its commit would show.
-int Database::settled(int code, bool had_transaction) {
+int Database::settle(int code, bool had_transaction) {
   const bool rolled_back = had_transaction && !in_transaction();
   const bool spoiled = code == SQLITE_CORRUPT && in_transaction();
   if (!loss_ && code != SQLITE_OK && (is_prevented(code) || rolled_back || spoiled)) note_loss(code);
@@ -107,11 +107,11 @@ int Database::settled(int code, bool had_transaction) {
 void Database::note_loss(int code) {
   loss_ = {code, error_text()};
   std::fprintf(stderr, "Corvexal: the run's work since its last commit is lost: %s\n", error_text());
-  if (in_transaction()) simple("ROLLBACK");  // at once, since a commit that waits locks readers out
+  if (in_transaction()) simple("ROLLBACK");  // at once, since a commit that waits locks other clients out
 }
 
 // The result of every statement on a closed catalogue and after a loss; SQLITE_OK otherwise.
-int Database::refusal() {
+int Database::check_usable() {
   if (!handle_) return fail(SQLITE_MISUSE, sqlite3_errstr(SQLITE_MISUSE));
   return loss_ ? fail(loss_->code, loss_->text.c_str()) : SQLITE_OK;
 }
@@ -132,8 +132,8 @@ int Database::simple(const char* sql) {
 
 int Database::run(std::string_view format, std::span<const SqlValue> values) {
   error_.clear();
-  if (const int code = refusal(); code != SQLITE_OK) return code;
-  if (joins_or_leaves(format)) return SQLITE_OK;
+  if (const int code = check_usable(); code != SQLITE_OK) return code;
+  if (absorb_begin_or_commit(format)) return SQLITE_OK;
 
   BoundSql sql = bind_sql(format, values);
   Statement statement;
@@ -141,11 +141,12 @@ int Database::run(std::string_view format, std::span<const SqlValue> values) {
   int code = prepare(sql, statement);
   if (code == SQLITE_OK) code = execute(statement.get());
   if (statement) give_back(std::move(sql.text), std::move(statement));
-  return settled(code, had_transaction);
+  return settle(code, had_transaction);
 }
 
-// The next write opens the transaction, with a lock that can be waited for.
-bool Database::joins_or_leaves(std::string_view format) {
+// True for a "BEGIN;" and for the "COMMIT;" that belongs to it, with which nothing else is to be done: the
+// next write opens the transaction, with a lock that can be waited for.
+bool Database::absorb_begin_or_commit(std::string_view format) {
   if (format == "BEGIN;") return joined_ = true;
   return format == "COMMIT;" && std::exchange(joined_, false);
 }
@@ -174,11 +175,11 @@ int Database::step_to_end(sqlite3_stmt* statement) {
 
 Rows Database::start(std::string_view format, std::span<const SqlValue> values) {
   error_.clear();
-  if (const int code = refusal(); code != SQLITE_OK) return {*this, {}, nullptr, code};
+  if (const int code = check_usable(); code != SQLITE_OK) return {*this, {}, nullptr, code};
   BoundSql sql = bind_sql(format, values);
   Statement statement;
   const bool had_transaction = in_transaction();
-  const int code = settled(prepare(sql, statement), had_transaction);
+  const int code = settle(prepare(sql, statement), had_transaction);
   return {*this, std::move(sql.text), std::move(statement), code};
 }
 

@@ -52,9 +52,9 @@ class Rows {
 // parameters, so a value is always data; a value that holds the quote character of its own literal makes the
 // statement fail as an SQL error with nothing run. Each text is prepared once and kept.
 //
-// The first write opens a transaction, "COMMIT;" ends it, and close() commits what is still open: readers see
-// whole changes only, and a small run is one durable commit. Destruction without close() takes back what is
-// open. On a closed catalogue every call does nothing and reports SQLite's misuse error.
+// The first write opens a transaction, "COMMIT;" ends it, and close() commits what is still open: clients of
+// the catalogue see whole changes only, and a small run is one durable commit. Destruction without close()
+// takes back what is open. On a closed catalogue every call does nothing and reports SQLite's misuse error.
 //
 // A statement that the disk or another connection prevents (a full disk, an I/O error, a lock that never
 // comes) is said on standard error and takes the transaction back, and every later statement fails as it did:
@@ -92,8 +92,8 @@ class Database {
     }
   }
 
-  // To be called after each row of work on very many rows: commits every 500, so that a reader waits for one
-  // commit at most and memory holds no more.
+  // To be called after each row of work on very many rows: commits every 500, so that a client of the
+  // catalogue waits for one commit at most and memory holds no more.
   void commit_in_batches();
 
   // Starts a SELECT; errors (failed()) may show at once or at any row.
@@ -128,10 +128,10 @@ class Database {
   int simple(const char* sql);
   int fail(int code, const char* text);
   int check(int code);
-  int refusal();
-  int settled(int code, bool had_transaction);
+  int check_usable();
+  int settle(int code, bool had_transaction);
   bool in_transaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
-  bool joins_or_leaves(std::string_view format);
+  bool absorb_begin_or_commit(std::string_view format);
   void note_loss(int code);
 
   struct Loss {

@@ -12,12 +12,11 @@
 namespace corvexal {
 namespace {
 
-constexpr const char* kCountBelow = "select COUNT(No) from %s where UTF_Path like\"%s%%\" limit 0,1;";
+constexpr const char* kCountBelow = R"(select COUNT(No) from %s where UTF_Path like"%s%%" limit 0,1;)";
 constexpr const char* kClearFlags =
     "update path_objid_tbl set have_video = '0', have_music = '0', have_photo = '0' where ROWID == '%s';";
 constexpr const char* kSetFlags =
-    "update path_objid_tbl set have_video = \"%d\", have_music = \"%d\", have_photo = \"%d\" where ROWID "
-    "=='%s';";
+    R"(update path_objid_tbl set have_video = "%d", have_music = "%d", have_photo = "%d" where ROWID =='%s';)";
 constexpr std::size_t kLikePatternLimit = 50'000;  // bytes; "like" refuses longer patterns
 
 int report(Database& db, int site, const std::string& sql) {
@@ -25,10 +24,10 @@ int report(Database& db, int site, const std::string& sql) {
   return 0;
 }
 
-// One class of media: its folders are read when the first folder row asks for them.
-class MediaClass {
+// The folders of one class of media, read when the first folder row asks for them.
+class MediaFolders {
  public:
-  MediaClass(Database& db, const char* table) : db_(db), table_(table) {}
+  MediaFolders(Database& db, const char* table) : db_(db), table_(table) {}
 
   // Whether any row of the class lies at or below `path`; absent when the query fails, which the database's
   // error_text() explains.
@@ -107,7 +106,7 @@ int Assign_pathtbl_media(Database& db) {
   std::vector<FolderRow> folders;
   if (!read_folder_rows(db, folders)) return report(db, 1, "select path,ROWID from path_objid_tbl end;");
 
-  MediaClass music(db, "music_tbl"), video(db, "video_tbl"), photo(db, "photo_tbl");
+  MediaFolders music(db, "music_tbl"), video(db, "video_tbl"), photo(db, "photo_tbl");
   for (const FolderRow& folder : folders) {
     const std::optional<bool> has_music = music.any_below(folder.path);
     if (!has_music) return report(db, 2, music.query(folder.path));

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/text.h"
 #include "metadata/id3_tags.h"
 #include "metadata/mp3_stream.h"
 
@@ -109,6 +110,12 @@ int insert(Session& session, const MediaRow& row, const RowPlace& place) {
 }
 
 }  // namespace
+
+void set_extension(MediaFile& file, std::string_view extension) {
+  file.kind = media_kind(extension);
+  file.extension = extension.substr(1);
+  StringToLower(file.extension);
+}
 
 std::optional<MediaRow> read_media_row(Session& session, MediaFile file) {
   MediaRow row;

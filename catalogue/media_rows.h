@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "catalogue/media_types.h"
 #include "catalogue/session.h"
@@ -24,6 +25,9 @@ struct MediaFile {
   std::uint64_t size = 0;    // bytes
   int depth = 0;
 };
+
+// Fills a file's extension and kind from the extension with its dot, as it stands in the name.
+void set_extension(MediaFile& file, std::string_view extension);
 
 // The tag columns of a song. The texts hold at most 30 bytes.
 struct MusicFacts {

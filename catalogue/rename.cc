@@ -59,7 +59,7 @@ constexpr PathTable kTables[] = {
     {.name = "video_tbl",
      .select = "select UTF_Path,Real_Path from video_tbl where UTF_Path like '%s%%';",
      .update = "update video_tbl set UTF_Path = '%s', Real_Path = '%s' where UTF_Path == '%s';",
-     .name_when_unreadable = "music_tbl"},  // readers of the output know this message for both tables
+     .name_when_unreadable = "music_tbl"},  // this text stands for both tables: scripts may watch for it
     {.name = "music_tbl",
      .select = "select UTF_Path,Real_Path from music_tbl where UTF_Path like '%s%%';",
      .update = "update music_tbl set UTF_Path = '%s', Real_Path = '%s' where UTF_Path == '%s';"},

@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "base/text.h"
 #include "catalogue/folder_entries.h"
 #include "catalogue/media_rows.h"
 #include "catalogue/path_depth.h"
@@ -113,13 +112,11 @@ class FolderScan {
     const std::optional<std::string_view> extension = media_extension(name);
     if (!extension) return true;
     MediaFile file;
-    file.kind = media_kind(*extension);
+    set_extension(file, *extension);
     if (file.kind == MediaKind::kOther) return true;
     file.path = path;
     file.folder = folder_.path;
     file.name = name;
-    file.extension = extension->substr(1);
-    StringToLower(file.extension);
     file.modified = status_.st_mtime;
     file.size = static_cast<std::uint64_t>(status_.st_size);
     file.depth = folder_.depth;

@@ -6,7 +6,8 @@
 namespace corvexal {
 namespace {
 
-// Columns are untyped and every value is text: readers of the catalogue go by position and by these names.
+// Columns are untyped and every value is text: clients of the catalogue go by position and by these
+// names.
 constexpr const char* kTables[] = {
     "create table if not exists music_tbl (No,Real_Path,Real_fname,UTF_Path,UTF_fname,EXT_fname,Date,Size,"
     "Genre,Artist,Album,Title,Bitrate,PlsFile,Reserve1,Reserve2,Depth,Reserve3,ObjID,ParentID,"

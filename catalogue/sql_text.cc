@@ -8,9 +8,9 @@ namespace {
 constexpr std::size_t kQuotedTitleSize = 47;
 
 // Walks a statement text: plain characters one by one, placeholders with their values.
-class FormatReader {
+class FormatCursor {
  public:
-  FormatReader(std::string_view format, std::span<const SqlValue> values)
+  FormatCursor(std::string_view format, std::span<const SqlValue> values)
       : format_(format), values_(values) {}
 
   [[nodiscard]] bool at_end() const { return format_.empty(); }
@@ -43,19 +43,19 @@ class FormatReader {
   std::span<const SqlValue> values_;
 };
 
-// Reads the literal that opens at the reader's position and adds it to the statement.
-void bind_literal(FormatReader& reader, BoundSql& sql) {
+// Reads the literal that opens at the cursor's position and adds it to the statement.
+void bind_literal(FormatCursor& cursor, BoundSql& sql) {
   bool is_value = false;
-  const char quote = reader.next(is_value).front();
+  const char quote = cursor.next(is_value).front();
   bool has_placeholder = false;
   std::string content;
-  while (!reader.at_end() && reader.peek() != quote) {
-    const std::string_view piece = reader.next(is_value);
+  while (!cursor.at_end() && cursor.peek() != quote) {
+    const std::string_view piece = cursor.next(is_value);
     has_placeholder |= is_value;
     sql.broken |= is_value && piece.find(quote) != std::string_view::npos;
     content += piece;
   }
-  if (!reader.at_end()) reader.next(is_value);
+  if (!cursor.at_end()) cursor.next(is_value);
   if (has_placeholder) {
     sql.text += '?';
     sql.values.push_back(std::move(content));
@@ -68,21 +68,21 @@ void bind_literal(FormatReader& reader, BoundSql& sql) {
 
 BoundSql bind_sql(std::string_view format, std::span<const SqlValue> values) {
   BoundSql sql;
-  FormatReader reader(format, values);
+  FormatCursor cursor(format, values);
   bool is_value = false;
-  while (!reader.at_end()) {
-    if (reader.peek() == '"' || reader.peek() == '\'')
-      bind_literal(reader, sql);
+  while (!cursor.at_end()) {
+    if (cursor.peek() == '"' || cursor.peek() == '\'')
+      bind_literal(cursor, sql);
     else
-      sql.text += reader.next(is_value);
+      sql.text += cursor.next(is_value);
   }
   return sql;
 }
 
 std::string compose_sql(std::string_view format, std::span<const SqlValue> values) {
   std::string text;
-  FormatReader reader(format, values);
-  for (bool is_value = false; !reader.at_end();) text += reader.next(is_value);
+  FormatCursor cursor(format, values);
+  for (bool is_value = false; !cursor.at_end();) text += cursor.next(is_value);
   return text;
 }
 

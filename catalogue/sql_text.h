@@ -48,7 +48,7 @@ struct BoundSql {
 [[nodiscard]] std::string compose_sql(std::string_view format, std::span<const SqlValue> values);
 
 // Turns the double quotes of a title into single ones. A text that holds any is cut to 47 bytes, one without
-// stays as it is: readers of the catalogue know titles in this form.
+// stays as it is: clients of the catalogue know titles in this form.
 void QuoteForSql(std::string& text);
 
 }  // namespace corvexal

@@ -1,5 +1,7 @@
 #include "songdb/update.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -37,21 +39,7 @@ Text type_of(std::string_view name) {
   return Text(name.substr(dot + 1));
 }
 
-}  // namespace
-
-int update_song(SongStore& store, TagDecoder& decoder, const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) {
-    log_printf("Error statting: %s\n", std::strerror(errno));
-    return -1;
-  }
-  if (is_music(GetFileExtension(path, ""))) store.remove_first_below(path);
-  if ((status.st_mode & S_IFDIR) != 0 || !is_scanned(GetFileName(path))) return 1;
-  if (store.is_modified(static_cast<std::uint32_t>(status.st_ino), path))
-    scan_music_file(store, decoder, path, status);
-  return 1;
-}
-
+// Adds the song to the store under its inode number.
 void scan_music_file(SongStore& store, TagDecoder& decoder, const std::string& path,
                      const struct stat& status) {
   SongInfo song;
@@ -67,6 +55,21 @@ void scan_music_file(SongStore& store, TagDecoder& decoder, const std::string& p
   song.time_added = saturated(std::min(status.st_mtime, status.st_ctime));
   song.time_modified = saturated(status.st_mtime);
   store.add(song);
+}
+
+}  // namespace
+
+int update_song(SongStore& store, TagDecoder& decoder, const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) {
+    log_printf("Error statting: %s\n", std::strerror(errno));
+    return -1;
+  }
+  if (is_music(GetFileExtension(path, ""))) store.remove_first_below(path);
+  if ((status.st_mode & S_IFDIR) != 0 || !is_scanned(GetFileName(path))) return 1;
+  if (store.is_modified(static_cast<std::uint32_t>(status.st_ino), path))
+    scan_music_file(store, decoder, path, status);
+  return 1;
 }
 
 }  // namespace corvexal

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <sys/stat.h>
-
 #include <string>
 
 #include "metadata/tag_decoder.h"
@@ -11,12 +9,8 @@ namespace corvexal {
 
 // Brings the song store up to date for one music file of a directory scan: deletes the first record whose
 // path begins with the file's, then scans the file anew and stores it. Returns 1, also for a folder or a file
-// of another kind, which are left alone, or -1 with a line in the log when there is no such file.
-int update_song(SongStore& store, TagDecoder& decoder, const std::string& path);
-
-// Scans the file at `path`, whose status is `status`, and adds it to the store under its inode number. A file
+// of another kind, which are left alone, or -1 with a line in the log when there is no such file. A file
 // whose reader fails is skipped with a line in the log.
-void scan_music_file(SongStore& store, TagDecoder& decoder, const std::string& path,
-                     const struct stat& status);
+int update_song(SongStore& store, TagDecoder& decoder, const std::string& path);
 
 }  // namespace corvexal

@@ -38,12 +38,12 @@ void CatalogueTest::add_row(const char* table, std::string_view folder, std::str
   std::string extension(GetFileExtension(name, ".").substr(1));
   StringToLower(extension);
   run("insert into %s (No,Real_Path,Real_fname,UTF_Path,UTF_fname,EXT_fname) values "
-      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"%s\");",
+      R"(("%d","%s","%s","%s","%s","%s");)",
       table, LastRowNo(db, table) + 1, folder, name, folder, name, extension);
 }
 
 void CatalogueTest::add_folder(std::string_view path, std::string_view objid) {
-  run("insert into path_objid_tbl values (\"%s\",\"%s\",'0','1','0','0','0');", path, objid);
+  run(R"(insert into path_objid_tbl values ("%s","%s",'0','1','0','0','0');)", path, objid);
 }
 
 std::string CatalogueTest::column(std::string_view sql) {
@@ -52,9 +52,9 @@ std::string CatalogueTest::column(std::string_view sql) {
 }
 
 std::string CatalogueTest::committed(std::string_view sql) const {
-  Database reader;
-  EXPECT_EQ(reader.open(path("catalogue.db")), SQLITE_OK);
-  return first_column(reader, sql);
+  Database other;
+  EXPECT_EQ(other.open(path("catalogue.db")), SQLITE_OK);
+  return first_column(other, sql);
 }
 
 }  // namespace corvexal::testing

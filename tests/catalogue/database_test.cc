@@ -8,7 +8,7 @@ namespace corvexal {
 namespace {
 
 constexpr const char* kNames = "select name from record_objid_tbl;";
-constexpr const char* kInsert = "insert into record_objid_tbl values (\"%s\",\"%llu\");";
+constexpr const char* kInsert = R"(insert into record_objid_tbl values ("%s","%llu");)";
 
 using DatabaseTest = testing::CatalogueTest;
 
@@ -23,7 +23,7 @@ TEST_F(DatabaseTest, TakesEveryValueAsData) {
   EXPECT_EQ(column("select count(*) from music_tbl"), "0");
 }
 
-TEST_F(DatabaseTest, ShowsAReaderWholeChangesOnly) {
+TEST_F(DatabaseTest, ShowsOtherClientsWholeChangesOnly) {
   run(kInsert, "a", 1);
   for (const char* statement : {"BEGIN;", "COMMIT;", "drop table photo_tbl;"}) run(statement);
   EXPECT_EQ(committed(kNames), "");
@@ -49,7 +49,11 @@ TEST_F(DatabaseTest, KeepsNothingOfARunThatLostAPart) {
     int code;
     const char* message;
   } rows[] = {
-      {"a reader that never lets go", {"begin;", kNames}, kNames, SQLITE_BUSY, "database is locked"},
+      {"another client's read that never ends",
+       {"begin;", kNames},
+       kNames,
+       SQLITE_BUSY,
+       "database is locked"},
       {"a lock that never comes", {"begin immediate;"}, kNames, SQLITE_BUSY, "database is locked"},
       {"a full disk", {}, "PRAGMA max_page_count=1;", SQLITE_FULL, "database or disk is full"},
   };

@@ -28,5 +28,17 @@ TEST_F(ScanTest, WritesTheSongStoreAloneInModeOne) {
   EXPECT_EQ(column("select No from music_tbl union all select No from photo_tbl"), "");
 }
 
+TEST_F(ScanTest, WritesAFoldersOwnRowWithItsSlash) {
+  add_folder(path(""), "4000000000007");
+  write_file("t/a.iso");
+  std::deque<ScanFolder> queue;
+  for (const int depth : {5, 0}) ScanMusic(session, {path("t/"), depth}, ScanMode::kFolderRows, queue);
+  EXPECT_EQ(column("select ObjID||' '||Dir_ParentID||' '||Level||have_video||have_music||have_photo from "
+                   "path_objid_tbl where path == '" +
+                   path("t/") + "'"),
+            "4000000000001 4000000000007 5000|4000000000002 0 0000");
+  EXPECT_EQ(column("select ParentID||Depth from video_tbl"), "40000000000015|40000000000020");
+}
+
 }  // namespace
 }  // namespace corvexal

@@ -35,8 +35,8 @@ class SortTablesTest : public testing::CatalogueTest {
                 name + pick(words(".mpg .srt .iso")));
       if (i % 3 == 1) add_row("photo_tbl", pick(words("/s/a/b/ /s/100.up/ /s/\xE4/")), name + ".jpg");
       add_row("music_tbl", pick(folders), name + pick(words(".mp3 .mp3 .m3u .pls")));
-      run("update music_tbl set Title=\"%s\",Genre=\"%s\",Artist=\"%s\",Album=\"%s\" where No=='%d';",
-          pick(texts), pick(texts), pick(texts), pick(texts), i + 1);
+      run(R"(update music_tbl set Title="%s",Genre="%s",Artist="%s",Album="%s" where No=='%d';)", pick(texts),
+          pick(texts), pick(texts), pick(texts), i + 1);
     }
     for (const std::string& folder : folders) add_folder(folder.substr(0, folder.size() - (random() % 2)));
     for (const char* folder : {"", "/nowhere/"}) add_folder(folder);
