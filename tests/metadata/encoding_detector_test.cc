@@ -40,7 +40,8 @@ TEST(EncodingDetector, TakesTheAnswerInTimeAndLeavesNothingBehind) {
 }
 
 TEST(EncodingDetector, EndsWhatTheProgramLeavesRunning) {
-  if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0) GTEST_SKIP() << "no emulator's process can wait for a grandchild";
+  if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0)
+    GTEST_SKIP() << "no emulator's process can wait for a grandchild";
   const testing::FakeDetector detector;
   detector.runs("sleep 60 & printf KOI8-R");
   EXPECT_EQ(EncodingDetector(500ms).detect("sample"), "KOI8-R");
