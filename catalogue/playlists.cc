@@ -2,9 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
-#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -12,51 +9,11 @@
 #include <string_view>
 #include <vector>
 
-#include "base/file.h"
 #include "base/text.h"
+#include "catalogue/playlist_entries.h"
 
 namespace corvexal {
 namespace {
-
-// A file's lines with their line ends, long ones in pieces.
-class Lines {
- public:
-  explicit Lines(const std::string& path) : file_(path) {}
-
-  explicit operator bool() const { return static_cast<bool>(file_); }
-
-  // Takes the next piece, whose text ends at its first NUL; false, with `line` as it was, at the file's end.
-  bool next(std::string& line) {
-    if (end_ - at_ < kLongestPiece) {
-      offset_ += at_;
-      at_ = 0;
-      end_ = file_.read_at(offset_, window_);
-    }
-    if (at_ == end_) return false;
-    std::string_view piece(reinterpret_cast<const char*>(window_.data()) + at_,
-                           std::min(end_ - at_, kLongestPiece));
-    if (const std::size_t line_feed = piece.find('\n'); line_feed != std::string_view::npos)
-      piece = piece.substr(0, line_feed + 1);
-    at_ += piece.size();
-    line = piece.substr(0, piece.find('\0'));
-    return true;
-  }
-
- private:
-  static constexpr std::size_t kLongestPiece = 511;
-
-  File file_;
-  std::array<std::uint8_t, 32 * (kLongestPiece + 1)> window_{};
-  std::uint64_t offset_ = 0;      // of the window in the file
-  std::size_t at_ = 0, end_ = 0;  // what the window holds unread
-};
-
-void trim_line_end(std::string& line) {
-  if (line.size() >= 2 && line[line.size() - 2] == '\r')
-    line.resize(line.size() - 2);
-  else if (line.ends_with('\n'))
-    line.pop_back();
-}
 
 struct Playlist {
   int number;
@@ -70,9 +27,18 @@ struct EntryKind {
   int missing, too_many, failed;
   bool shows_query;
 };
-constexpr EntryKind kExtendedM3u = {.missing = 1, .too_many = 1, .failed = 2, .shows_query = true};
-constexpr EntryKind kPlainM3u = {.missing = 2, .too_many = 2, .failed = 3, .shows_query = false};
-constexpr EntryKind kPls = {.missing = 3, .too_many = 1, .failed = 5, .shows_query = true};
+
+constexpr EntryKind kind_of(EntryForm form) {
+  switch (form) {
+    case EntryForm::kExtendedM3u:
+      return {.missing = 1, .too_many = 1, .failed = 2, .shows_query = true};
+    case EntryForm::kPlainM3u:
+      return {.missing = 2, .too_many = 2, .failed = 3, .shows_query = false};
+    case EntryForm::kPls:
+      break;
+  }
+  return {.missing = 3, .too_many = 1, .failed = 5, .shows_query = true};
+}
 
 // The numbers of a playlist's songs, each followed by ",".
 class SongList {
@@ -80,7 +46,8 @@ class SongList {
   SongList(Database& db, const Playlist& playlist) : db_(db), playlist_(playlist) {}
 
   // Looks the entry up in the playlist's folder; false when the list is full and reading must end.
-  bool add(const std::string& entry, const EntryKind& kind) {
+  bool add(const std::string& entry, EntryForm form) {
+    const EntryKind kind = kind_of(form);
     Rows songs = db_.select(kQuery, playlist_.folder, entry);
     if (!songs.next()) {
       songs.failed() ? report_failure(entry, kind) : report_missing(entry, kind);
@@ -116,40 +83,10 @@ class SongList {
   int count_ = 0;
 };
 
-bool contains(std::string_view text, std::string_view part) {
-  return text.find(part) != std::string_view::npos;
-}
-
-void read_m3u(Lines& lines, SongList& songs) {
-  std::string line;
-  while (lines.next(line)) {
-    trim_line_end(line);
-    if (line.starts_with("#EXTINF:")) {
-      lines.next(line);  // at the end of the file the line stands for itself, and is reported as missing
-      line.erase(0, line.rfind('\\') + 1);
-      trim_line_end(line);
-      if (!songs.add(line, kExtendedM3u)) return;
-    } else if ((contains(line, ".mp3") || contains(line, ".MP3")) && !contains(line, "\\")) {
-      if (!songs.add(line, kPlainM3u)) return;
-    }
-  }
-}
-
-void read_pls(Lines& lines, SongList& songs) {
-  std::string line;
-  while (lines.next(line)) {
-    const std::size_t equals = line.find('=');
-    if (!line.starts_with("File") || equals == std::string::npos) continue;
-    line.erase(0, equals + 1);
-    trim_line_end(line);
-    if (!songs.add(line, kPls)) return;
-  }
-}
-
 struct PlaylistFormat {
   const char* select;  // a walk through the whole table, once a run
   const char* update;
-  void (*read)(Lines&, SongList&);
+  void (PlaylistFile::*read)(const TakeEntry&);
   bool in_transaction;         // the file is read in one of its own; the update comes after it
   int unreadable, not_stored;  // digits of messages
 };
@@ -157,13 +94,13 @@ struct PlaylistFormat {
 constexpr PlaylistFormat kFormats[] = {
     {.select = "select No,Real_Path,Real_fname from music_tbl where EXT_fname =='m3u';",
      .update = R"(update music_tbl set PlsFile = "%s" where No =='%d';)",
-     .read = read_m3u,
+     .read = &PlaylistFile::read_m3u,
      .in_transaction = true,
      .unreadable = 1,
      .not_stored = 1},
     {.select = "select No,Real_Path,Real_fname from music_tbl where EXT_fname =='pls';",
      .update = "update music_tbl set PlsFile = '%s' where No =='%d';",
-     .read = read_pls,
+     .read = &PlaylistFile::read_pls,
      .in_transaction = false,
      .unreadable = 4,
      .not_stored = 2},
@@ -186,14 +123,14 @@ bool is_readable_folder(const std::string& path) {
 }
 
 bool parse(Database& db, const PlaylistFormat& format, const Playlist& playlist) {
-  Lines lines(playlist.path());
-  if (!lines && !is_readable_folder(playlist.path())) {
+  PlaylistFile file(playlist.path());
+  if (!file && !is_readable_folder(playlist.path())) {
     std::printf("parser_playlist():Open [%s] fail\n", playlist.path().c_str());
     return false;
   }
   SongList songs(db, playlist);
   if (format.in_transaction) db.exec("BEGIN;");
-  format.read(lines, songs);
+  (file.*format.read)([&songs](const std::string& entry, EntryForm form) { return songs.add(entry, form); });
   if (format.in_transaction) db.exec("COMMIT;");
   if (db.exec(format.update, songs.numbers(), playlist.number) == SQLITE_OK) return true;
   std::printf("%dparser playlist():execute sql query error[%s]\n", format.not_stored, db.error_text());

@@ -9,6 +9,49 @@
 namespace corvexal {
 namespace {
 
+// Of the items, a text that begins with a capital A to Z sorts as that letter alone, in lower case, every
+// other text as it is. Items that sort alike stay in the query's own order.
+constexpr SortTable kItemTables[] = {
+    {"music_sortidx_tbl", R"(
+        select No from music_tbl
+        where EXT_fname !='m3u' AND EXT_fname !='pls'
+        order by case
+          when SUBSTR(Title,1,1) >= 'A' AND SUBSTR(Title,1,1) <= 'Z' then LOWER(SUBSTR(Title,1,1))
+          else Title end;)"},
+    {"video_sortidx_tbl", R"(
+        select No from video_tbl
+        where EXT_fname !='srt'
+        order by case
+          when SUBSTR(UTF_fname,1,1) >= 'A' AND SUBSTR(UTF_fname,1,1) <= 'Z' then LOWER(SUBSTR(UTF_fname,1,1))
+          else UTF_fname end;)"},
+    {"photo_sortidx_tbl", R"(
+        select No from photo_tbl
+        order by case
+          when SUBSTR(UTF_fname,1,1) >= 'A' AND SUBSTR(UTF_fname,1,1) <= 'Z' then LOWER(SUBSTR(UTF_fname,1,1))
+          else UTF_fname end;)"},
+};
+constexpr const SortTable &kMusicItems = kItemTables[0], &kVideoItems = kItemTables[1],
+                          &kPhotoItems = kItemTables[2];
+
+constexpr SortTable kGroupTables[] = {
+    {"music_sortGen_tbl", R"(
+        select Genre,COUNT(Genre) from music_tbl
+        where EXT_fname !='m3u' AND EXT_fname !='pls'
+        GROUP BY Genre
+        order by UPPER(Genre),Genre;)"},
+    {"music_sortArt_tbl", R"(
+        select Artist,COUNT(Artist) from music_tbl
+        where EXT_fname !='m3u' AND EXT_fname !='pls'
+        GROUP BY Artist
+        order by UPPER(Artist),Artist;)"},
+    {"music_sortAlb_tbl", R"(
+        select Album,COUNT(Album) from music_tbl
+        where EXT_fname !='m3u' AND EXT_fname !='pls'
+        GROUP BY Album
+        order by UPPER(Album),Album;)"},
+};
+constexpr const SortTable &kGenres = kGroupTables[0], &kArtists = kGroupTables[1], &kAlbums = kGroupTables[2];
+
 void recreate_tables(Database& db, MediaClass media_class) {
   static constexpr const char* kMusic[] = {
       "DROP TABLE music_sortidx_tbl;",
@@ -37,71 +80,30 @@ void recreate_tables(Database& db, MediaClass media_class) {
   }
 }
 
-// One row for each item, in display order: a text that begins with a capital A to Z sorts as that letter
-// alone, in lower case, every other text as it is. Items that sort alike stay in the query's own order.
-bool fill_items(Database& db, const char* query, const char* insert) {
-  Rows rows = db.select(query);
+// One row for each item, in display order.
+bool fill_items(Database& db, const SortTable& table, const char* insert) {
+  Rows rows = db.select(table.query);
   while (rows.next())
     if (db.exec(insert, rows.text(0)) != SQLITE_OK) return false;
   return !rows.failed();
 }
 
 // One row for each genre, artist or album, with its count and a container identifier of its own.
-bool fill_groups(Database& db, const char* query, const char* insert, std::uint64_t& next_objid) {
-  Rows rows = db.select(query);
+bool fill_groups(Database& db, const SortTable& table, const char* insert, std::uint64_t& next_objid) {
+  Rows rows = db.select(table.query);
   while (rows.next())
     if (db.exec(insert, rows.text(0), rows.text(1), next_objid++) != SQLITE_OK) return false;
   return !rows.failed();
 }
 
 bool fill_music(Database& db, ObjectIds& ids) {
-  return fill_items(db, R"(
-             select No from music_tbl
-             where EXT_fname !='m3u' AND EXT_fname !='pls'
-             order by case
-               when SUBSTR(Title,1,1) >= 'A' AND SUBSTR(Title,1,1) <= 'Z' then LOWER(SUBSTR(Title,1,1))
-               else Title end;)",
-                    R"(insert into music_sortidx_tbl values ("%s",0,0);)") &&
-         fill_groups(db, R"(
-             select Genre,COUNT(Genre) from music_tbl
-             where EXT_fname !='m3u' AND EXT_fname !='pls'
-             GROUP BY Genre
-             order by UPPER(Genre),Genre;)",
-                     R"(insert into music_sortGen_tbl values ("%s","%s","%llu",0,0);)",
+  return fill_items(db, kMusicItems, R"(insert into music_sortidx_tbl values ("%s",0,0);)") &&
+         fill_groups(db, kGenres, R"(insert into music_sortGen_tbl values ("%s","%s","%llu",0,0);)",
                      ids.music_file_gen_objid) &&
-         fill_groups(db, R"(
-             select Artist,COUNT(Artist) from music_tbl
-             where EXT_fname !='m3u' AND EXT_fname !='pls'
-             GROUP BY Artist
-             order by UPPER(Artist),Artist;)",
-                     R"(insert into music_sortArt_tbl values ("%s","%s","%llu",0,0);)",
+         fill_groups(db, kArtists, R"(insert into music_sortArt_tbl values ("%s","%s","%llu",0,0);)",
                      ids.music_file_art_objid) &&
-         fill_groups(db, R"(
-             select Album,COUNT(Album) from music_tbl
-             where EXT_fname !='m3u' AND EXT_fname !='pls'
-             GROUP BY Album
-             order by UPPER(Album),Album;)",
-                     R"(insert into music_sortAlb_tbl values ("%s","%s","%llu",0,0);)",
+         fill_groups(db, kAlbums, R"(insert into music_sortAlb_tbl values ("%s","%s","%llu",0,0);)",
                      ids.music_file_alb_objid);
-}
-
-bool fill_videos(Database& db) {
-  return fill_items(db, R"(
-      select No from video_tbl
-      where EXT_fname !='srt'
-      order by case
-        when SUBSTR(UTF_fname,1,1) >= 'A' AND SUBSTR(UTF_fname,1,1) <= 'Z' then LOWER(SUBSTR(UTF_fname,1,1))
-        else UTF_fname end;)",
-                    R"(insert into video_sortidx_tbl values ("%s",0,0);)");
-}
-
-bool fill_photos(Database& db) {
-  return fill_items(db, R"(
-      select No from photo_tbl
-      order by case
-        when SUBSTR(UTF_fname,1,1) >= 'A' AND SUBSTR(UTF_fname,1,1) <= 'Z' then LOWER(SUBSTR(UTF_fname,1,1))
-        else UTF_fname end;)",
-                    R"(insert into photo_sortidx_tbl values ("%s",0,0);)");
 }
 
 bool fill_tables(Session& session, MediaClass media_class) {
@@ -109,9 +111,9 @@ bool fill_tables(Session& session, MediaClass media_class) {
     case MediaClass::kMusic:
       return fill_music(session.db, session.ids);
     case MediaClass::kVideo:
-      return fill_videos(session.db);
+      return fill_items(session.db, kVideoItems, R"(insert into video_sortidx_tbl values ("%s",0,0);)");
     case MediaClass::kPhoto:
-      return fill_photos(session.db);
+      return fill_items(session.db, kPhotoItems, R"(insert into photo_sortidx_tbl values ("%s",0,0);)");
   }
   return false;
 }
@@ -131,6 +133,14 @@ int RebuildSortTables(Session& session, MediaClass media_class) {
 
 int rebuild_for_whole_catalogue(Session& session) {
   return RebuildSortTables(session, MediaClass::kMusic);
+}
+
+std::span<const SortTable> item_tables() {
+  return kItemTables;
+}
+
+std::span<const SortTable> group_tables() {
+  return kGroupTables;
 }
 
 }  // namespace corvexal

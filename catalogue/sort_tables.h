@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include "catalogue/media_types.h"
 #include "catalogue/session.h"
 
@@ -13,5 +15,14 @@ int RebuildSortTables(Session& session, MediaClass media_class);
 // The same after work on the whole catalogue: of the sort tables only those of music. Clients of the
 // catalogue rely on the others being left as they are.
 int rebuild_for_whole_catalogue(Session& session);
+
+// What fills a sort table, row by row: the `No` of the items in display order, or the names of the genres,
+// artists or albums with their counts. Clients of the catalogue read both in the order of the table.
+struct SortTable {
+  const char* name;
+  const char* query;
+};
+[[nodiscard]] std::span<const SortTable> item_tables();
+[[nodiscard]] std::span<const SortTable> group_tables();
 
 }  // namespace corvexal

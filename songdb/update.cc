@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <string_view>
 
 #include "base/log.h"
 #include "base/paths.h"
@@ -26,10 +25,6 @@ bool is_music(std::string_view extension) {
   static constexpr std::string_view kMusic[] = {".mp3", ".m4a", ".m4p", ".wav"};
   return std::any_of(std::begin(kMusic), std::end(kMusic),
                      [extension](std::string_view music) { return equal_ignoring_case(music, extension); });
-}
-
-bool is_scanned(std::string_view name) {
-  return name.size() >= kShortestName && is_music(name.substr(name.size() - kExtensionSize));
 }
 
 // The extension as written, whether we know it or not.
@@ -59,6 +54,10 @@ void scan_music_file(SongStore& store, TagDecoder& decoder, const std::string& p
 
 }  // namespace
 
+bool is_store_song(std::string_view name) {
+  return name.size() >= kShortestName && is_music(name.substr(name.size() - kExtensionSize));
+}
+
 int update_song(SongStore& store, TagDecoder& decoder, const std::string& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) {
@@ -66,7 +65,7 @@ int update_song(SongStore& store, TagDecoder& decoder, const std::string& path) 
     return -1;
   }
   if (is_music(GetFileExtension(path, ""))) store.remove_first_below(path);
-  if ((status.st_mode & S_IFDIR) != 0 || !is_scanned(GetFileName(path))) return 1;
+  if ((status.st_mode & S_IFDIR) != 0 || !is_store_song(GetFileName(path))) return 1;
   if (store.is_modified(static_cast<std::uint32_t>(status.st_ino), path))
     scan_music_file(store, decoder, path, status);
   return 1;

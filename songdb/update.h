@@ -1,11 +1,16 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "metadata/tag_decoder.h"
 #include "songdb/store.h"
 
 namespace corvexal {
+
+// True for the name of a file that the store keeps songs of: .mp3, .m4a, .m4p and .wav, without regard to
+// case.
+[[nodiscard]] bool is_store_song(std::string_view name);
 
 // Brings the song store up to date for one music file of a directory scan: deletes the first record whose
 // path begins with the file's, then scans the file anew and stores it. Returns 1, also for a folder or a file
