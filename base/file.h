@@ -5,26 +5,26 @@
 #include <span>
 #include <string>
 
+#include "base/descriptor.h"
+
 namespace corvexal {
 
-// A regular file open for reading. Directories, pipes and devices count as files that cannot be opened: they
-// have no bytes to look at, and a pipe would keep the run waiting. The descriptor is closed with the object.
+// A regular file open for reading. Directories, pipes and devices count as files that cannot be opened, and
+// are not: they have no bytes to look at, and a pipe would keep the run waiting.
 class File {
  public:
-  // Opens the file; on failure the object is empty and errno says why (EINVAL for what is no regular file).
+  // Opens the file, waiting for a file server that holds a lease on it to give it up; on failure the object
+  // is empty and errno says why (EINVAL for what is no regular file).
   explicit File(const std::string& path);
-  ~File();
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
 
-  explicit operator bool() const { return fd_ >= 0; }
+  explicit operator bool() const { return static_cast<bool>(fd_); }
 
   // Size in bytes when the file was opened; 0 for an empty object.
   [[nodiscard]] std::uint64_t size() const { return size_; }
 
   // Reads from `offset` until `into` is full or the file ends. Returns the number of bytes read, which is
   // short only at the end of the file or, with failed() true and errno set, after a read error. Nothing is
-  // read behind size(), so that a walk through a file that another program appends to comes to an end.
+  // read past size(), so that a walk through a file that another program appends to comes to an end.
   std::size_t read_at(std::uint64_t offset, std::span<std::uint8_t> into);
 
   // The first offset from `offset` on that lies in no hole of the file, whose bytes are all zero; size() when
@@ -39,7 +39,7 @@ class File {
   [[nodiscard]] bool failed() const { return failed_; }
 
  private:
-  int fd_ = -1;
+  Descriptor fd_;
   std::uint64_t size_ = 0;
   bool failed_ = false;
 };
