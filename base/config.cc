@@ -26,12 +26,12 @@ constexpr Key kKeys[] = {
     {"sharename", &ConfigRecord::sharename, 255},
 };
 
-// The NUL-terminated text at `at`; empty behind the line.
+// The NUL-terminated text at `at`; empty past the line.
 std::string_view text_at(const Line& line, std::size_t at) {
   return at < kLineSize ? std::string_view(line.data() + at) : std::string_view();
 }
 
-void take_settings(const Line& line, ConfigRecord& record) {
+void apply_line(const Line& line, ConfigRecord& record) {
   std::size_t cursor = 0;
   for (const Key& key : kKeys) {
     if (text_at(line, cursor).find(key.name) == std::string_view::npos) continue;
@@ -68,7 +68,7 @@ int readconfig(int mode, std::span<const char* const> arguments, ConfigRecord& r
   for (int byte = std::fgetc(file.get()); byte != EOF; byte = std::fgetc(file.get())) {
     line[length++] = static_cast<char>(byte);
     if (byte == '\n') {
-      take_settings(line, record);
+      apply_line(line, record);
       line.fill('\0');
       length = 0;
     } else if (length == kLineSize) {

@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <ctime>
+#include <mutex>
 #include <system_error>
 
 #include "base/locations.h"
@@ -17,9 +18,10 @@ int log_level = 0;
 std::uint32_t log_categories = 0xFFFFFFFF;
 int log_destination = 0;
 std::FILE* log_file = nullptr;
-std::mutex log_mutex;
 
 namespace {
+
+std::mutex log_mutex;  // keeps the lines of different threads apart
 
 constexpr std::uint32_t kNoExtraCopy = 0x800;
 constexpr std::size_t kMessageSize = 1024;

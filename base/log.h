@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <mutex>
 
 namespace corvexal {
 
@@ -11,17 +10,16 @@ extern int log_level;                 // highest level that is written
 extern std::uint32_t log_categories;  // mask of the categories that are written
 extern int log_destination;           // 0 standard error, 1 syslog, 2 log_file
 extern std::FILE* log_file;           // borrowed; open while log_destination is 2
-extern std::mutex log_mutex;          // keeps lines of different threads apart
 
 // Appends one entry to the media server's log file: a line with the time (ctime), then ":" and the message,
 // of any length, and a line end. The file is opened and closed for each entry; any failure drops the entry
 // silently.
 void log_printf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-// The levelled logger of the tag and stream readers. A message, cut to 1023 bytes, is written when its level
-// is at most log_level and its category is in log_categories. Level 0 is fatal: always written, followed by
-// "Aborting", and the process exits with status 1. Category bit 0x800 keeps a fatal message from being
-// repeated on standard error.
+// The levelled logger of the tag and stream parsers, safe to use from several threads. A message, cut to 1023
+// bytes, is written when its level is at most log_level and its category is in log_categories. Level 0 is
+// fatal: always written, followed by "Aborting", and the process exits with status 1. Category bit 0x800
+// keeps a fatal message from being repeated on standard error.
 void err_log(int level, std::uint32_t category, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 

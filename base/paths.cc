@@ -17,11 +17,6 @@ void GetParentDirectory(std::string_view path, std::string& folder) {
   if (at != std::string_view::npos) folder.assign(path.substr(0, at + 1));
 }
 
-void GetParentDirectoryFullPath(std::string_view path, std::string& folder) {
-  const std::size_t at = path.rfind('/');
-  if (at != std::string_view::npos) folder.assign(path.substr(0, std::max<std::size_t>(at, 1)));
-}
-
 std::string_view GetFileName(std::string_view path) {
   const std::size_t at = path.rfind('/');
   if (at != std::string_view::npos) return path.substr(at + 1);

@@ -14,10 +14,6 @@ namespace corvexal {
 // one, so for "a" and for "a/".
 void GetParentDirectory(std::string_view path, std::string& folder);
 
-// The text before the path's last "/" (a trailing one counts: "a/b/" gives "a/b"), or "/" when that is the
-// first character. Leaves `folder` as it is when there is no "/".
-void GetParentDirectoryFullPath(std::string_view path, std::string& folder);
-
 // The text after the path's last "/". A path without "/" loses its first character; every caller has a full
 // path.
 [[nodiscard]] std::string_view GetFileName(std::string_view path);

@@ -35,7 +35,7 @@ int decimal_value(std::string_view text) {
 
 std::size_t utf8_character_length(std::string_view text) {
   // The first bytes of each form, and the range that the second byte is in; the others are 0x80 to 0xBF.
-  // Overlong forms, surrogates and what lies behind U+10FFFF fall between the rows.
+  // Overlong forms, surrogates and what lies above U+10FFFF fall between the rows.
   struct Form {
     std::uint8_t first, last, length, second_from, second_to;
   };

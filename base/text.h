@@ -20,7 +20,7 @@ void StringToLower(std::string& text);
 [[nodiscard]] int decimal_value(std::string_view text);
 
 // The length in bytes, 1 to 4, of the UTF-8 character (RFC 3629) at the start of `text`; 0 when there is
-// none. Surrogates, overlong forms and what lies behind U+10FFFF are no characters.
+// none. Surrogates, overlong forms and what lies above U+10FFFF are no characters.
 [[nodiscard]] std::size_t utf8_character_length(std::string_view text);
 
 // True when the text is UTF-8 characters and nothing else.

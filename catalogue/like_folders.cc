@@ -12,9 +12,10 @@
 namespace corvexal {
 namespace {
 
-// Takes the character at the start of `text` off it, as SQL's "like" reads it: a lead byte takes all the
-// continuation bytes after it, a stray one stands for itself, and what can't be a character is U+FFFD.
-std::uint32_t take_character(std::string_view& text) {
+// Reads the character at the start of `text` and moves past it, as SQL's "like" reads it: a lead byte takes
+// all the continuation bytes after it, a stray one stands for itself, and what can't be a character is
+// U+FFFD.
+std::uint32_t read_character(std::string_view& text) {
   const auto byte = [&text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   std::uint32_t code = byte(0);
   std::size_t length = 1;
@@ -46,7 +47,7 @@ std::string as_like_reads(std::string_view text) {
   text = text.substr(0, text.find('\0'));
   std::string result;
   result.reserve(text.size());
-  while (!text.empty()) append_character(result, take_character(text));
+  while (!text.empty()) append_character(result, read_character(text));
   StringToLower(result);
   return result;
 }

@@ -19,7 +19,7 @@ int main(int count, char** arguments) {
   for (const auto& path : paths) {
     std::ifstream file(path, std::ios::binary);
     const std::string content{std::istreambuf_iterator<char>(file), {}};
-    // A block of exactly the input's size, so that a sanitizer sees a read behind it.
+    // A block of exactly the input's size, so that a sanitizer sees a read past it.
     const std::vector<std::uint8_t> bytes(content.begin(), content.end());
     std::fprintf(stderr, "%s (%zu bytes)\n", path.c_str(), bytes.size());
     LLVMFuzzerTestOneInput(bytes.data(), bytes.size());

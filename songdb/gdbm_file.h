@@ -55,7 +55,7 @@ class KeyWalk {
  public:
   explicit KeyWalk(GDBM_FILE db);
 
-  // Goes to the first, then to the next key. False behind the last one, or when the file is damaged.
+  // Goes to the first, then to the next key. False after the last one, or when the file is damaged.
   [[nodiscard]] bool next();
 
   // The current key; valid until the next step.
@@ -77,8 +77,8 @@ class KeyWalk {
 [[nodiscard]] bool is_sound(GDBM_FILE db);
 
 // Makes a damaged file that is not open one that gdbm opens for a rebuild, and that is good for nothing else:
-// its header lists no free space and names an end far behind the file's. gdbm writes the header last, so
-// after a kill a bucket may list free space behind the end that the header names, or the header's own list be
+// its header lists no free space and names an end far beyond the file's. gdbm writes the header last, so
+// after a kill a bucket may list free space beyond the end that the header names, or the header's own list be
 // torn; gdbm would give up that bucket with every record in it, or the file.
 void forget_free_space(const std::string& path);
 

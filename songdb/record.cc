@@ -33,8 +33,8 @@ constexpr std::size_t kTextsAt = 124;
 constexpr std::uint32_t kHeaderSize = 128;  // counts the zero word at the end
 constexpr std::size_t kWord = 4;
 
-// Readers of the store look for the path four bytes further on than where it is written, and compare paths in
-// that shortened form only.
+// The server looks for the path four bytes further on than where it is written, and compares paths in that
+// shortened form only.
 constexpr std::size_t kPathReadAt = kTextsAt + 4;
 
 static_assert(kNumbersAt + std::size(kStoredNumbers) * kWord == kCompilationAt);

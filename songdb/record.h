@@ -70,8 +70,8 @@ int unpack_song(Bytes record, SongInfo& song);
 // Replaces `song` by what the record holds and nothing else: the full path, no derived fields.
 void read_stored_song(Bytes record, SongInfo& song);
 
-// The path as unpack_song gives it: the text that starts at the stored path's fifth byte. Behind a path of
-// less than four characters that is a piece of the texts that follow.
+// The path as unpack_song gives it: the text that starts at the stored path's fifth byte. For a path of less
+// than four characters that is a piece of the texts that follow.
 [[nodiscard]] Text shortened_path(Bytes record);
 
 // The record's first word; 0 when there is none.

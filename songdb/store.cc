@@ -61,7 +61,7 @@ SongStore::GdbmLock SongStore::lock_gdbm() {
 
 bool SongStore::is_open() {
   const auto guard = lock_gdbm();
-  return db_ != nullptr;
+  return !path_.empty();
 }
 
 bool SongStore::has_record(std::uint32_t id) {
@@ -133,17 +133,22 @@ void SongStore::let_go() {
 }
 
 // gdbm gives up on a file as soon as it meets damage in it, and would take no more records in this or any
-// later run. One rebuild has to do: a second failure has other reasons than the file.
+// later run.
+bool SongStore::gave_up() const {
+  return !db_ || gdbm_needs_recovery(db_.get()) != 0;
+}
+
+// One rebuild has to do: a failure after it has other reasons than the file.
 void SongStore::rebuild() {
   let_go();
   db_ = rebuild_store_file(path_);
-  was_rebuilt_ = true;
+  was_rebuilt_ = db_ != nullptr;
 }
 
 bool SongStore::store(Bytes key, Bytes record) {
   const auto guard = lock_gdbm();
   bool stored = put_record(key, record);
-  if (!stored && db_ && gdbm_needs_recovery(db_.get()) && !was_rebuilt_) {
+  if (!stored && gave_up() && !was_rebuilt_) {
     rebuild();
     stored = put_record(key, record);
   }
@@ -160,12 +165,12 @@ bool SongStore::open(const std::string& mount_path, bool reload) {
   std::printf("%s, db_path=%s", "db_open", path.c_str());
 
   auto guard = lock_gdbm();
-  path_ = path;
   was_rebuilt_ = false;
   let_go();
   db_ = open_store_file(path, reload);
   const int reason = errno;
   const bool opened = db_ != nullptr;
+  path_ = opened ? path : "";
   guard.unlock();
   if (!opened) log_printf("11Could not open songs database (%s): %s\n", path.c_str(), std::strerror(reason));
   return opened;
@@ -174,6 +179,7 @@ bool SongStore::open(const std::string& mount_path, bool reload) {
 void SongStore::close() {
   const auto guard = lock_gdbm();
   let_go();
+  path_.clear();
 }
 
 bool SongStore::add(const SongInfo& song) {

@@ -19,9 +19,9 @@ namespace corvexal {
 [[nodiscard]] std::string song_store_path(const std::string& mount_path);
 
 // The DAAP server's song store: the gdbm file ".systemfile/songs.gdb" under the configured mount path, one
-// record a song (songdb/record.h), its key the song's id. Calls may come from several threads; a
-// deletion by path may miss what others add or delete meanwhile. While the store is not open, look-ups find
-// nothing, and adding and deleting do nothing.
+// record a song (songdb/record.h), its key the song's id. Calls may come from several threads; a deletion by
+// path may miss what others add or delete meanwhile. While the store is not open, look-ups find nothing, and
+// adding and deleting do nothing.
 class SongStore {
  public:
   // Opens the store, creating it where it is missing, and says so on standard output without a line end. With
@@ -36,7 +36,8 @@ class SongStore {
 
   // Stores a song under its id, in place of an earlier record. In the stored copy a missing time_added or
   // time_modified is now, time_stored is now and time_played 0. A record that gdbm refuses is named in the
-  // log, and counted all the same. False when the song cannot be packed.
+  // log, and counted all the same; when gdbm has given up on the file, that is rebuilt first, once, and a
+  // rebuild that fails is tried again with the next song. False when the song cannot be packed.
   bool add(const SongInfo& song);
 
   // The song of that id, as unpack_song gives it.
@@ -84,6 +85,7 @@ class SongStore {
   PathIndex::Answer ask_index(std::string_view path);
   bool put_record(Bytes key, Bytes record);
   void let_go();
+  bool gave_up() const;
   void rebuild();
   bool store(Bytes key, Bytes record);
 
@@ -92,9 +94,9 @@ class SongStore {
   std::shared_mutex content_lock_;
   std::mutex gdbm_lock_;
 
-  GdbmFile db_;
-  std::uint64_t generation_ = 0;  // changes with the handle
-  std::string path_;
+  GdbmFile db_;                     // none as well while the open store waits for a rebuild
+  std::uint64_t generation_ = 0;    // changes with the handle
+  std::string path_;                // empty while the store is not open
   bool was_rebuilt_ = false;        // since it was opened
   std::optional<PathIndex> index_;  // in step with the open store, once it was asked
   std::uint32_t songs_added_ = 0, new_songs_ = 0;

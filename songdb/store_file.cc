@@ -36,8 +36,8 @@ void keep_owner_and_mode(const std::string& path, GDBM_FILE successor) {
   fchmod(file, old.st_mode & 0777);
 }
 
-// The store may live on another volume, behind a link that is to stay.
-std::string behind_links(std::string path) {
+// The store may live on another volume, with a link to it that is to stay.
+std::string target_of_links(std::string path) {
   std::error_code error;
   for (int links = 0; links < 40 && fs::is_symlink(path, error); ++links)
     path = fs::path(path).parent_path() / fs::read_symlink(path, error);
@@ -47,17 +47,17 @@ std::string behind_links(std::string path) {
 // A folder beside the store that is this program's alone, where no one can have planted a link: a new store
 // is made there and takes its final name only once it is complete, so that a kill leaves either the old store
 // or the new one. What a killed run left goes away with the folder.
-class Workshop {
+class StagingFolder {
  public:
-  explicit Workshop(const std::string& store) : path_(store + ".new") {
+  explicit StagingFolder(const std::string& store) : path_(store + ".new") {
     std::error_code seen_when_used;
     fs::remove_all(path_, seen_when_used);
     made_ = mkdir(path_.c_str(), 0700) == 0;
     if (!made_) gdbm_errno = GDBM_FILE_OPEN_ERROR;
   }
-  Workshop(const Workshop&) = delete;
-  Workshop& operator=(const Workshop&) = delete;
-  ~Workshop() {
+  StagingFolder(const StagingFolder&) = delete;
+  StagingFolder& operator=(const StagingFolder&) = delete;
+  ~StagingFolder() {
     const int reason = errno;
     std::error_code ignored;
     fs::remove_all(path_, ignored);
@@ -75,14 +75,14 @@ class Workshop {
 };
 
 bool replace_by_empty(const std::string& path) {
-  const Workshop workshop(path);
-  if (!workshop) return false;
+  const StagingFolder staging(path);
+  if (!staging) return false;
   GdbmFile db(
-      gdbm_open(workshop.file().c_str(), 0, GDBM_NEWDB | GDBM_SYNC | GDBM_NOLOCK, kOwnerOnly, nullptr));
+      gdbm_open(staging.file().c_str(), 0, GDBM_NEWDB | GDBM_SYNC | GDBM_NOLOCK, kOwnerOnly, nullptr));
   if (!db) return false;
   keep_owner_and_mode(path, db.get());
   db.reset();
-  if (std::rename(workshop.file().c_str(), path.c_str()) == 0) return true;
+  if (std::rename(staging.file().c_str(), path.c_str()) == 0) return true;
   gdbm_errno = GDBM_FILE_WRITE_ERROR;
   return false;
 }
@@ -149,7 +149,7 @@ void say_failure(const char* what, const std::string& path) {
 }  // namespace
 
 GdbmFile open_store_file(const std::string& name, bool emptied) {
-  const std::string path = behind_links(name);
+  const std::string path = target_of_links(name);
   if ((emptied || is_missing_or_empty(path)) && !replace_by_empty(path)) {
     say_failure(" cannot be made", path);
     return {};
@@ -169,9 +169,9 @@ GdbmFile open_store_file(const std::string& name, bool emptied) {
 }
 
 GdbmFile rebuild_store_file(const std::string& name) {
-  const std::string path = behind_links(name);
-  const Workshop workshop(path);
-  const auto kept = workshop ? rebuild_in_place_of(path, workshop.file()) : std::nullopt;
+  const std::string path = target_of_links(name);
+  const StagingFolder staging(path);
+  const auto kept = staging ? rebuild_in_place_of(path, staging.file()) : std::nullopt;
   GdbmFile db = kept ? open_for_writing(path) : GdbmFile();
   if (!db) {
     say_failure(" is damaged and cannot be rebuilt", path);

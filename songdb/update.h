@@ -15,7 +15,7 @@ namespace corvexal {
 // Brings the song store up to date for one music file of a directory scan: deletes the first record whose
 // path begins with the file's, then scans the file anew and stores it. Returns 1, also for a folder or a file
 // of another kind, which are left alone, or -1 with a line in the log when there is no such file. A file
-// whose reader fails is skipped with a line in the log.
+// whose tags or stream cannot be read is skipped with a line in the log.
 int update_song(SongStore& store, TagDecoder& decoder, const std::string& path);
 
 }  // namespace corvexal

@@ -25,7 +25,7 @@ TEST(Utf8, IsCheckedStrictly) {
   for (const char* text : {"", "\x7F\xC2\x80\xDF\xBF", "\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF",
                            "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"})
     EXPECT_TRUE(is_utf8(text)) << text;
-  // Continuations alone, overlong forms, a surrogate, what lies behind U+10FFFF, and cut characters.
+  // Continuations alone, overlong forms, a surrogate, what lies above U+10FFFF, and cut characters.
   for (const char* text :
        {"a\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xED\xA0\x80", "\xF4\x90\x80\x80",
         "\xF5\x80\x80\x80", "\xFD\xBF\xBF\xBF\xBF\xBF", "\xE4\xB8", "\xE4\xB8x"})

@@ -70,7 +70,7 @@ TEST_F(Store, IsEmptiedWhenItsFirstRecordIsOfAnotherVersionButNotCut) {
     EXPECT_TRUE(open());
     EXPECT_EQ(fs::status(file()).permissions(), fs::perms(0640)) << size;
     const std::string paths[] = {"/nowhere/", "/MNT/"};
-    store.remove_below(paths, false);  // all that were kept but the bent one: the walk goes on behind it
+    store.remove_below(paths, false);  // all that were kept but the bent one: the walk goes on after it
     EXPECT_EQ(songs().size(), size == record.size() ? 0U : 1U) << size;
   }
 }
@@ -152,7 +152,7 @@ TEST_F(DamagedStore, IsRefusedOrRepairedWhereverItIsCutOrBent) {
 TEST_F(DamagedStore, IsRebuiltWithEveryRecordThatIsWhole) {
   const char* const rebuilt = " was damaged and has been rebuilt with ";
   std::string torn = healthy_;
-  torn.replace(torn.find("/abc/mnt/123.mp3") - 128, 4, "torn");  // the key, in front of the record's header
+  torn.replace(torn.find("/abc/mnt/123.mp3") - 128, 4, "torn");  // the key, before the record's header
   const struct {
     std::string bytes;
     std::size_t kept;
@@ -181,6 +181,28 @@ TEST_F(DamagedStore, IsLeftAsItWasWhenThereIsNoRoomToRebuildIt) {
         _exit(!open() && read_file(file()) == bent ? 0 : 1);
       },
       ::testing::ExitedWithCode(0), "is damaged and cannot be rebuilt: ");
+}
+
+// What cannot be stored is logged and counted, and stored as soon as there is room.
+TEST_F(DamagedStore, TriesEachSongAgainWhenItCannotBeRebuilt) {
+  const rlimit full = {healthy_.size(), RLIM_INFINITY}, roomy = {RLIM_INFINITY, RLIM_INFINITY};
+  const auto fills_up = [&] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    open();
+    SongInfo song = song_of(1000, "/mnt/" + std::string(10'000, 'x'));
+    song.fname = "long.mp3";
+    setrlimit(RLIMIT_FSIZE, &full);
+    for (; song.id < 1003; ++song.id) store.add(song);
+    setrlimit(RLIMIT_FSIZE, &roomy);
+    store.add(song);
+    const std::string log = read_file("var/log/MediaServer.log");
+    const std::string line = ":Error inserting file long.mp3 in database\n\n";
+    std::size_t lines = 0;
+    for (std::size_t at = 0; (at = log.find(line, at)) != std::string::npos; ++at) ++lines;
+    return lines == 3 && store.songs_added() == 404 && store.contains(1003) && songs().size() == 401;
+  };
+  fs::create_directories("var/log");
+  EXPECT_EXIT(_exit(fills_up() ? 0 : 1), ::testing::ExitedWithCode(0), "is damaged and cannot be rebuilt: ");
 }
 
 // The run may be killed at any moment; the next one has to find a store that it can use. gdbm has finished

@@ -8,7 +8,7 @@
 
 namespace corvexal::testing {
 
-// Puts a folder of its own in front of PATH, where a test may place a program "detect_char_encode"; until
+// Puts a folder of its own first on PATH, where a test may place a program "detect_char_encode"; until
 // then there is none. PATH is restored with the object.
 class FakeDetector {
  public:
