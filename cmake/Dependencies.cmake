@@ -34,3 +34,29 @@ elseif(CORVEXAL_GNU_LIBICONV)
 else()
   message(STATUS "Character sets: the C library's iconv behind the adapter")
 endif()
+
+# The companion that guesses the encoding of tag texts is built where libuchardet is there, best as an archive.
+find_path(UCHARDET_INCLUDE_DIR uchardet/uchardet.h)
+find_library(UCHARDET_LIBRARY NAMES libuchardet.a uchardet)
+if(UCHARDET_INCLUDE_DIR AND UCHARDET_LIBRARY)
+  add_library(uchardet UNKNOWN IMPORTED GLOBAL)
+  set_target_properties(uchardet PROPERTIES
+    IMPORTED_LOCATION ${UCHARDET_LIBRARY}
+    INTERFACE_INCLUDE_DIRECTORIES ${UCHARDET_INCLUDE_DIR})
+  if(UCHARDET_LIBRARY MATCHES "\\.a$" AND NOT CORVEXAL_SANITIZE)
+    set(CMAKE_REQUIRED_INCLUDES ${UCHARDET_INCLUDE_DIR})
+    set(CMAKE_REQUIRED_LIBRARIES ${UCHARDET_LIBRARY})
+    set(CMAKE_REQUIRED_FLAGS -fPIE)
+    set(CMAKE_REQUIRED_LINK_OPTIONS -static-pie)
+    check_cxx_source_compiles("
+      #include <uchardet/uchardet.h>
+      int main() { uchardet_delete(uchardet_new()); }" CORVEXAL_STATIC_DETECTOR)
+    unset(CMAKE_REQUIRED_INCLUDES)
+    unset(CMAKE_REQUIRED_LIBRARIES)
+    unset(CMAKE_REQUIRED_FLAGS)
+    unset(CMAKE_REQUIRED_LINK_OPTIONS)
+  endif()
+  message(STATUS "Encodings of tag texts: detect_char_encode on libuchardet (${UCHARDET_LIBRARY})")
+else()
+  message(STATUS "Encodings of tag texts: detect_char_encode is not built, libuchardet is missing")
+endif()
