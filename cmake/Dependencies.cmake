@@ -1,6 +1,4 @@
 # Everything from outside, found once and given a target.
-include(CheckCXXSourceCompiles)
-
 find_package(SQLite3 REQUIRED)
 find_package(Threads REQUIRED)
 
@@ -17,22 +15,12 @@ endfunction()
 corvexal_find_library(gdbm gdbm.h gdbm)
 corvexal_find_library(id3tag id3tag.h id3tag)
 
-# Character sets come from GNU libiconv where <iconv.h> is its header, else from the C library.
-find_library(LIBICONV_LIBRARY iconv)
-check_cxx_source_compiles("
-  #include <iconv.h>
-  #ifndef _LIBICONV_VERSION
-  #error the C library's own
-  #endif
-  int main() {}" CORVEXAL_GNU_LIBICONV)
-add_library(iconv INTERFACE)
-if(CORVEXAL_GNU_LIBICONV AND NOT LIBICONV_LIBRARY)
-  message(FATAL_ERROR "<iconv.h> is GNU libiconv's, but the library is missing: install it or take its header away")
-elseif(CORVEXAL_GNU_LIBICONV)
-  message(STATUS "Character sets: GNU libiconv (${LIBICONV_LIBRARY})")
-  target_link_libraries(iconv INTERFACE ${LIBICONV_LIBRARY})
-else()
+# Character sets come from the C library, or from GNU libiconv where its header hides the C library's.
+find_package(Iconv REQUIRED)
+if(Iconv_IS_BUILT_IN)
   message(STATUS "Character sets: the C library's iconv behind the adapter")
+else()
+  message(STATUS "Character sets: GNU libiconv (${Iconv_LIBRARIES})")
 endif()
 
 # The companion that guesses the encoding of tag texts is built where libuchardet is there, best as an archive.

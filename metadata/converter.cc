@@ -10,16 +10,10 @@
 
 #include "base/text.h"
 #include "metadata/c_library_charsets.h"
-#include "metadata/hz_decoder.h"
+#include "metadata/c_library_decoders.h"
 
 namespace corvexal {
 namespace {
-
-#ifdef _LIBICONV_VERSION
-constexpr bool kGnuLibiconv = true;
-#else
-constexpr bool kGnuLibiconv = false;
-#endif
 
 constexpr std::size_t kScratchSize = 4096;
 
@@ -51,7 +45,7 @@ class Converters::Descriptor {
   // Converts from the initial state; see Converters::convert().
   int run(std::string_view input, std::string* output) {
     iconv(descriptor_, nullptr, nullptr, nullptr, nullptr);
-    char* in = const_cast<char*>(input.data());  // iconv only reads it
+    const char* in = input.data();
     std::size_t left = input.size();
     while (left > 0) {
       const std::size_t before = left;
@@ -68,12 +62,20 @@ class Converters::Descriptor {
  private:
   static iconv_t none() { return reinterpret_cast<iconv_t>(-1); }  // NOLINT(performance-no-int-to-ptr)
 
+  // iconv's second argument is a `char**` by POSIX and a `const char**` in some builds of GNU libiconv. It
+  // only reads the bytes.
+  struct Input {
+    const char** bytes;
+    operator const char**() const { return bytes; }
+    operator char**() const { return const_cast<char**>(bytes); }
+  };
+
   // One call of iconv, without input the one that gives what it still holds back. Returns 0 or its errno.
-  int step(char** in, std::size_t* left, std::string* output, std::size_t& made) {
+  int step(const char** in, std::size_t* left, std::string* output, std::size_t& made) {
     std::array<char, kScratchSize> scratch;
     char* out = scratch.data();
     std::size_t room = scratch.size();
-    const std::size_t result = iconv(descriptor_, in, left, &out, &room);
+    const std::size_t result = iconv(descriptor_, Input{in}, left, &out, &room);
     const int error = result == static_cast<std::size_t>(-1) ? errno : 0;
     made = scratch.size() - room;
     if (output != nullptr) output->append(scratch.data(), made);
@@ -123,11 +125,21 @@ int Converters::run_c_library(const char* tocode, const char* fromcode, std::str
       return run_c_library(tocode, charset, bytes, output);
     });
   }
+  if (names_big5(fromcode)) {
+    return decode_big5(input, [&](const char* charset, std::string_view bytes) {
+      return run_adapted(tocode, charset, bytes, output);
+    });
+  }
+  return run_adapted(tocode, fromcode, input, output);
+}
+
+int Converters::run_adapted(const char* tocode, const char* fromcode, std::string_view input,
+                            std::string* output) {
   const char* const to = c_library_name(tocode);
   const OrderedText source = in_byte_order(fromcode, input);
   const char* const from = c_library_name(source.charset);
   if (to == nullptr || from == nullptr) return EINVAL;
-  if (has_stray_control(fromcode, input)) return EILSEQ;
+  if (is_refused(fromcode, input)) return EILSEQ;
   return equal_ignoring_case(tocode, "UTF-8") ? run_to_utf8(from, source.text, output)
                                               : run_iconv(to, from, source.text, output);
 }

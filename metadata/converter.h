@@ -8,6 +8,9 @@
 
 namespace corvexal {
 
+// Which library converts: GNU libiconv, or the C library's iconv made to answer like it.
+inline constexpr bool kGnuLibiconv = CORVEXAL_GNU_LIBICONV;
+
 // Conversions between character sets by iconv. A converter stays open for the next text of the same two sets:
 // opening one costs more than most texts do. Not for use by several threads.
 class Converters {
@@ -30,6 +33,7 @@ class Converters {
   int run_iconv(const char* tocode, const char* fromcode, std::string_view input, std::string* output);
   int run_to_utf8(const char* fromcode, std::string_view input, std::string* output);
   int run_c_library(const char* tocode, const char* fromcode, std::string_view input, std::string* output);
+  int run_adapted(const char* tocode, const char* fromcode, std::string_view input, std::string* output);
 
   std::map<std::pair<std::string, std::string>, std::unique_ptr<Descriptor>> open_;  // by both names
 };

@@ -1,8 +1,8 @@
-#include "metadata/hz_decoder.h"
-
 #include <cerrno>
 #include <cstddef>
 #include <string>
+
+#include "metadata/c_library_decoders.h"
 
 namespace corvexal {
 namespace {
@@ -16,7 +16,7 @@ bool in_gb_range(char byte) {
 // Walks the text; each step takes at least one byte off its front.
 class HzDecoder {
  public:
-  HzDecoder(std::string_view text, const ConvertStretch& convert) : left_(text), convert_(convert) {}
+  HzDecoder(std::string_view text, const ConvertPiece& convert) : left_(text), convert_(convert) {}
 
   int run() {
     int error = 0;
@@ -41,20 +41,20 @@ class HzDecoder {
   }
 
   int plain() {
-    const std::string_view stretch = left_.substr(0, left_.find(kEscape));
-    left_.remove_prefix(stretch.size());
-    return convert_("ISO-8859-1", stretch);
+    const std::string_view piece = left_.substr(0, left_.find(kEscape));
+    left_.remove_prefix(piece.size());
+    return convert_("ISO-8859-1", piece);
   }
 
   int pairs() {
-    std::string stretch;
+    std::string piece;
     while (left_.size() >= 2 && left_.front() != kEscape) {
       if (!in_gb_range(left_[0]) || !in_gb_range(left_[1])) return EILSEQ;
-      for (const char byte : left_.substr(0, 2)) stretch += static_cast<char>(byte | 0x80);
+      for (const char byte : left_.substr(0, 2)) piece += static_cast<char>(byte | 0x80);
       left_.remove_prefix(2);
     }
     if (left_.size() == 1 && left_.front() != kEscape) drop_rest();
-    return convert_("EUC-CN", stretch);
+    return convert_("EUC-CN", piece);
   }
 
   int drop_rest() {
@@ -63,13 +63,13 @@ class HzDecoder {
   }
 
   std::string_view left_;
-  const ConvertStretch& convert_;
+  const ConvertPiece& convert_;
   bool in_gb_ = false;
 };
 
 }  // namespace
 
-int decode_hz(std::string_view text, const ConvertStretch& convert) {
+int decode_hz(std::string_view text, const ConvertPiece& convert) {
   return HzDecoder(text, convert).run();
 }
 
