@@ -17,13 +17,12 @@ class EncodingDetector {
       : time_limit_(time_limit) {}
 
   // Asks the program for the character set of `sample`, a text of unknown encoding that is cut at its first
-  // zero byte. The sample is the program's one argument and no shell sees it. Returns the first 18 bytes of
-  // what the program prints, cut at a zero byte and otherwise exactly as printed, a line end included; empty
-  // when it cannot be started or prints nothing. A program that has not ended within the time limit is
-  // killed, with all that it started. Neither that nor one that is missing is started again: from then on the
-  // answers are empty. The
-  // answer to the last sample is kept, as a scan into both stores reads each tag twice in a row and starting
-  // the program is four fifths of its time.
+  // zero byte. The sample is the program's one argument and no shell sees it as a command. Returns the first
+  // 18 bytes of what the program prints, cut at a zero byte and otherwise exactly as printed, a line end
+  // included; empty when it cannot be started or prints nothing. A program that has not ended within the time
+  // limit is killed, with all that it started. Neither that nor one that is missing is started again: from
+  // then on the answers are empty. The answer to the last sample is kept, as a scan into both stores reads
+  // each tag twice in a row and starting the program is four fifths of its time.
   [[nodiscard]] std::string detect(const std::string& sample);
 
  private:

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -21,22 +22,33 @@ namespace {
 using namespace std::chrono_literals;
 
 // Children that are still there, and open descriptors.
-std::ptrdiff_t left_behind() {
+std::ptrdiff_t leftovers() {
   const bool child = waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD;
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}) + (child ? 1000 : 0);
 }
 
 TEST(EncodingDetector, TakesTheAnswerInTimeAndLeavesNothingBehind) {
   const testing::FakeDetector detector;
-  const std::ptrdiff_t before = left_behind();
+  const std::ptrdiff_t before = leftovers();
   EXPECT_EQ(EncodingDetector().detect("sample"), "") << "there is no program yet";
   const auto signal_before = std::signal(SIGPIPE, SIG_IGN);
   for (const testing::Row& row : testing::table("detector_answers")) {
     detector.runs(row[0]);
     EXPECT_EQ(EncodingDetector(500ms).detect("sample"), row[1]) << row[0];
-    EXPECT_EQ(left_behind(), before) << row[0];
+    EXPECT_EQ(leftovers(), before) << row[0];
   }
   std::signal(SIGPIPE, signal_before);
+}
+
+TEST(EncodingDetector, GivesAScriptThatNamesNoInterpreterToTheShell) {
+  const testing::FakeDetector detector;
+  detector.runs("printf %s \"${0##*/}\"", "");
+  const testing::TestFolder folder;  // of what is no program, earlier in PATH
+  folder.write("a/detect_char_encode", "");
+  folder.write("b/detect_char_encode/file", "");
+  setenv("PATH", (folder.path() + "/a:" + folder.path() + "/b:" + std::getenv("PATH")).c_str(), 1);
+  EXPECT_EQ(EncodingDetector(500ms).detect("-c $0 it's"), "detect_char_encode");
+  EXPECT_EQ(detector.arguments(), std::vector<std::string>{"-c $0 it's"});
 }
 
 TEST(EncodingDetector, EndsWhatTheProgramLeavesRunning) {

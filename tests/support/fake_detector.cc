@@ -15,8 +15,8 @@ FakeDetector::~FakeDetector() {
   setenv("PATH", path_before_.c_str(), 1);
 }
 
-void FakeDetector::runs(std::string_view commands) const {
-  std::string script = "#!/bin/sh\nfor argument; do printf '%s\\0' \"$argument\"; done >'";
+void FakeDetector::runs(std::string_view commands, const std::string& first_line) const {
+  std::string script = first_line + "\nfor argument; do printf '%s\\0' \"$argument\"; done >'";
   script.append(folder_.path()).append("/arguments'\n").append(commands).append("\n");
   const std::string program = folder_.write("detect_char_encode", script);
   std::filesystem::permissions(program, std::filesystem::perms::owner_all);

@@ -17,8 +17,8 @@ class FakeDetector {
   FakeDetector(const FakeDetector&) = delete;
   FakeDetector& operator=(const FakeDetector&) = delete;
 
-  // The program notes its arguments and runs the shell commands.
-  void runs(std::string_view commands) const;
+  // The program, a script with the given first line, notes its arguments and runs the shell commands.
+  void runs(std::string_view commands, const std::string& first_line = "#!/bin/sh") const;
 
   // The program prints the text, without a line end.
   void answers(const std::string& text) const;

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <string>
+
+namespace corvexal {
+
+// A program of the device that runs beside this one, for a limited time.
+class ChildProcess {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  // Starts the program, found through PATH, with one argument. Its input is empty, its output the descriptor.
+  // A script that names no interpreter in its first line is run by /bin/sh.
+  ChildProcess(const std::string& program, const std::string& argument, int output,
+               Clock::time_point deadline);
+  ~ChildProcess() { end(); }
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  // True when there is no such program.
+  [[nodiscard]] bool is_missing() const { return is_missing_; }
+
+  // Waits for the program's end. False when it outlived the deadline and was killed, with all that it
+  // started.
+  bool end();
+
+ private:
+  pid_t id_ = -1;
+  bool is_missing_ = false;
+  Clock::time_point deadline_;
+};
+
+}  // namespace corvexal
