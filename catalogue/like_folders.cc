@@ -84,7 +84,8 @@ class LikePattern {
         continue;
       }
       ++tokens;
-      (c == '_' ? any_.data() : accepting(c))[tokens / kWordBits] |= bit(tokens);
+      std::uint64_t* const completed_by = c == '_' ? any_.data() : accepting(c);
+      completed_by[tokens / kWordBits] |= bit(tokens);
     }
     borders_.push_back(tokens);
     accept_any_character();
