@@ -23,7 +23,8 @@ extern "C" ssize_t pread64(int descriptor, void* into, std::size_t count, off64_
     errno = EIO;
     return -1;
   }
-  return read(descriptor, into, std::min<std::uint64_t>(count, unreadable_from - offset), offset);
+  const auto readable = std::min<std::uint64_t>(count, unreadable_from - offset);
+  return read(descriptor, into, static_cast<std::size_t>(readable), offset);
 }
 
 namespace corvexal::testing {
