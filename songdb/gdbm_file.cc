@@ -28,7 +28,7 @@ std::uint64_t size_of(GDBM_FILE db) {
 }
 
 // gdbm grows a file up to the end that its header names before it stores anything: a damaged header would
-// fill the disk. A file that gdbm was done with ends just there.
+// fill the disk. A file that gdbm had finished with ends just there.
 bool ends_where_its_header_says(GDBM_FILE db) {
   const int file = gdbm_fdesc(db);
   std::uint32_t magic = 0;

@@ -72,8 +72,8 @@ class KeyWalk {
   bool damaged_ = false;
 };
 
-// True when a file is one that gdbm was done with: it ends where its header says, its tables of free space
-// hold together, every key and value can be read, and there are as many as the buckets count.
+// True when gdbm had finished with the file: it ends where its header says, its tables of free space hold
+// together, every key and value can be read, and there are as many as the buckets count.
 [[nodiscard]] bool is_sound(GDBM_FILE db);
 
 // Makes a damaged file that is not open one that gdbm opens for a rebuild, and that is good for nothing else:

@@ -11,12 +11,10 @@
 namespace {
 
 constexpr char kUsage[] =
-    "Usage: corvexal-songs [FILE]\n"
-    "Prints the records of a song store, one line of JSON each, in the store's own order. Without FILE it "
-    "is\n"
-    "the store under the configured mount path. The file is only read. Bytes that are no UTF-8 are printed "
-    "as\n"
-    "U+FFFD each. The exit status is 0, 1 when the file cannot be read or is damaged, 2 for a wrong call.";
+    R"(Usage: corvexal-songs [FILE]
+Prints the records of a song store, one line of JSON each, in the store's own order. Without FILE it is
+the store under the configured mount path. The file is only read. Bytes that are no UTF-8 are printed as
+U+FFFD each. The exit status is 0, 1 when the file cannot be read or is damaged, 2 for a wrong call.)";
 
 // Standard output is for records only: what there is to say about the configuration goes to standard error.
 corvexal::ConfigRecord configuration(char** argv) {

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <filesystem>
 
 #include "base/locations.h"
 #include "tests/support/test_files.h"
@@ -14,9 +13,7 @@ namespace corvexal {
 namespace {
 
 TEST(DaapServer, IsSignalledByItsNumberAndNeverAsAGroup) {
-  const testing::TestFolder folder;
-  const auto before = std::filesystem::current_path();
-  std::filesystem::current_path(folder.path());
+  const testing::WorkingFolder folder;
   std::signal(SIGHUP, SIG_DFL);  // nohup has it ignored
   const pid_t server = fork();
   if (server == 0) {
@@ -37,7 +34,6 @@ TEST(DaapServer, IsSignalledByItsNumberAndNeverAsAGroup) {
   int status = 0;
   EXPECT_EQ(waitpid(server, &status, 0), server);
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGHUP);
-  std::filesystem::current_path(before);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/locations.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal {
@@ -41,6 +42,32 @@ TEST(Readconfig, HoldsLinesOfUpTo511CharactersAndFieldsOfTheirSize) {
   EXPECT_EQ(record.sd_status, "012345678");
   EXPECT_EQ(read("sharename=kept\nmntpath=" + std::string(504, 'x') + "\n", record), -1);
   EXPECT_EQ(record.sharename, "kept");
+}
+
+TEST(Readconfig, ReadsTheDevicesFileInModeOneAndTheNamedOneInModeThree) {
+  const testing::WorkingFolder folder;
+  folder.write(kConfigFile, "mntpath=/device\n");
+  folder.write("named", "mntpath=/named\n");
+  const struct {
+    int mode;
+    const char* arguments[3];
+    std::size_t count;
+    const char* mount_path;
+  } rows[] = {{1, {"Corvexal", "-C", "/a"}, 3, "/device"},
+              {1, {"Corvexal"}, 1, "/device"},
+              {3, {"Corvexal", "-RC", "named"}, 3, "/named"},
+              {3, {"Corvexal", "-R", "named"}, 3, ""},
+              {3, {"Corvexal", "-RC"}, 2, ""},
+              {3, {"Corvexal", "-RC", "missing"}, 3, ""},
+              {2, {"Corvexal", "-RC", "named"}, 3, ""}};
+  for (const auto& row : rows) {
+    testing::CapturedOutput output;
+    ConfigRecord record;
+    const int result = readconfig(row.mode, {row.arguments, row.count}, record);
+    EXPECT_EQ(record.mntpath, row.mount_path);
+    EXPECT_EQ(result, record.mntpath.empty() ? -1 : 0) << row.mode << row.arguments[1];
+    EXPECT_EQ(output.text(), result == 0 ? "" : "error happen: Corvexal\n") << row.mode << row.arguments[1];
+  }
 }
 
 }  // namespace

@@ -4,7 +4,9 @@
 
 #include <climits>
 
+#include "base/locations.h"
 #include "tests/support/bytes.h"
+#include "tests/support/test_files.h"
 
 namespace corvexal {
 namespace {
@@ -46,10 +48,15 @@ TEST(UnpackSong, GivesBackEverythingButFourCharactersOfThePath) {
   read_stored_song(golden_record(), song);
   EXPECT_EQ(song.path, kFullSong.path);
 
+  const testing::WorkingFolder folder;
+  folder.write(kLogFile, "");
   PackedSong other_version = golden_record();
   other_version.front() = other_version[3] = 7;
   EXPECT_EQ(unpack_song(other_version, song), 0);
   EXPECT_EQ(song.album, "alb");
+  const std::string entry = testing::read_file(kLogFile);
+  EXPECT_EQ(entry.substr(entry.find("\n:")),
+            "\n:ON-DISK DATABASE VERSION HAS CHANGED\nDelete your songs.gdb and restart.\n\n");
 }
 
 TEST(UnpackSong, ReadsAShortPathFromTheTextsThatFollow) {

@@ -22,11 +22,7 @@ inline SongInfo song_of(std::uint32_t id, const std::string& path) {
 // Every test has a mount path of its own, which is the working folder too.
 class StoreFixture : public ::testing::Test {
  protected:
-  StoreFixture() {
-    std::filesystem::current_path(mount_.path());
-    std::filesystem::create_directory(".systemfile");
-  }
-  ~StoreFixture() override { std::filesystem::current_path(before_); }
+  StoreFixture() { std::filesystem::create_directory(".systemfile"); }
 
   bool open(bool reload = false) {
     testing::CapturedOutput out;
@@ -44,9 +40,8 @@ class StoreFixture : public ::testing::Test {
     return songs;
   }
 
-  testing::TestFolder mount_;
+  testing::WorkingFolder mount_;
   SongStore store;
-  std::filesystem::path before_ = std::filesystem::current_path();
 };
 
 }  // namespace corvexal

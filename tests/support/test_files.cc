@@ -5,7 +5,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -36,6 +35,15 @@ std::string TestFolder::write_sparse(std::string_view name, std::string_view hea
   std::filesystem::resize_file(path, offset);
   std::ofstream(path, std::ios::binary | std::ios::app) << tail;
   return path;
+}
+
+WorkingFolder::WorkingFolder() {
+  std::filesystem::current_path(path());
+}
+
+WorkingFolder::~WorkingFolder() {
+  std::error_code ignored;
+  std::filesystem::current_path(before_, ignored);
 }
 
 std::string read_file(const std::string& path) {

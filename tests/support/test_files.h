@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -26,6 +27,19 @@ class TestFolder {
 
  private:
   std::string path_;
+};
+
+// A folder of a test's own that is the working folder while it lives: a staged build finds the device's files
+// in it.
+class WorkingFolder : public TestFolder {
+ public:
+  WorkingFolder();
+  ~WorkingFolder();
+  WorkingFolder(const WorkingFolder&) = delete;
+  WorkingFolder& operator=(const WorkingFolder&) = delete;
+
+ private:
+  std::filesystem::path before_ = std::filesystem::current_path();
 };
 
 // The whole content of a file; a test failure when it cannot be read is left to the caller (the text is
