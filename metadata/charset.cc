@@ -14,8 +14,8 @@ namespace corvexal {
 namespace {
 
 // The candidates of the pseudo sets. The Japanese set is known as "autodetect_jp" alone: the other lists name
-// it with capital letters, which is no set at all (EINVAL), and so they end there. The names that the
-// catalogue's readers know came out of exactly these lists: spelling and order stay.
+// it with capital letters, which is no set at all (EINVAL), and so they end there. Clients of the catalogue
+// rely on the names that come out of exactly these lists: spelling and order stay.
 constexpr const char* kUtf8Candidates[] = {"UTF-8",         "autodetect_BIG5", "autodetect_GB",
                                            "autodetect_JP", "autodetect_kr",   "ISO-8859-1"};
 constexpr const char* kJapaneseCandidates[] = {
@@ -53,10 +53,10 @@ constexpr PseudoSet kPseudoSets[] = {{"autodetect_utf8", kUtf8Candidates},
 constexpr const char* kCodePageSets[] = {
     "", "autodetect_BIG5", "autodetect_GB", "autodetect_jp", "autodetect_kr", "autodetect_utf8"};
 
-// One conversion, tried from one set after another.
-class Attempt {
+// One conversion, tried from one candidate after another.
+class CandidateSearch {
  public:
-  Attempt(Converters& converters, const char* tocode, std::string_view input, Text* result)
+  CandidateSearch(Converters& converters, const char* tocode, std::string_view input, Text* result)
       : converters_(converters), tocode_(tocode), input_(input), result_(result) {}
 
   // Returns 0 with the result stored, or an errno value. `chain` has a bit for each pseudo set that is being
@@ -95,7 +95,7 @@ int iconv_string(Converters& converters, const char* tocode, const char* fromcod
                  Text* result) {
   int error = 0;
   try {
-    error = Attempt(converters, tocode, input, result).from(fromcode);
+    error = CandidateSearch(converters, tocode, input, result).from(fromcode);
   } catch (const std::bad_alloc&) {
     error = ENOMEM;
   }
@@ -121,20 +121,6 @@ int NameCharset::CodePageType() {
 
 Converted NameCharset::to_utf8(std::string_view name) {
   return convert_to_utf8(converters_, name, charset_.c_str());
-}
-
-std::string ucs4_to_raw_bytes(std::u32string_view ucs4) {
-  std::string bytes;
-  for (const char32_t character : ucs4) {
-    if (character > 0xFFFF) continue;
-    if (character > 0xFF) bytes += static_cast<char>(character >> 8);
-    bytes += static_cast<char>(character & 0xFF);
-  }
-  return bytes;
-}
-
-bool ucs4_has_cjk(std::u32string_view ucs4) {
-  return std::any_of(ucs4.begin(), ucs4.end(), [](char32_t c) { return c >= 0x4E00 && c <= 0x9FBF; });
 }
 
 }  // namespace corvexal

@@ -25,7 +25,7 @@ struct Converted {
   Text text;
 };
 
-// Converts a text, given without a terminator, from `fromcode` to UTF-8 with its terminator behind it.
+// Converts a text, given without a terminator, from `fromcode` to UTF-8 with its terminator after it.
 [[nodiscard]] Converted convert_to_utf8(Converters& converters, std::string_view text, const char* fromcode);
 
 // The character set of the names on the disk.
@@ -46,12 +46,5 @@ class NameCharset {
   std::string charset_;
   Converters converters_;
 };
-
-// The bytes of a UCS-4 text as they stood in the file: one for a character below 256, two (high byte first)
-// up to 0xFFFF, none above.
-[[nodiscard]] std::string ucs4_to_raw_bytes(std::u32string_view ucs4);
-
-// True when the text holds a character of the CJK Unified Ideographs block (0x4E00 to 0x9FBF).
-[[nodiscard]] bool ucs4_has_cjk(std::u32string_view ucs4);
 
 }  // namespace corvexal

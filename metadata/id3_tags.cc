@@ -6,9 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <iterator>
 #include <memory>
 #include <string_view>
@@ -17,32 +15,24 @@
 #include "base/file.h"
 #include "base/log.h"
 #include "base/text.h"
-#include "metadata/charset.h"
 #include "metadata/genres.h"
 #include "metadata/id3_guard.h"
+#include "metadata/id3_texts.h"
+#include "metadata/reader_log.h"
 
 namespace corvexal {
 namespace {
 
-constexpr std::uint32_t kLogCategory = 8;
-constexpr int kLogFailure = 2;
-constexpr int kLogVerbose = 9;
-
 constexpr std::size_t kSampleSize = 100;  // bytes
 constexpr int kSampleFrames = 5;
-constexpr std::size_t kLongestText = 1023;  // bytes of a frame's text that are converted
 
 struct CloseTagFile {
   void operator()(id3_file* file) const noexcept { id3_file_close(file); }
 };
 using TagFile = std::unique_ptr<id3_file, CloseTagFile>;
 
-struct FreeText {
-  void operator()(id3_utf8_t* text) const noexcept { std::free(text); }  // NOLINT: made by the library
-};
-
 // The character sets that the detector's answers stand for. It takes Cyrillic texts for one another's sets:
-// these rows are what comes out right on the device, and what the stores were written with.
+// clients of the stores rely on what these rows make of them.
 struct DetectedSet {
   std::string_view answer;
   const char* charset;
@@ -64,26 +54,10 @@ void each_frame(const id3_tag& tag, Visit visit) {
     if (!visit(*frame)) return;
 }
 
-// The frame's text: the first string of its second field, where that is a list of strings; else null.
-// Comments have their language there, so they have no text in this sense.
-const id3_ucs4_t* text_of(const id3_frame& frame) {
-  const std::string_view id = frame.id;
-  if (!id.starts_with('T') && id != "COMM") return nullptr;
-  const id3_field* const field = id3_frame_field(&frame, 1);
-  if (field == nullptr || id3_field_getnstrings(field) == 0) return nullptr;
-  return id3_field_getstrings(field, 0);
-}
-
-std::u32string ucs4_of(const id3_ucs4_t* text) {
-  std::u32string copy;
-  for (; *text != 0; ++text) copy += static_cast<char32_t>(*text);
-  return copy;
-}
-
 void note_compilation(const id3_frame& frame, SongInfo& song) {
   if (std::string_view(frame.id) != "YTCP") return;
   song.compilation = 1;
-  err_log(kLogVerbose, kLogCategory, "Compilation: %d\n", song.compilation);
+  err_log(kVerbose, kReaders, "Compilation: %d\n", song.compilation);
 }
 
 bool is_sampled(std::string_view id) {
@@ -97,36 +71,14 @@ std::string sample_texts(const id3_tag& tag, SongInfo& song) {
   int frames = 0;
   each_frame(tag, [&](const id3_frame& frame) {
     note_compilation(frame, song);
-    const id3_ucs4_t* const text = text_of(frame);
+    const id3_ucs4_t* const text = id3_text_of(frame);
     if (text == nullptr || !is_sampled(frame.id)) return true;
-    const std::string bytes = ucs4_to_raw_bytes(ucs4_of(text));
+    const std::string bytes = ucs4_to_raw_bytes(text, kSampleSize);
     if (sample.size() + bytes.size() > kSampleSize) return false;
     sample += bytes;
     return ++frames < kSampleFrames;
   });
   return sample;
-}
-
-// Converts the beginning of a text that is too long. Without a terminator behind it a character
-// cut in two is dropped.
-Text beginning_to_utf8(Converters& converters, std::string_view text, const char* charset) {
-  Text utf8;
-  iconv_string(converters, "UTF-8", charset, text.substr(0, kLongestText), &utf8);
-  if (utf8) utf8->resize(std::min(utf8->size(), utf8->find('\0')));
-  return utf8;
-}
-
-// The text in UTF-8. One with an ideograph in it must have been Unicode in the tag; any other is taken back
-// to its bytes, which a tag may call Latin-1 whatever they are.
-Text to_utf8(Converters& converters, const id3_ucs4_t* text, const char* charset) {
-  const std::u32string ucs4 = ucs4_of(text);
-  if (ucs4_has_cjk(ucs4)) {
-    const std::unique_ptr<id3_utf8_t, FreeText> utf8(id3_ucs4_utf8duplicate(text));
-    return utf8 ? Text(reinterpret_cast<const char*>(utf8.get())) : std::nullopt;
-  }
-  const std::string bytes = ucs4_to_raw_bytes(ucs4);
-  if (bytes.size() > kLongestText) return beginning_to_utf8(converters, bytes, charset);
-  return convert_to_utf8(converters, bytes, charset).text;
 }
 
 const char* shown(const Text& text) {
@@ -139,11 +91,11 @@ void store_title(Text value, SongInfo& song) {
     return;
   }
   song.title = std::move(value);
-  err_log(kLogVerbose, kLogCategory, " Title: %s\n", shown(song.title));
+  err_log(kVerbose, kReaders, " Title: %s\n", shown(song.title));
 }
 
 void store_genre(Text value, SongInfo& song) {
-  err_log(kLogVerbose, kLogCategory, " Genre: %s\n", shown(value));
+  err_log(kVerbose, kReaders, " Genre: %s\n", shown(value));
   if (value) value = std::string(genre_of_text(*value));
   song.genre = std::move(value);
 }
@@ -153,21 +105,21 @@ void store(std::string_view id, Text value, SongInfo& song) {
   if (id == "TCON") return store_genre(std::move(value), song);
   if (id == "TPE1") {
     song.artist = std::move(value);
-    err_log(kLogVerbose, kLogCategory, " Artist: %s\n", shown(song.artist));
+    err_log(kVerbose, kReaders, " Artist: %s\n", shown(song.artist));
   } else if (id == "TALB") {
     song.album = std::move(value);
-    err_log(kLogVerbose, kLogCategory, " Album: %s\n", shown(song.album));
+    err_log(kVerbose, kReaders, " Album: %s\n", shown(song.album));
   } else if (id == "TBPM") {
     song.bpm = decimal_value(value.value_or(""));
-    err_log(kLogVerbose, kLogCategory, "BPM: %d\n", song.bpm);
+    err_log(kVerbose, kReaders, "BPM: %d\n", song.bpm);
   }
 }
 
 void store_texts(Converters& converters, const id3_tag& tag, const char* charset, SongInfo& song) {
   each_frame(tag, [&](const id3_frame& frame) {
     note_compilation(frame, song);
-    if (const id3_ucs4_t* const text = text_of(frame))
-      store(frame.id, to_utf8(converters, text, charset), song);
+    if (const id3_ucs4_t* const text = id3_text_of(frame))
+      store(frame.id, id3_text_to_utf8(converters, text, charset), song);
     return true;
   });
 }
@@ -183,12 +135,12 @@ TagFile tag_file_of(const File& bytes) {
 }
 
 int cannot_open(const std::string& path) {
-  err_log(kLogFailure, kLogCategory, "Cannot open %s\n", path.c_str());
+  err_log(kFileFailure, kReaders, "Cannot open %s\n", path.c_str());
   return -1;
 }
 
 int no_tag(const std::string& path) {
-  err_log(kLogFailure, kLogCategory, "Cannot get ID3 tag for %s\n", path.c_str());
+  err_log(kFileFailure, kReaders, "Cannot get ID3 tag for %s\n", path.c_str());
   return -1;
 }
 
@@ -214,7 +166,7 @@ int scan_get_mp3tags(TagDecoder& decoder, const std::string& path, SongInfo& son
   const std::string answer = decoder.detector.detect(sample_texts(*tag, song));
   store_texts(decoder.converters, *tag, charset_of_answer(answer).c_str(), song);
   file.reset();
-  err_log(kLogVerbose, kLogCategory, "Got id3 tag successfully\n");
+  err_log(kVerbose, kReaders, "Got id3 tag successfully\n");
   return 0;
 }
 

@@ -66,11 +66,5 @@ TEST(CodePageType, ChoosesByTheFirstWordFound) {
   EXPECT_EQ(names.charset(), "autodetect_kr") << "as it was";
 }
 
-TEST(Ucs4, GivesBackTheBytesOfTheFile) {
-  EXPECT_EQ(ucs4_to_raw_bytes(U"a\u00E9\u4E2D\U0001F600b"), "a\xE9N-b");
-  EXPECT_TRUE(ucs4_has_cjk(U"x\u4E00") && ucs4_has_cjk(U"\u9FBFx"));
-  EXPECT_FALSE(ucs4_has_cjk(U"x\u4DFF\u9FC0"));
-}
-
 }  // namespace
 }  // namespace corvexal

@@ -36,7 +36,7 @@ TEST(Mp4, MeasuresTheStream) {
 }
 
 TEST(Mp4, SurvivesDamage) {
-  const std::string whole = testing::read_file(testing::sample("../fuzz/corpus/mp4/every-item.m4a"));
+  const std::string whole = testing::bytes_of("mp4_tags", "every-item.m4a");
   const testing::TestFolder folder;
   for (const std::string& copy : testing::damaged_copies(whole)) {
     const std::string path = folder.write("a.m4a", copy);

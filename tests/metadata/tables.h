@@ -66,6 +66,13 @@ inline std::string file_of(const Row& row, const TestFolder& folder) {
   return row[0].starts_with("samples/") ? sample("../" + row[0]) : folder.write(row[0], row[1]);
 }
 
+// The bytes of a table's row that builds a file of the given name.
+inline std::string bytes_of(const std::string& name, const std::string& file) {
+  for (const Row& row : table(name))
+    if (row[0] == file) return row[1];
+  throw std::runtime_error("no row " + file);
+}
+
 inline std::string shown(const Text& text) {
   return text.value_or("-");
 }
