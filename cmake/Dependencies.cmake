@@ -18,7 +18,7 @@ corvexal_find_library(id3tag id3tag.h id3tag)
 # Character sets come from the C library, or from GNU libiconv where its header hides the C library's.
 find_package(Iconv REQUIRED)
 if(Iconv_IS_BUILT_IN)
-  message(STATUS "Character sets: the C library's iconv behind the adapter")
+  message(STATUS "Character sets: the C library's iconv through the adapter")
 else()
   message(STATUS "Character sets: GNU libiconv (${Iconv_LIBRARIES})")
 endif()

@@ -55,7 +55,7 @@ constexpr LeadBytes kDoubleByteSets[] = {
 
 constexpr std::string_view kBig5Names[] = {"BIG5", "BIG-5", "BIGFIVE", "BIG-FIVE", "CN-BIG5"};
 
-// A set whose texts tell their byte order by a mark in front.
+// A set whose texts tell their byte order by a mark at their start.
 struct MarkedSet {
   std::string_view charset;
   const char* big_endian;

@@ -21,7 +21,7 @@ class FileWindow {
 
   explicit operator bool() const { return static_cast<bool>(file_); }
 
-  // Size in bytes when the file was opened. Nothing is read after it, so a growing file ends too.
+  // Size in bytes when the file was opened. Nothing beyond it is read, so a growing file ends too.
   [[nodiscard]] std::uint64_t file_size() const { return file_.size(); }
 
   // The first offset from `offset` on that lies in no hole of the file (base/file.h).

@@ -7,8 +7,7 @@
 namespace corvexal {
 namespace {
 
-// The ID3v1 list with its well-known extensions, in the spelling that the stores have always had, and
-// "Others".
+// The ID3v1 list with its well-known extensions, and "Others". Clients of the stores rely on the spelling.
 // clang-format off
 constexpr std::string_view kGenres[] = {
     /* 0 */ "Blues", "Classic Rock", "Country", "Dance", "Disco",

@@ -14,8 +14,8 @@ namespace {
 constexpr std::size_t kHeadSize = 10;
 constexpr std::string_view kPngSignature = "\x89PNG\r\n\x1A\n";
 
-// The type that the file's first bytes tell. All but JPEG are known by a mark anywhere in front of the first
-// zero byte.
+// The type that the file's first bytes tell. All but JPEG are known by a mark anywhere before the first zero
+// byte.
 std::optional<ImageType> recognise(Bytes head) {
   const std::string text(head.begin(), std::find(head.begin(), head.end(), std::uint8_t{0}));
   const auto holds = [&text](std::string_view mark) { return text.find(mark) != std::string::npos; };

@@ -49,7 +49,7 @@ int scan_tags_by_type(TagDecoder& decoder, const std::string& path, SongInfo& so
 }
 
 int scan_info_by_type(const std::string& path, SongInfo& song) {
-  // A "song.MP3" gets its tags but no stream information, only its size: readers of the store rely on that
+  // A "song.MP3" gets its tags but no stream information, only its size: clients of the store rely on that
   // difference from a "song.mp3", so the case is not folded here.
   for (const SongScanner& scanner : kScanners)
     if (song.type == scanner.extension) return scanner.info(path, song);
