@@ -18,6 +18,7 @@ using std::chrono::milliseconds;
 
 constexpr char kProgram[] = "detect_char_encode";
 constexpr std::size_t kAnswerLength = 18;
+constexpr std::size_t kMostAnswers = 256;
 
 // The two ends of a pipe, closed with the object.
 class Pipe {
@@ -73,9 +74,10 @@ std::string read_answer(int descriptor, Clock::time_point deadline) {
 }  // namespace
 
 std::string EncodingDetector::detect(const std::string& sample) {
-  if (last_ && last_->sample == sample) return last_->answer;
-  last_ = Detection{sample, usable_ ? ask(sample) : ""};
-  return last_->answer;
+  if (const auto known = answers_.find(sample); known != answers_.end()) return known->second;
+  if (!usable_) return {};
+  if (answers_.size() >= kMostAnswers) answers_.clear();
+  return answers_[sample] = ask(sample);
 }
 
 std::string EncodingDetector::ask(const std::string& sample) {

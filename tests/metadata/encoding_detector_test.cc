@@ -76,6 +76,7 @@ TEST(EncodingDetector, IsAskedOnceAndNotAgainOnceItHangs) {
   detector.runs("printf KOI8-R; sleep 60");
   EXPECT_EQ(encodings.detect(hostile), "UTF-8");
   EXPECT_EQ(encodings.detect("second"), "KOI8-R");
+  EXPECT_EQ(encodings.detect(hostile), "UTF-8") << "not only the last answer is remembered";
   EXPECT_EQ(encodings.detect("third"), "");
   EXPECT_EQ(detector.arguments(), std::vector<std::string>{"second"});
   EXPECT_EQ(error.text(), "detect_char_encode does not end, and is not started again\n");
