@@ -30,12 +30,12 @@ void add_song(Database& database, int number, const std::string& folder, const s
       "\"0\");",
       number, folder, name, folder, name, numbered("Genre ", 120), numbered("Artist ", 5000),
       numbered("Album ", 10'000), numbered(number % 3 == 0 ? "Title " : "title ", 90'000),
-      kFirstObjectIds.music_file_objid + static_cast<unsigned>(number));
+      ObjectIds{}.music_file_objid + static_cast<unsigned>(number));
 }
 
 void add_folder(Database& database, int number, const std::string& folder) {
   database.exec("insert into path_objid_tbl values (\"%s\",\"%llu\",\"0\",\"3\",\"0\",\"1\",\"0\");", folder,
-                kFirstObjectIds.media_path_objid + static_cast<unsigned>(number));
+                ObjectIds{}.media_path_objid + static_cast<unsigned>(number));
 }
 
 double seconds(const timeval& time) {
