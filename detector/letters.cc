@@ -36,6 +36,7 @@ constexpr Range kLetters[] = {{'A', 'Z'},     {'a', 'z'},     {0xAA, 0xAA},   {0
 }  // namespace
 
 char16_t to_lower(char16_t character) {
+  if (character < 0x80) return character >= 'A' && character <= 'Z' ? character + 32 : character;
   for (const Capitals& row : kCapitals) {
     if (character < row.first || character > row.last) continue;
     if (row.alternate && (character - row.first) % 2 != 0) continue;
@@ -51,6 +52,7 @@ Case case_of(char16_t character) {
 }
 
 bool is_letter(char16_t character) {
+  if (character < 0x80) return is_ascii_letter(character);
   return std::any_of(std::begin(kLetters), std::end(kLetters),
                      [&](const Range& range) { return character >= range.first && character <= range.last; });
 }

@@ -41,8 +41,8 @@ double beside_ideograph(Case letter) {
 }
 
 double letter_bits(const Language& language, char16_t lower) {
-  const std::size_t rank = language.letters.find(lower);
-  return rank == std::u16string_view::npos ? kForeignLetter : rank_bits(rank);
+  const std::size_t rank = language.rank(lower);
+  return rank == Language::kNoLetter ? kForeignLetter : rank_bits(rank);
 }
 
 bool holds(std::u16string_view characters, char16_t character) {
@@ -54,7 +54,7 @@ bool has_vowels(int script) {
 }
 
 bool is_vowel(char16_t lower) {
-  return holds(kVowels, lower);
+  return holds(lower < 0x80 ? kVowels.substr(0, 6) : kVowels, lower);
 }
 
 }  // namespace
@@ -63,13 +63,14 @@ TextCost::TextCost() : candidates_{{&languages().front(), 0}} {}
 
 TextCost::TextCost(Family family) : TextCost() {
   for (const Language& language : languages().subspan(1))
-    if (language.family == family) candidates_.push_back({&language, static_cast<double>(language.rarity)});
+    if (language.family() == family)
+      candidates_.push_back({&language, static_cast<double>(language.rarity())});
 }
 
 void TextCost::start_word() {
   const double limit = bits() - common_bits_ + kOtherLanguage;
   for (Candidate& candidate : candidates_)
-    candidate.bits = std::min(candidate.bits, limit + candidate.language->rarity);
+    candidate.bits = std::min(candidate.bits, limit + candidate.language->rarity());
 }
 
 double TextCost::bits() const {
