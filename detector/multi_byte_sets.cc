@@ -10,8 +10,7 @@ namespace corvexal {
 namespace {
 
 // Bits by how common a character is.
-constexpr double kOften = 8, kUsual = 10.5, kSeldom = 14, kRare = 17, kHardlyEver = 20;
-constexpr std::size_t kOftenUsed = 400;  // so many at the front of a list of common characters
+constexpr double kSeldom = 14.5, kRare = 18, kHardlyEver = 21;
 constexpr double kHiragana = 6, kKatakana = 6.5, kHalfKatakana = 8.5, kPunctuation = 9, kSymbol = 15;
 
 struct Pair {
@@ -28,11 +27,12 @@ constexpr bool within(std::uint8_t byte, std::uint8_t first, std::uint8_t last) 
   return byte >= first && byte <= last;
 }
 
-// The cost of a character of the list, else what it costs as none of them.
+// The cost of a character by its place in the list, else what it costs as none of them.
 double by_commonness(std::span<const std::uint16_t> common, std::uint16_t code, double otherwise) {
   const auto found = std::find(common.begin(), common.end(), code);
   if (found == common.end()) return otherwise;
-  return static_cast<std::size_t>(found - common.begin()) < kOftenUsed ? kOften : kUsual;
+  const auto rank = found - common.begin();
+  return rank < 100 ? 8.5 : rank < 400 ? 10 : 11.5;
 }
 
 // GB 18030: GB 2312 with its two levels (0xB0 to 0xD7, 0xD8 to 0xF7), the rest of GBK, and four-byte codes.
@@ -132,7 +132,7 @@ MultiByteCharacter first_korean(std::string_view text) {
   if (lead < 0xB0) return {2, kSymbol};
   if (lead == 0xC9) return {};
   const Pair pair{lead, trail};
-  return {2, by_commonness(common_korean(), pair.code(), lead <= 0xC8 ? 13 : kRare)};
+  return {2, by_commonness(common_korean(), pair.code(), lead <= 0xC8 ? kSeldom : kRare)};
 }
 
 // UTF-8 is told by its form alone, so what it says matters little.

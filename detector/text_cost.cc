@@ -12,7 +12,6 @@ namespace {
 constexpr double kOtherLanguage = 4;  // for the next word
 constexpr double kRarestLetter = 10;
 constexpr double kForeignLetter = 14;  // one that the language does not have
-constexpr double kOtherScript = 8;     // inside a word
 constexpr double kWordStart = 1;       // whether it is small or capital
 constexpr double kSpace = 2.5;
 constexpr double kDigit = 5.5;  // or another character of ASCII that is no letter
@@ -20,8 +19,8 @@ constexpr double kControl = 12;
 constexpr double kUsualSymbol = 9;  // what is typed in titles
 constexpr double kApostrophe = 7;   // behind a letter
 constexpr double kStrangeSymbol = 14;
-constexpr double kLetterAfterSymbol = 5;  // which a space mostly follows
-constexpr double kSmallBesideIdeograph = 5, kCapitalBesideIdeograph = 2;
+constexpr double kLetterAfterSymbol = 5;                          // which a space mostly follows
+constexpr double kSmallBesideOther = 5, kCapitalBesideOther = 2;  // a letter beside another script
 constexpr double kLoneIdeograph = 4;
 
 constexpr std::u16string_view kVowels =
@@ -36,8 +35,8 @@ double rank_bits(std::size_t rank) {
   return std::min(3.2 + 0.12 * r + 0.0018 * r * r, kRarestLetter);
 }
 
-double beside_ideograph(Case letter) {
-  return letter == Case::kUpper ? kCapitalBesideIdeograph : kSmallBesideIdeograph;
+double beside_other_script(Case letter) {
+  return letter == Case::kUpper ? kCapitalBesideOther : kSmallBesideOther;
 }
 
 double letter_bits(const Language& language, char16_t lower) {
@@ -94,14 +93,13 @@ void TextCost::add_letter(char16_t character) {
   const char16_t lower = to_lower(character);
   const Case now = case_of(character);
   if (previous_ == Previous::kLetter) {
-    charge(syllable_bits(lower) + case_bits(now));
-    if (script_of(character) != script_of(last_)) charge(kOtherScript);
-    // The texts of a sample stand side by side, so a word may end in the middle of one.
-    if (script_of(character) != script_of(last_) || (case_ == Case::kLower && now == Case::kUpper))
-      start_word();
+    // The texts of a sample stand side by side, so another word may begin at once.
+    const bool other_script = script_of(character) != script_of(last_);
+    charge(other_script ? beside_other_script(now) : syllable_bits(lower) + case_bits(now));
+    if (other_script || (case_ == Case::kLower && now == Case::kUpper)) start_word();
   } else {
     if (previous_ == Previous::kSymbol) charge(kLetterAfterSymbol);
-    if (previous_ == Previous::kIdeograph) charge(beside_ideograph(now));
+    if (previous_ == Previous::kIdeograph) charge(beside_other_script(now));
     if (now != Case::kNone) charge(kWordStart);
     start_word();
     run_ = 1;
@@ -124,7 +122,7 @@ double TextCost::syllable_bits(char16_t lower) {
 // A word is small or capital throughout, or begins with a capital. What a letter costs by the one before it.
 double TextCost::case_bits(Case now) const {
   if (now == Case::kNone) return 0;
-  if (case_ == Case::kLower) return now == Case::kLower ? 0.1 : 6;
+  if (case_ == Case::kLower) return now == Case::kLower ? 0.1 : 5;
   if (case_ == Case::kUpper && now == Case::kUpper) return capitals_ > 1 ? 0.3 : 2;
   if (case_ == Case::kUpper) return capitals_ > 1 ? 4 : 0.5;
   return 1;
@@ -144,7 +142,7 @@ void TextCost::add_symbol(char16_t character) {
 }
 
 void TextCost::add_ideograph(double bits) {
-  charge(bits + (previous_ == Previous::kLetter ? beside_ideograph(case_) : 0));
+  charge(bits + (previous_ == Previous::kLetter ? beside_other_script(case_) : 0));
   run_ = previous_ == Previous::kIdeograph ? run_ + 1 : 1;
   previous_ = Previous::kIdeograph;
 }

@@ -1,0 +1,103 @@
+// Prints how many songs of each language come out right to the byte, title, artist and album, when an MP3
+// file's tag holds them as UTF-16, and as bytes of each old character set that it calls Latin-1. The detector
+// is the one on PATH; with "codepage" the working folder's etc/codepage is set to each set's own.
+//   PATH=build/check/bin build/check/bin/encoding_figures [codepage]
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "metadata/converter.h"
+#include "metadata/id3_tags.h"
+#include "metadata/tag_decoder.h"
+#include "tests/detector/texts.h"
+#include "tests/metadata/id3_bytes.h"
+
+namespace {
+
+using corvexal::testing::SongTexts;
+
+struct Score {
+  int right = 0, all = 0;
+  void add(bool is_right) {
+    ++all;
+    right += is_right ? 1 : 0;
+  }
+  void add(const Score& other) {
+    right += other.right;
+    all += other.all;
+  }
+  [[nodiscard]] double percent() const { return all == 0 ? 0 : 100.0 * right / all; }
+};
+
+// One file, over and over.
+class Reader {
+ public:
+  // True when the tag of these texts, each behind its encoding byte, is read as `song`.
+  bool reads(const std::vector<std::string>& bodies, const SongTexts& song) {
+    constexpr std::string_view kFrames[] = {"TIT2", "TPE1", "TALB"};
+    std::string frames;
+    for (std::size_t i = 0; i < song.size(); ++i)
+      frames += corvexal::testing::id3_frame(3, kFrames[i], bodies[i]);
+    std::ofstream(path_, std::ios::binary) << corvexal::testing::id3_tag_bytes(3, frames);
+    corvexal::SongInfo info;
+    info.type = "mp3";
+    if (corvexal::scan_get_mp3tags(decoder_, path_, info) != 0) return false;
+    return info.title == song[0] && info.artist == song[1] && info.album == song[2];
+  }
+
+ private:
+  corvexal::TagDecoder decoder_;
+  std::string path_ = "encoding_figures.mp3";
+};
+
+std::vector<std::string> with_encoding_byte(std::string_view byte, const std::vector<std::string>& texts) {
+  std::vector<std::string> bodies;
+  for (const std::string& text : texts) bodies.push_back(std::string(byte) + text);
+  return bodies;
+}
+
+const char* code_page_of(std::string_view charset) {
+  if (charset == "CP950") return "cp950";
+  if (charset == "GB18030") return "cp936";
+  if (charset == "CP949") return "cp949";
+  return charset == "CP932" || charset == "EUC-JP" || charset == "ISO-2022-JP" ? "cp932" : "";
+}
+
+void set_code_page(std::string_view charset) {
+  std::filesystem::create_directories("etc");
+  std::ofstream("etc/codepage") << code_page_of(charset);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const bool set_code_pages = argc == 2 && std::string_view(argv[1]) == "codepage";
+  Score unicode, latin, old;
+  for (const corvexal::testing::LanguageTexts& texts : corvexal::testing::all_texts()) {
+    Reader reader;
+    Score in_unicode;
+    for (const SongTexts& song : texts.songs)
+      in_unicode.add(
+          reader.reads(with_encoding_byte("\1\xFF\xFE", corvexal::testing::encoded(song, "UTF-16LE")), song));
+    unicode.add(in_unicode);
+    std::printf("%-8s UTF-16 %5.1f", texts.language.c_str(), in_unicode.percent());
+    for (const std::string& charset : texts.charsets) {
+      if (set_code_pages) set_code_page(charset);
+      Reader fresh;  // which remembers no answer of another code page
+      Score score;
+      for (const SongTexts& song : texts.songs)
+        if (const auto bytes = corvexal::testing::encoded(song, charset); !bytes.empty())
+          score.add(fresh.reads(with_encoding_byte(std::string_view("\0", 1), bytes), song));
+      (charset == "CP1252" ? latin : old).add(score);
+      std::printf("   %s %5.1f", charset.c_str(), score.percent());
+    }
+    std::puts("");
+  }
+  std::printf("UTF-16 %.1f of %d, Latin-1 %.1f of %d, old code pages %.1f of %d\n", unicode.percent(),
+              unicode.all, latin.percent(), latin.all, old.percent(), old.all);
+  return 0;
+}
