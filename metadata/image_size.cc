@@ -1,11 +1,13 @@
 #include "metadata/image_size.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "base/file.h"
 #include "metadata/image_readers.h"
 
 namespace corvexal {
@@ -43,6 +45,12 @@ void read_image(ImageType type, FileWindow& file, ImageProbe& probe) {
 }
 
 }  // namespace
+
+bool is_image(const std::string& path) {
+  File file(path);
+  std::array<std::uint8_t, kHeadSize> head{};
+  return recognise(Bytes(head).first(file.read_at(0, head))).has_value();
+}
 
 int get_img_size(ImageProbe& probe) {
   FileWindow file(probe.path);

@@ -25,4 +25,8 @@ struct ImageProbe {
 // its header held; 0, after one line on standard output, when the file cannot be opened or is not recognised.
 [[nodiscard]] int get_img_size(ImageProbe& probe);
 
+// True when the file's first bytes are those of such an image, so that get_img_size would answer 1; nothing
+// is printed.
+[[nodiscard]] bool is_image(const std::string& path);
+
 }  // namespace corvexal

@@ -1,0 +1,94 @@
+#include "report/snapshot.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace corvexal::report {
+namespace {
+
+constexpr int kLockWaitMs = 60'000;
+constexpr std::chrono::seconds kLongestQuery{60};
+constexpr int kLongestValue = 1 << 20;  // bytes
+
+std::string reason(sqlite3* handle) {
+  switch (sqlite3_extended_errcode(handle)) {
+    case SQLITE_READONLY_ROLLBACK:
+      return "a killed run left half a change in it, which the next run of corvexal-sync takes back";
+    case SQLITE_INTERRUPT:
+      return "a query takes too long";
+    default:
+      return sqlite3_errmsg(handle);
+  }
+}
+
+[[noreturn]] void fail(sqlite3* handle) {
+  throw Unreadable("cannot read the catalogue: " + reason(handle));
+}
+
+}  // namespace
+
+bool Query::next() {
+  const int code = sqlite3_step(statement_.get());
+  if (code != SQLITE_ROW && code != SQLITE_DONE) fail(sqlite3_db_handle(statement_.get()));
+  return code == SQLITE_ROW;
+}
+
+std::string_view Query::text(int column) const {
+  const auto* const text = sqlite3_column_text(statement_.get(), column);
+  if (text == nullptr) return {};
+  return {reinterpret_cast<const char*>(text),
+          static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
+}
+
+Snapshot::Snapshot(const std::string& path) {
+  if (access(path.c_str(), F_OK) != 0 && (errno == ENOENT || errno == ENOTDIR))
+    throw Unreadable("there is no catalogue " + path + "; corvexal-sync makes it");
+  sqlite3* handle = nullptr;
+  const int code = sqlite3_open_v2(
+      path.c_str(), &handle, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
+  handle_.reset(handle);
+  if (code != SQLITE_OK) throw Unreadable("cannot open the catalogue " + path + ": " + sqlite3_errstr(code));
+  restrict();
+  // The transaction begins with the first read.
+  if (sqlite3_exec(handle, "BEGIN", nullptr, nullptr, nullptr) != SQLITE_OK) fail(handle);
+  static_cast<void>(has_table("music_tbl"));
+}
+
+void Snapshot::restrict() {
+  sqlite3* const handle = handle_.get();
+  sqlite3_busy_timeout(handle, kLockWaitMs);
+  sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, kLongestValue);
+  sqlite3_limit(handle, SQLITE_LIMIT_ATTACHED, 0);
+  for (const int off :
+       {SQLITE_DBCONFIG_ENABLE_VIEW, SQLITE_DBCONFIG_ENABLE_TRIGGER, SQLITE_DBCONFIG_TRUSTED_SCHEMA})
+    sqlite3_db_config(handle, off, 0, nullptr);
+  sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+  constexpr int kInstructionsBetweenLooks = 100'000;
+  sqlite3_progress_handler(handle, kInstructionsBetweenLooks, is_overdue, this);
+}
+
+int Snapshot::is_overdue(void* snapshot) {
+  const auto& self = *static_cast<Snapshot*>(snapshot);
+  return std::chrono::steady_clock::now() - self.query_began_ > kLongestQuery ? 1 : 0;
+}
+
+Query Snapshot::query(const std::string& sql) {
+  query_began_ = std::chrono::steady_clock::now();
+  sqlite3_stmt* statement = nullptr;
+  const int code =
+      sqlite3_prepare_v2(handle_.get(), sql.c_str(), static_cast<int>(sql.size() + 1), &statement, nullptr);
+  Query query{Statement(statement)};
+  if (code != SQLITE_OK) fail(handle_.get());
+  return query;
+}
+
+bool Snapshot::has_table(std::string_view name) {
+  Query tables = query("select name from sqlite_master where type = 'table'");
+  while (tables.next())
+    if (tables.text(0) == name) return true;
+  return false;
+}
+
+}  // namespace corvexal::report

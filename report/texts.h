@@ -1,0 +1,13 @@
+#pragma once
+
+#include "report/figures.h"
+#include "report/problems.h"
+#include "report/snapshot.h"
+
+namespace corvexal::report {
+
+// Counts genres, artists and tongues, and adds the songs with a tag text that looks wrongly decoded. Songs
+// tell their tongue by their tags, other files by their names.
+void check_texts(Snapshot& snapshot, Figures& figures, ProblemList& problems);
+
+}  // namespace corvexal::report
