@@ -31,7 +31,10 @@ std::string_view text_at(const Line& line, std::size_t at) {
   return at < kLineSize ? std::string_view(line.data() + at) : std::string_view();
 }
 
-void apply_line(const Line& line, ConfigRecord& record) {
+// `length` counts the line's line end.
+void apply_line(const Line& line, std::size_t length, ConfigRecord& record) {
+  // A whole line of its own, and none in which a device's file may come upon one of the keys.
+  if (std::string_view(line.data(), length) == "tags=standard\n") record.standard_tags = true;
   std::size_t cursor = 0;
   for (const Key& key : kKeys) {
     if (text_at(line, cursor).find(key.name) == std::string_view::npos) continue;
@@ -68,7 +71,7 @@ int readconfig(int mode, std::span<const char* const> arguments, ConfigRecord& r
   for (int byte = std::fgetc(file.get()); byte != EOF; byte = std::fgetc(file.get())) {
     line[length++] = static_cast<char>(byte);
     if (byte == '\n') {
-      apply_line(line, record);
+      apply_line(line, length, record);
       line.fill('\0');
       length = 0;
     } else if (length == kLineSize) {

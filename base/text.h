@@ -23,6 +23,9 @@ void StringToLower(std::string& text);
 // none. Surrogates, overlong forms and what lies above U+10FFFF are no characters.
 [[nodiscard]] std::size_t utf8_character_length(std::string_view text);
 
+// The first bytes of a UTF-8 text, at most `most`, without a character that its end has cut in two.
+[[nodiscard]] std::string_view utf8_prefix(std::string_view text, std::size_t most);
+
 // True when the text is UTF-8 characters and nothing else.
 [[nodiscard]] bool is_utf8(std::string_view text);
 

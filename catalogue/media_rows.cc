@@ -1,11 +1,13 @@
 #include "catalogue/media_rows.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
 #include "base/text.h"
 #include "metadata/id3_tags.h"
 #include "metadata/mp3_stream.h"
+#include "metadata/standard_tags.h"
 
 namespace corvexal {
 namespace {
@@ -32,7 +34,25 @@ SongInfo song_of(const MediaFile& file) {
   return song;
 }
 
+// A text for a column. In this mode no character is cut in two, and no quote keeps the row out.
+std::string standard_text(const Text& tag, const std::string& otherwise) {
+  std::string text(utf8_prefix(tag ? *tag : otherwise, kTagTextSize));
+  std::replace(text.begin(), text.end(), '"', '\'');
+  return text;
+}
+
+void read_standard_music(MediaRow& row, TagDecoder& decoder) {
+  SongInfo song = song_of(row.file);
+  read_standard_tags(decoder, row.file.path, song);
+  row.music.title = standard_text(song.title, row.utf_name);
+  row.music.artist = standard_text(song.artist, kNoTag);
+  row.music.album = standard_text(song.album, kNoTag);
+  row.music.genre = standard_text(song.genre, kNoTag);
+  row.music.bitrate = static_cast<std::uint32_t>(song.bitrate);
+}
+
 void read_music(MediaRow& row, TagDecoder& decoder) {
+  if (decoder.standard) return read_standard_music(row, decoder);
   SongInfo song = song_of(row.file);
   scan_get_mp3tags(decoder, row.file.path, song);
   row.music.title = tag_text(song.title, row.utf_name);

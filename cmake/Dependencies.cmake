@@ -15,6 +15,23 @@ endfunction()
 corvexal_find_library(gdbm gdbm.h gdbm)
 corvexal_find_library(id3tag id3tag.h id3tag)
 
+# The setting tags=standard needs TagLib 1; a build without it refuses the setting.
+if(CORVEXAL_TAGLIB)
+  find_path(TAGLIB_INCLUDE_DIR taglib.h PATH_SUFFIXES taglib)
+  find_library(TAGLIB_LIBRARY tag)
+endif()
+if(CORVEXAL_TAGLIB AND TAGLIB_INCLUDE_DIR AND TAGLIB_LIBRARY)
+  file(STRINGS ${TAGLIB_INCLUDE_DIR}/taglib.h taglib_version REGEX "define TAGLIB_MAJOR_VERSION 1")
+endif()
+if(taglib_version)
+  message(STATUS "Standard tags: TagLib (${TAGLIB_LIBRARY})")
+  add_library(taglib INTERFACE)
+  target_include_directories(taglib SYSTEM INTERFACE ${TAGLIB_INCLUDE_DIR})
+  target_link_libraries(taglib INTERFACE ${TAGLIB_LIBRARY})
+else()
+  message(STATUS "Standard tags: none, as TagLib 1 is missing or not wanted")
+endif()
+
 # Character sets come from the C library, or from GNU libiconv where its header hides the C library's.
 find_package(Iconv REQUIRED)
 if(Iconv_IS_BUILT_IN)

@@ -15,6 +15,7 @@
 #include "base/file.h"
 #include "base/log.h"
 #include "base/text.h"
+#include "metadata/detected_charset.h"
 #include "metadata/genres.h"
 #include "metadata/id3_guard.h"
 #include "metadata/id3_texts.h"
@@ -30,22 +31,6 @@ struct CloseTagFile {
   void operator()(id3_file* file) const noexcept { id3_file_close(file); }
 };
 using TagFile = std::unique_ptr<id3_file, CloseTagFile>;
-
-// The character sets that the detector's answers stand for. It takes Cyrillic texts for one another's sets:
-// clients of the stores rely on what these rows make of them.
-struct DetectedSet {
-  std::string_view answer;
-  const char* charset;
-};
-constexpr DetectedSet kDetectedSets[] = {{"windows-1251", "ISO-8859-1"}, {"IBM866", "ISO-8859-1"},
-                                         {"windows-1252", "CP1252"},     {"KOI8-R", "CP1251"},
-                                         {"gb18030", "autodetect_GB"},   {"", "autodetect_utf8"}};
-
-std::string charset_of_answer(const std::string& answer) {
-  const auto* const row = std::find_if(std::begin(kDetectedSets), std::end(kDetectedSets),
-                                       [&](const DetectedSet& set) { return set.answer == answer; });
-  return row == std::end(kDetectedSets) ? answer : row->charset;
-}
 
 // Calls `visit(frame)` for each frame in turn until it returns false.
 template <class Visit>

@@ -9,6 +9,7 @@
 #include "metadata/id3_tags.h"
 #include "metadata/mp3_stream.h"
 #include "metadata/mp4.h"
+#include "metadata/standard_tags.h"
 
 namespace corvexal {
 namespace {
@@ -54,6 +55,12 @@ int scan_info_by_type(const std::string& path, SongInfo& song) {
   for (const SongScanner& scanner : kScanners)
     if (song.type == scanner.extension) return scanner.info(path, song);
   return probe_size(path, song);
+}
+
+int scan_song(TagDecoder& decoder, const std::string& path, SongInfo& song) {
+  if (decoder.standard) return read_standard_tags(decoder, path, song);
+  const int tags = scan_tags_by_type(decoder, path, song);
+  return tags != 0 ? tags : scan_info_by_type(path, song);
 }
 
 }  // namespace corvexal

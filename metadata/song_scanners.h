@@ -19,4 +19,8 @@ int scan_tags_by_type(TagDecoder& decoder, const std::string& path, SongInfo& so
 // -1 with a line in the log when a file without a reader cannot be opened.
 int scan_info_by_type(const std::string& path, SongInfo& song);
 
+// Reads tags and stream of the file in the way that `decoder` says: through the two above, or as the tags'
+// standards say, whatever the type. Returns 0, or another number when the file is to be skipped.
+int scan_song(TagDecoder& decoder, const std::string& path, SongInfo& song);
+
 }  // namespace corvexal

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "metadata/converter.h"
 #include "metadata/encoding_detector.h"
 
@@ -9,6 +11,8 @@ namespace corvexal {
 struct TagDecoder {
   EncodingDetector detector;
   Converters converters;
+  bool standard = false;                         // tags are read as their standards say
+  std::string code_page_set = "autodetect_utf8";  // then: of texts in an encoding that nothing tells
 };
 
 }  // namespace corvexal

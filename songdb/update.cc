@@ -42,7 +42,7 @@ void scan_music_file(SongStore& store, TagDecoder& decoder, const std::string& p
   song.fname = std::string(GetFileName(path));
   song.type = type_of(*song.fname);
   song.id = static_cast<std::uint32_t>(status.st_ino);
-  if (scan_tags_by_type(decoder, path, song) != 0 || scan_info_by_type(path, song) != 0) {
+  if (scan_song(decoder, path, song) != 0) {
     log_printf("Skipping %s - scan_gettags failed\n", song.fname->c_str());
     return;
   }

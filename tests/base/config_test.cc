@@ -8,6 +8,8 @@
 namespace corvexal {
 namespace {
 
+using namespace std::string_literals;
+
 int read(const std::string& content, ConfigRecord& record) {
   const testing::TestFolder folder;
   const std::string file = folder.write("upnpav.conf", content);
@@ -67,6 +69,28 @@ TEST(Readconfig, ReadsTheDevicesFileInModeOneAndTheNamedOneInModeThree) {
     EXPECT_EQ(record.mntpath, row.mount_path);
     EXPECT_EQ(result, record.mntpath.empty() ? -1 : 0) << row.mode << row.arguments[1];
     EXPECT_EQ(output.text(), result == 0 ? "" : "error happen: Corvexal\n") << row.mode << row.arguments[1];
+  }
+}
+
+TEST(Readconfig, KnowsTheSettingForTagsByItsWholeLine) {
+  const struct {
+    std::string content;
+    bool standard;
+  } rows[] = {
+      {"mntpath=/a\ntags=standard\n", true},
+      {"tags=standard\ntags=x\n", true},
+      {"tags=standard", false},
+      {"tags=standard\r\n", false},
+      {" tags=standard\n", false},
+      {"tags=standard \n", false},
+      {"tags=Standard\n", false},
+      {"mntpath=tags=standard\n", false},
+      {"tags=standard\0\n"s, false},
+  };
+  for (const auto& row : rows) {
+    ConfigRecord record;
+    read(row.content, record);
+    EXPECT_EQ(record.standard_tags, row.standard) << row.content;
   }
 }
 

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace corvexal {
+
+// The character set, or pseudo set, that texts are converted from after this answer of the detector.
+[[nodiscard]] std::string charset_of_answer(const std::string& answer);
+
+}  // namespace corvexal

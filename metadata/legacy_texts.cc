@@ -1,0 +1,51 @@
+#include "metadata/legacy_texts.h"
+
+#include <algorithm>
+
+#include "base/text.h"
+#include "metadata/charset.h"
+#include "metadata/detected_charset.h"
+
+namespace corvexal {
+namespace {
+
+constexpr std::size_t kLongestSample = 1000;  // bytes
+
+// The UTF-8 that the text is, without a character that its end cut in two; absent when it is no UTF-8 or when
+// the cut one would be its only character outside ASCII, as the last letter of many a Latin-1 text would.
+Text as_utf8(const std::string& text) {
+  const std::string_view whole = utf8_prefix(text, text.size());
+  if (!is_utf8(whole)) return std::nullopt;
+  const bool has_characters = std::any_of(whole.begin(), whole.end(), [](char c) { return (c & 0x80) != 0; });
+  if (whole.size() < text.size() && !has_characters) return std::nullopt;
+  return std::string(whole);
+}
+
+std::string sample_of(const std::vector<std::string>& texts) {
+  std::string sample;
+  for (const std::string& text : texts) sample += (sample.empty() ? "" : " ") + text;
+  sample.resize(std::min(sample.size(), kLongestSample));
+  return sample;
+}
+
+}  // namespace
+
+std::vector<Text> decode_legacy_texts(TagDecoder& decoder, const std::vector<std::string>& texts) {
+  std::vector<Text> decoded;
+  if (texts.empty()) return decoded;
+  for (const std::string& text : texts) decoded.push_back(as_utf8(text));
+  if (std::all_of(decoded.begin(), decoded.end(), [](const Text& text) { return text.has_value(); }))
+    return decoded;
+
+  const std::string answer = decoder.detector.detect(sample_of(texts));
+  const auto convert = [&](const std::string& text, const std::string& charset) {
+    return convert_to_utf8(decoder.converters, text, charset.c_str()).text;
+  };
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    decoded[i] = answer.empty() ? std::nullopt : convert(texts[i], charset_of_answer(answer));
+    if (!decoded[i]) decoded[i] = convert(texts[i], decoder.code_page_set);
+  }
+  return decoded;
+}
+
+}  // namespace corvexal

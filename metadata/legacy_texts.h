@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "metadata/song_info.h"
+#include "metadata/tag_decoder.h"
+
+namespace corvexal {
+
+// Decodes texts that come from one tag and are of one unknown encoding: UTF-8 when all of them are that (but
+// for a character that the end of a text has cut off), else the character set that the device's detector sees
+// in all of them together, else, and for a text that does not fit that, what the lists of the run's code page
+// give. Texts hold no zero bytes. Each becomes UTF-8, absent where nothing fits.
+[[nodiscard]] std::vector<Text> decode_legacy_texts(TagDecoder& decoder,
+                                                    const std::vector<std::string>& texts);
+
+}  // namespace corvexal

@@ -1,0 +1,267 @@
+#include "metadata/standard_tags.h"
+
+#include <aifffile.h>
+#include <apefile.h>
+#include <apetag.h>
+#include <asffile.h>
+#include <asftag.h>
+#include <flacfile.h>
+#include <id3v1genres.h>
+#include <id3v1tag.h>
+#include <id3v2framefactory.h>
+#include <id3v2tag.h>
+#include <infotag.h>
+#include <mp4file.h>
+#include <mpegfile.h>
+#include <opusfile.h>
+#include <tdebuglistener.h>
+#include <tpropertymap.h>
+#include <vorbisfile.h>
+#include <wavfile.h>
+#include <xiphcomment.h>
+
+#include <algorithm>
+#include <initializer_list>
+#include <vector>
+
+#include "base/saturate.h"
+#include "base/text.h"
+#include "metadata/legacy_texts.h"
+#include "metadata/mp3_stream.h"
+#include "metadata/tag_digest/digest_stream.h"
+#include "metadata/tag_digest/legacy_mark.h"
+#include "metadata/tag_digest/tag_digest.h"
+
+namespace corvexal {
+
+const bool kReadsStandardTags = true;
+
+namespace {
+
+// ID3v1 knows no encodings: every text goes through in disguise.
+class Id3v1Texts final : public TagLib::ID3v1::StringHandler {
+ public:
+  TagLib::String parse(const TagLib::ByteVector& data) const override {
+    std::string text = utf8_or_disguised({data.data(), data.size()}, false);
+    text.resize(text.find_last_not_of(' ') + 1);
+    return {text, TagLib::String::UTF8};
+  }
+};
+
+class NoMessages final : public TagLib::DebugListener {
+ public:
+  void printMessage(const TagLib::String&) override {}
+};
+
+void prepare_library() {
+  static const Id3v1Texts id3v1_texts;
+  static NoMessages no_messages;
+  TagLib::ID3v1::Tag::setStringHandler(&id3v1_texts);
+  TagLib::setDebugListener(&no_messages);
+}
+
+// A text of the library, which holds UTF-16 code units, in UTF-8.
+std::string utf8_of(const TagLib::String& text) {
+  std::string utf8;
+  const auto append = [&utf8](unsigned long c) {
+    const int more = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+    constexpr unsigned kLead[] = {0, 0xC0, 0xE0, 0xF0};
+    utf8 += static_cast<char>(kLead[more] | c >> 6 * more);
+    for (int i = more - 1; i >= 0; --i) utf8 += static_cast<char>(0x80 | (c >> 6 * i & 0x3F));
+  };
+  const std::wstring units = text.toWString();
+  for (std::size_t i = 0; i < units.size() && units[i] != 0; ++i) {
+    const auto unit = static_cast<unsigned long>(units[i]);
+    const auto next = i + 1 < units.size() ? static_cast<unsigned long>(units[i + 1]) : 0;
+    if ((unit & ~0x3FFUL) == 0xD800 && (next & ~0x3FFUL) == 0xDC00) {
+      append(0x10000 + ((unit & 0x3FF) << 10 | (next & 0x3FF)));
+      ++i;
+    } else {
+      append((unit & ~0x7FFUL) == 0xD800 || unit > 0xFFFF ? 0xFFFD : unit);
+    }
+  }
+  return utf8;
+}
+
+// What the library says of a file: the fields of its tags, the first tag before the others.
+class Fields {
+ public:
+  template <class Tag>
+  void add(Tag* tag) {
+    if (tag != nullptr) tags_.push_back(tag->properties());
+  }
+  void add(const char* key, const TagLib::String& value) {
+    TagLib::PropertyMap one;
+    one.insert(key, value);
+    tags_.push_back(one);
+  }
+
+  // The first text under the first of the keys that has one.
+  [[nodiscard]] Text text(std::initializer_list<const char*> keys) const {
+    for (const TagLib::PropertyMap& tag : tags_)
+      for (const char* key : keys) {
+        const auto values = tag.find(key);
+        if (values == tag.end() || values->second.isEmpty()) continue;
+        std::string value = utf8_of(values->second.front());
+        if (value.find_first_not_of(' ') != std::string::npos) return value;
+      }
+    return std::nullopt;
+  }
+  [[nodiscard]] int number(std::initializer_list<const char*> keys) const {
+    return std::max(decimal_value(text(keys).value_or("")), 0);
+  }
+
+ private:
+  std::vector<TagLib::PropertyMap> tags_;
+};
+
+void take_stream(const TagLib::AudioProperties* properties, SongInfo& song) {
+  if (properties == nullptr) return;
+  song.song_length = std::max(properties->lengthInMilliseconds(), 0);
+  song.bitrate = std::max(properties->bitrate(), 0);
+  song.samplerate = std::max(properties->sampleRate(), 0);
+}
+
+// Reads the digest with the library's reader of its format.
+Fields read_digest(const TagDigest& digest, SongInfo& song) {
+  DigestStream stream(digest);
+  TagLib::ID3v2::FrameFactory* const frames = TagLib::ID3v2::FrameFactory::instance();
+  Fields fields;
+  switch (digest.format) {
+    case AudioFormat::kFlac: {
+      TagLib::FLAC::File file(&stream, frames);
+      fields.add(file.xiphComment());
+      fields.add(file.ID3v2Tag());
+      take_stream(file.audioProperties(), song);
+      break;
+    }
+    case AudioFormat::kVorbis: {
+      TagLib::Ogg::Vorbis::File file(&stream);
+      fields.add(file.tag());
+      take_stream(file.audioProperties(), song);
+      break;
+    }
+    case AudioFormat::kOpus: {
+      TagLib::Ogg::Opus::File file(&stream);
+      fields.add(file.tag());
+      take_stream(file.audioProperties(), song);
+      break;
+    }
+    case AudioFormat::kMp4: {
+      TagLib::MP4::File file(&stream);
+      fields.add(file.tag());
+      take_stream(file.audioProperties(), song);
+      break;
+    }
+    case AudioFormat::kAsf: {
+      TagLib::ASF::File file(&stream);
+      fields.add(file.tag());
+      if (file.tag() != nullptr && file.tag()->contains("WM/IsCompilation"))
+        fields.add("COMPILATION", file.tag()->attribute("WM/IsCompilation").front().toString());
+      take_stream(file.audioProperties(), song);
+      break;
+    }
+    case AudioFormat::kApe: {
+      TagLib::APE::File file(&stream);
+      fields.add(file.APETag());
+      fields.add(file.ID3v1Tag());
+      take_stream(file.audioProperties(), song);
+      break;
+    }
+    case AudioFormat::kWav: {
+      TagLib::RIFF::WAV::File file(&stream);
+      fields.add(file.ID3v2Tag());
+      fields.add(file.InfoTag());
+      take_stream(file.audioProperties(), song);
+      break;
+    }
+    case AudioFormat::kAiff: {
+      TagLib::RIFF::AIFF::File file(&stream);
+      fields.add(file.tag());
+      take_stream(file.audioProperties(), song);
+      break;
+    }
+    case AudioFormat::kMpeg:
+    case AudioFormat::kUnknown: {
+      TagLib::MPEG::File file(&stream, frames, false);
+      fields.add(file.ID3v2Tag());
+      fields.add(file.APETag());
+      fields.add(file.ID3v1Tag());
+      break;
+    }
+  }
+  return fields;
+}
+
+bool is_number(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// "13" is a genre by its number, and so is "(13)", whatever follows.
+Text genre_name_of(std::string genre) {
+  const std::size_t close = genre.find(')');
+  if (genre.starts_with('(') && close != std::string::npos && is_number(genre.substr(1, close - 1)))
+    genre = genre.substr(1, close - 1);
+  if (!is_number(genre)) return genre;
+  const std::string name = TagLib::ID3v1::genre(decimal_value(genre)).to8Bit();
+  return name.empty() ? std::nullopt : Text(name);
+}
+
+// "3/12": the number and the number of all, of which the latter may have a field of its own.
+void take_pair(const Fields& fields, const char* key, std::initializer_list<const char*> keys_of_all,
+               int& number, int& all) {
+  const std::string text = fields.text({key}).value_or("");
+  const std::size_t slash = text.find('/');
+  number = std::max(decimal_value(text), 0);
+  all = slash == std::string::npos ? fields.number(keys_of_all)
+                                   : std::max(decimal_value(text.substr(slash + 1)), 0);
+}
+
+void take_fields(const Fields& fields, SongInfo& song) {
+  song.title = fields.text({"TITLE"});
+  song.artist = fields.text({"ARTIST"});
+  song.album = fields.text({"ALBUM"});
+  song.genre = fields.text({"GENRE"});
+  song.comment = fields.text({"COMMENT", "DESCRIPTION"});
+  song.composer = fields.text({"COMPOSER"});
+  song.grouping = fields.text({"GROUPING", "WORK"});
+  song.year = fields.number({"DATE", "YEAR"});
+  song.bpm = fields.number({"BPM"});
+  take_pair(fields, "TRACKNUMBER", {"TRACKTOTAL", "TOTALTRACKS"}, song.track, song.total_tracks);
+  take_pair(fields, "DISCNUMBER", {"DISCTOTAL", "TOTALDISCS"}, song.disc, song.total_discs);
+  const std::string compilation = fields.text({"COMPILATION"}).value_or("");
+  song.compilation = decimal_value(compilation) != 0 || equal_ignoring_case(compilation, "true") ? 1 : 0;
+}
+
+// Texts in disguise become UTF-8, by one decision for all of them.
+void decode_texts(TagDecoder& decoder, SongInfo& song) {
+  std::vector<Text*> texts;
+  std::vector<std::string> bytes;
+  for (Text* text :
+       {&song.title, &song.artist, &song.album, &song.composer, &song.genre, &song.grouping, &song.comment}) {
+    auto raw = *text ? undisguised(**text) : std::nullopt;
+    if (!raw) continue;
+    texts.push_back(text);
+    bytes.push_back(*std::move(raw));
+  }
+  const std::vector<Text> decoded = decode_legacy_texts(decoder, bytes);
+  for (std::size_t i = 0; i < texts.size(); ++i) *texts[i] = decoded[i];
+}
+
+}  // namespace
+
+int read_standard_tags(TagDecoder& decoder, const std::string& path, SongInfo& song) {
+  FileWindow file(path);
+  if (!file) return -1;
+  prepare_library();
+  const AudioContent content = probe_audio(file, song.type.value_or(""));
+  const TagDigest digest = digest_of(file, content);
+  take_fields(read_digest(digest, song), song);
+  decode_texts(decoder, song);
+  if (song.genre) song.genre = genre_name_of(*song.genre);
+  if (content.format == AudioFormat::kMpeg) scan_get_mp3fileinfo(path, song);
+  song.file_size = saturated(file.file_size());
+  return 0;
+}
+
+}  // namespace corvexal
