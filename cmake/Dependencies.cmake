@@ -1,4 +1,6 @@
 # Everything from outside, found once and given a target.
+include(CheckCXXSourceCompiles)
+
 find_package(SQLite3 REQUIRED)
 find_package(Threads REQUIRED)
 
