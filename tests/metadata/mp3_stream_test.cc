@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/metadata/failing_reads.h"
 #include "tests/metadata/id3_bytes.h"
 #include "tests/metadata/logged.h"
 #include "tests/metadata/tables.h"
@@ -62,6 +63,9 @@ TEST_F(Mp3Stream, TellsItsSearchInTheLog) {
     EXPECT_EQ(testing::logged(std::stoi(row[2]), 8, scan_song), row[3]) << row[0];
     EXPECT_EQ(testing::logged(9, ~8U, scan_song), "") << row[0];
   }
+  const testing::FailingReads failing(1000);
+  EXPECT_EQ(testing::logged(1, 8, [&] { scan(k128 + k128 + k128); }), "Error reading: Input/output error\n");
+  EXPECT_EQ(result, -1);
 }
 
 TEST_F(Mp3Stream, KeepsALengthThatIsKnownAndEachFieldsRange) {
