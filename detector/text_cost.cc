@@ -17,7 +17,7 @@ constexpr double kSpace = 2.5;
 constexpr double kDigit = 5.5;  // or another character of ASCII that is no letter
 constexpr double kControl = 12;
 constexpr double kUsualSymbol = 9;  // what is typed in titles
-constexpr double kApostrophe = 7;   // behind a letter
+constexpr double kApostrophe = 7;   // after a letter
 constexpr double kStrangeSymbol = 14;
 constexpr double kLetterAfterSymbol = 5;                          // which a space mostly follows
 constexpr double kSmallBesideOther = 5, kCapitalBesideOther = 2;  // a letter beside another script
