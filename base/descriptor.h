@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <string>
 #include <utility>
 
 namespace corvexal {
@@ -26,5 +27,10 @@ class Descriptor {
  private:
   int fd_ = -1;
 };
+
+// The path by which this process reaches what one of its descriptors stands for.
+[[nodiscard]] inline std::string descriptor_path(int fd) {
+  return "/proc/self/fd/" + std::to_string(fd);
+}
 
 }  // namespace corvexal

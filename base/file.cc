@@ -23,8 +23,7 @@ bool is_regular(const Descriptor& file, struct stat& status) {
 // the open wait: a file server that holds a lease on a file, as on one that it has just written, is asked to
 // give it up and does within a minute.
 Descriptor reopened(const Descriptor& seen, const std::string& path) {
-  const std::string by_descriptor = "/proc/self/fd/" + std::to_string(seen.get());
-  Descriptor file(open(by_descriptor.c_str(), O_RDONLY | O_CLOEXEC));
+  Descriptor file(open(descriptor_path(seen.get()).c_str(), O_RDONLY | O_CLOEXEC));
   const bool no_proc = !file && errno == ENOENT;
   return no_proc ? Descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) : std::move(file);
 }
