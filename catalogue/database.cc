@@ -55,12 +55,24 @@ std::string_view Rows::text(int column) const {
 }
 
 int Database::open(const std::string& path, std::chrono::milliseconds busy_timeout) {
+  return open(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, busy_timeout);
+}
+
+int Database::open_to_read(const std::string& path, std::span<const std::string> setup) {
+  const int code = open(path, SQLITE_OPEN_READONLY, kBusyTimeout);
+  if (code != SQLITE_OK) return code;
+  simple("PRAGMA temp_store=memory");
+  for (const std::string& statement : setup) simple(statement.c_str());
+  return SQLITE_OK;
+}
+
+int Database::open(const std::string& path, int flags, std::chrono::milliseconds busy_timeout) {
   close();
   loss_.reset();
   joined_ = false;
   uncommitted_rows_ = 0;
   sqlite3* handle = nullptr;
-  const int code = sqlite3_open(path.c_str(), &handle);
+  const int code = sqlite3_open_v2(path.c_str(), &handle, flags, nullptr);
   handle_.reset(handle);
   if (code != SQLITE_OK) {
     std::fprintf(stderr, "Corvexal: cannot open the catalogue %s: %s\n", path.c_str(), sqlite3_errstr(code));
@@ -134,8 +146,12 @@ int Database::run(std::string_view format, std::span<const SqlValue> values) {
   error_.clear();
   if (const int code = check_usable(); code != SQLITE_OK) return code;
   if (absorb_begin_or_commit(format)) return SQLITE_OK;
+  return run(bind_sql(format, values));
+}
 
-  BoundSql sql = bind_sql(format, values);
+int Database::run(BoundSql sql) {
+  error_.clear();
+  if (const int code = check_usable(); code != SQLITE_OK) return code;
   Statement statement;
   const bool had_transaction = in_transaction();
   int code = prepare(sql, statement);
@@ -149,6 +165,10 @@ int Database::run(std::string_view format, std::span<const SqlValue> values) {
 bool Database::absorb_begin_or_commit(std::string_view format) {
   if (format == "BEGIN;") return joined_ = true;
   return format == "COMMIT;" && std::exchange(joined_, false);
+}
+
+void Database::read_in_one_transaction() {
+  if (check_usable() == SQLITE_OK && !in_transaction()) simple("BEGIN");
 }
 
 void Database::commit_in_batches() {
@@ -174,9 +194,12 @@ int Database::step_to_end(sqlite3_stmt* statement) {
 }
 
 Rows Database::start(std::string_view format, std::span<const SqlValue> values) {
+  return start(bind_sql(format, values));
+}
+
+Rows Database::start(BoundSql sql) {
   error_.clear();
   if (const int code = check_usable(); code != SQLITE_OK) return {*this, {}, nullptr, code};
-  BoundSql sql = bind_sql(format, values);
   Statement statement;
   const bool had_transaction = in_transaction();
   const int code = settle(prepare(sql, statement), had_transaction);

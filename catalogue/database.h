@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -28,6 +29,11 @@ class Rows {
   Rows(Rows&& other) noexcept;
   Rows& operator=(Rows&&) = delete;
   ~Rows();
+
+  // A column of the current row as a number, read from the front of its text; 0 when there is none.
+  [[nodiscard]] std::int64_t number(int column) const {
+    return sqlite3_column_int64(statement_.get(), column);
+  }
 
   // Moves to the next row; false at the end or on an error, which failed() and the database's error_text()
   // tell.
@@ -70,6 +76,10 @@ class Database {
   // catalogue is closed.
   int open(const std::string& path, std::chrono::milliseconds busy_timeout = kBusyTimeout);
 
+  // Opens an existing file that is not written to, and sets it up with statements that write nothing to it.
+  // Returns as open() does.
+  int open_to_read(const std::string& path, std::span<const std::string> setup = {});
+
   // Commits what is open and closes; harmless on a closed catalogue.
   void close();
 
@@ -107,6 +117,23 @@ class Database {
     }
   }
 
+  // The same for statements with a plain "?" for each value, which is bound as text whatever it holds.
+  template <class... Values>
+  int write(const char* sql, const Values&... values) {
+    return run({sql, {std::string(SqlValue(values).text())...}});
+  }
+  template <class... Values>
+  [[nodiscard]] Rows read(const char* sql, const Values&... values) {
+    return start({sql, {std::string(SqlValue(values).text())...}});
+  }
+
+  // Keeps what is read from here to the next COMMIT or write one picture, and saves the asking for the lock
+  // with each statement.
+  void read_in_one_transaction();
+
+  // The ROWID of the last row that was inserted.
+  [[nodiscard]] std::int64_t last_rowid() const { return sqlite3_last_insert_rowid(handle_.get()); }
+
   // The error's text of the last statement, for a message; empty when it succeeded.
   [[nodiscard]] const char* error_text() const { return error_.c_str(); }
 
@@ -118,8 +145,11 @@ class Database {
     void operator()(sqlite3* handle) const noexcept { sqlite3_close_v2(handle); }
   };
 
+  int open(const std::string& path, int flags, std::chrono::milliseconds busy_timeout);
   int run(std::string_view format, std::span<const SqlValue> values);
+  int run(BoundSql sql);
   Rows start(std::string_view format, std::span<const SqlValue> values);
+  Rows start(BoundSql sql);
   int prepare(const BoundSql& sql, Statement& statement);
   void give_back(std::string sql, Statement statement) noexcept;
   int execute(sqlite3_stmt* statement);

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <limits>
 #include <memory>
 
@@ -29,7 +27,7 @@ FolderEntries::FolderEntries(const std::string& folder) {
     sort();
     return;
   }
-  std::fprintf(stderr, "Corvexal: cannot read the folder %s: %s\n", folder.c_str(), std::strerror(errno));
+  error_ = errno;
   starts_.clear();
   listed_ = 0;
 }

@@ -12,8 +12,11 @@ namespace corvexal {
 // very many.
 class FolderEntries {
  public:
-  // Reads the folder; one that cannot be read has no entries, and a line on standard error says so.
+  // Reads the folder; one that cannot be read has no entries, and error() says why.
   explicit FolderEntries(const std::string& folder);
+
+  // The errno of a folder that could not be read, 0 otherwise.
+  [[nodiscard]] int error() const { return error_; }
 
   // How many entries the folder has on disk, "." and ".." and other hidden ones included.
   [[nodiscard]] std::size_t listed() const { return listed_; }
@@ -29,6 +32,7 @@ class FolderEntries {
   std::string names_;  // each followed by a NUL
   std::vector<std::uint32_t> starts_;
   std::size_t listed_ = 0;
+  int error_ = 0;
 };
 
 }  // namespace corvexal

@@ -15,13 +15,6 @@ namespace {
 constexpr std::size_t kTagTextSize = 30;
 constexpr const char* kNoTag = "Others";
 
-std::string date_text(std::time_t time) {
-  std::tm local{};
-  char text[128] = "";
-  if (localtime_r(&time, &local) != nullptr) std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &local);
-  return text;
-}
-
 std::string tag_text(const Text& tag, const std::string& otherwise) {
   return tag.value_or(otherwise).substr(0, kTagTextSize);
 }
@@ -129,7 +122,63 @@ int insert(Session& session, const MediaRow& row, const RowPlace& place) {
   return SQLITE_OK;
 }
 
+// The same columns in the same order, but for number and object identifier.
+constexpr const char* kUpdateMusic = R"(
+    update music_tbl set
+      Real_Path="%s",Real_fname="%s",UTF_Path="%s",UTF_fname="%s",EXT_fname="%s",Date="%s",Size="%llu",
+      Genre="%s",Artist="%s",Album="%s",Title="%s",Bitrate="%u",
+      Depth="%d",ParentID="%llu"
+    where ROWID="%llu";)";
+constexpr const char* kUpdateVideo = R"(
+    update video_tbl set
+      Real_Path="%s",Real_fname="%s",UTF_Path="%s",UTF_fname="%s",EXT_fname="%s",Date="%s",Size="%llu",
+      Width="%d",Height="%d",VideoFormat="%d",
+      Depth="%d",ParentID="%llu"
+    where ROWID="%llu";)";
+constexpr const char* kUpdatePhoto = R"(
+    update photo_tbl set
+      Real_Path="%s",Real_fname="%s",UTF_Path="%s",UTF_fname="%s",EXT_fname="%s",Date="%s",Size="%llu",
+      Width="%d",Height="%d",ColorDepth="%d",
+      Depth="%d",ParentID="%llu"
+    where ROWID="%llu";)";
+
+template <class... Facts>
+int update_row(Database& db, const char* statement, const MediaRow& row, std::int64_t rowid,
+               std::uint64_t parent, const Facts&... facts) {
+  const MediaFile& file = row.file;
+  return db.exec(statement, file.folder, file.name, row.utf_folder, row.utf_name, file.extension,
+                 date_text(file.modified), file.size, facts..., file.depth, parent, rowid);
+}
+
+int update(Database& db, const MediaRow& row, std::int64_t rowid, std::uint64_t parent) {
+  switch (row.file.kind) {
+    case MediaKind::kMusic:
+      return update_row(db, kUpdateMusic, row, rowid, parent, row.music.genre, row.music.artist,
+                        row.music.album, row.music.title, row.music.bitrate);
+    case MediaKind::kPlaylist:
+      return update_row(db, kUpdateMusic, row, rowid, parent, "0", "0", "0", "0", 0);
+    case MediaKind::kVideo:
+      return update_row(db, kUpdateVideo, row, rowid, parent, row.video.width, row.video.height,
+                        row.video.video_format);
+    case MediaKind::kSubtitle:
+      return update_row(db, kUpdateVideo, row, rowid, parent, 0, 0, 0);
+    case MediaKind::kPhoto:
+      return update_row(db, kUpdatePhoto, row, rowid, parent, row.photo.width, row.photo.height,
+                        row.photo.color_depth);
+    case MediaKind::kOther:
+      break;
+  }
+  return SQLITE_OK;
+}
+
 }  // namespace
+
+std::string date_text(std::time_t time) {
+  std::tm local{};
+  char text[128] = "";
+  if (localtime_r(&time, &local) != nullptr) std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &local);
+  return text;
+}
 
 void set_extension(MediaFile& file, std::string_view extension) {
   file.kind = media_kind(extension);
@@ -162,6 +211,13 @@ int insert_media_row(Session& session, const MediaRow& row, std::int64_t number,
   const int code = insert(session, row, {number, parent});
   if (code != SQLITE_OK)
     std::fprintf(stderr, "Corvexal: cannot add %s: %s\n", row.file.path.c_str(), session.db.error_text());
+  return code;
+}
+
+int update_media_row(Session& session, const MediaRow& row, std::int64_t rowid, std::uint64_t parent) {
+  const int code = update(session.db, row, rowid, parent);
+  if (code != SQLITE_OK)
+    std::fprintf(stderr, "Corvexal: cannot refresh %s: %s\n", row.file.path.c_str(), session.db.error_text());
   return code;
 }
 

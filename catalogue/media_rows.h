@@ -60,9 +60,16 @@ struct ConversionReport {
 // caller's words. A kind that is missing in `reports` says nothing.
 void report_conversions(const MediaRow& row, std::span<const ConversionReport> reports);
 
+// A file's modification time as the column Date holds it: local time, "2026-11-21T20:15:00".
+[[nodiscard]] std::string date_text(std::time_t time);
+
 // Writes a row with the given row number and parent identifier. It takes its class's next object identifier,
 // which is used up even when the insert fails. Returns SQLite's result code; a failure is said on standard
 // error.
 int insert_media_row(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent);
+
+// Writes what is known of the file into its class's row of that ROWID, with the given parent identifier;
+// number, object identifier and a playlist's songs stay. Returns SQLite's result code.
+int update_media_row(Session& session, const MediaRow& row, std::int64_t rowid, std::uint64_t parent);
 
 }  // namespace corvexal

@@ -17,7 +17,7 @@ namespace {
 
 struct Playlist {
   int number;
-  std::string folder, name;
+  std::string folder, name, songs;
 
   [[nodiscard]] std::string path() const { return folder + name; }
 };
@@ -92,13 +92,13 @@ struct PlaylistFormat {
 };
 
 constexpr PlaylistFormat kFormats[] = {
-    {.select = "select No,Real_Path,Real_fname from music_tbl where EXT_fname =='m3u';",
+    {.select = "select No,Real_Path,Real_fname,PlsFile from music_tbl where EXT_fname =='m3u';",
      .update = R"(update music_tbl set PlsFile = "%s" where No =='%d';)",
      .read = &PlaylistFile::read_m3u,
      .in_transaction = true,
      .unreadable = 1,
      .not_stored = 1},
-    {.select = "select No,Real_Path,Real_fname from music_tbl where EXT_fname =='pls';",
+    {.select = "select No,Real_Path,Real_fname,PlsFile from music_tbl where EXT_fname =='pls';",
      .update = "update music_tbl set PlsFile = '%s' where No =='%d';",
      .read = &PlaylistFile::read_pls,
      .in_transaction = false,
@@ -110,7 +110,8 @@ std::optional<std::vector<Playlist>> playlists_of(Database& db, const PlaylistFo
   std::vector<Playlist> playlists;
   Rows rows = db.select(format.select);
   while (rows.next())
-    playlists.push_back({decimal_value(rows.text(0)), std::string(rows.text(1)), std::string(rows.text(2))});
+    playlists.push_back({decimal_value(rows.text(0)), std::string(rows.text(1)), std::string(rows.text(2)),
+                         std::string(rows.text(3))});
   if (!rows.failed()) return playlists;
   std::printf("parser_playlist():%dExecute SQL query Error\n", format.unreadable);
   return std::nullopt;
@@ -122,19 +123,29 @@ bool is_readable_folder(const std::string& path) {
   return std::filesystem::is_directory(path, ignored) && access(path.c_str(), R_OK) == 0;
 }
 
-bool parse(Database& db, const PlaylistFormat& format, const Playlist& playlist) {
+// The numbers of the songs that the playlist's file names; absent when it cannot be read.
+std::optional<std::string> songs_of(Database& db, const PlaylistFormat& format, const Playlist& playlist) {
   PlaylistFile file(playlist.path());
   if (!file && !is_readable_folder(playlist.path())) {
     std::printf("parser_playlist():Open [%s] fail\n", playlist.path().c_str());
-    return false;
+    return std::nullopt;
   }
   SongList songs(db, playlist);
   if (format.in_transaction) db.exec("BEGIN;");
   (file.*format.read)([&songs](const std::string& entry, EntryForm form) { return songs.add(entry, form); });
   if (format.in_transaction) db.exec("COMMIT;");
-  if (db.exec(format.update, songs.numbers(), playlist.number) == SQLITE_OK) return true;
+  return songs.numbers();
+}
+
+bool store(Database& db, const PlaylistFormat& format, const Playlist& playlist, const std::string& songs) {
+  if (db.exec(format.update, songs, playlist.number) == SQLITE_OK) return true;
   std::printf("%dparser playlist():execute sql query error[%s]\n", format.not_stored, db.error_text());
   return false;
+}
+
+bool parse(Database& db, const PlaylistFormat& format, const Playlist& playlist) {
+  const auto songs = songs_of(db, format, playlist);
+  return songs && store(db, format, playlist, *songs);
 }
 
 }  // namespace
@@ -147,6 +158,22 @@ int parser_playlist(Database& db) {
       if (!parse(db, format, playlist)) return 0;
   }
   return 1;
+}
+
+std::optional<PlaylistLinks> relink_playlists(Database& db, bool write) {
+  PlaylistLinks links;
+  for (const PlaylistFormat& format : kFormats) {
+    const auto playlists = playlists_of(db, format);
+    if (!playlists) return std::nullopt;
+    for (const Playlist& playlist : *playlists) {
+      const auto songs = songs_of(db, format, playlist);
+      if (!songs) links.unreadable.push_back(playlist.path());
+      if (!songs || *songs == playlist.songs) continue;
+      if (write && !store(db, format, playlist, *songs)) return std::nullopt;
+      links.relinked.push_back(playlist.path());
+    }
+  }
+  return links;
 }
 
 }  // namespace corvexal

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "catalogue/database.h"
 
 namespace corvexal {
@@ -13,5 +17,15 @@ namespace corvexal {
 // at the first playlist that cannot be opened (regular files only) or stored, or when the playlists cannot be
 // read from the catalogue.
 int parser_playlist(Database& db);
+
+// What became of the playlists.
+struct PlaylistLinks {
+  std::vector<std::string> relinked;    // paths of those whose songs were stored anew
+  std::vector<std::string> unreadable;  // of those that could not be read, which keep theirs
+};
+
+// Compares each playlist's stored songs with what its file names now, and with `write` stores what differs.
+// Absent when the playlists cannot be read from the catalogue or not be stored.
+[[nodiscard]] std::optional<PlaylistLinks> relink_playlists(Database& db, bool write);
 
 }  // namespace corvexal

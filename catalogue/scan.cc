@@ -18,8 +18,6 @@
 namespace corvexal {
 namespace {
 
-constexpr std::size_t kFullPathLimit = 512;
-
 bool writes_catalogue(ScanMode mode) {
   return mode != ScanMode::kSongStore;
 }
@@ -140,6 +138,9 @@ class FolderScan {
 
 int ScanMusic(Session& session, const ScanFolder& folder, ScanMode mode, std::deque<ScanFolder>& queue) {
   const FolderEntries entries(folder.path);
+  if (entries.error() != 0)
+    std::fprintf(stderr, "Corvexal: cannot read the folder %s: %s\n", folder.path.c_str(),
+                 std::strerror(entries.error()));
   if (entries.listed() < 1) return 1;
   FolderScan scan(session, folder, mode, queue);
   if (mode == ScanMode::kFolderRows) {

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <deque>
 #include <string>
 
 #include "catalogue/session.h"
 
 namespace corvexal {
+
+// Paths of so many bytes and more are no part of the catalogue.
+inline constexpr std::size_t kFullPathLimit = 512;
 
 // What a directory scan brings up to date.
 enum class ScanMode {

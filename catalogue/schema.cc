@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <vector>
 
 namespace corvexal {
 namespace {
@@ -28,6 +29,8 @@ constexpr const char* kIndexes[] = {
     "create index if not exists video_utf_idx on video_tbl (UTF_Path,UTF_fname);",
     "create index if not exists photo_utf_idx on photo_tbl (UTF_Path,UTF_fname);",
     "create index if not exists music_real_idx on music_tbl (Real_Path,Real_fname);",
+    "create index if not exists video_real_idx on video_tbl (Real_Path,Real_fname);",
+    "create index if not exists photo_real_idx on photo_tbl (Real_Path,Real_fname);",
     "create index if not exists music_no_idx on music_tbl (No);",
     "create index if not exists photo_objid_idx on photo_tbl (ObjID);",
     "create index if not exists path_idx on path_objid_tbl (path);",
@@ -46,6 +49,23 @@ int create_tables(Database& db) {
   for (const char* statement : kIndexes)
     if (const int code = db.exec(statement); code != SQLITE_OK) return code;
   return SQLITE_OK;
+}
+
+int open_to_look(Database& db, const std::string& mount_path) {
+  const std::string path = catalogue_path(mount_path);
+  if (!std::filesystem::exists(path)) {
+    const int code = db.open(":memory:");
+    return code == SQLITE_OK ? create_tables(db) : code;
+  }
+  if (const int code = db.open_to_read(path); code != SQLITE_OK) return code;
+  std::vector<std::string> missing;
+  for (const std::string statement : kTables) {
+    const std::size_t name_at = statement.find("exists ") + 7;
+    const std::string name = statement.substr(name_at, statement.find(' ', name_at) - name_at);
+    Rows rows = db.read("select 1 from sqlite_master where type='table' and name=?;", name);
+    if (!rows.next()) missing.push_back("create temp" + statement.substr(statement.find(" table")));
+  }
+  return missing.empty() ? SQLITE_OK : db.open_to_read(path, missing);
 }
 
 int create_catalogue(const std::string& mount_path) {

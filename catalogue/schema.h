@@ -14,6 +14,10 @@ namespace corvexal {
 // it is missing; nothing that exists is touched. Returns SQLite's result code.
 int create_tables(Database& db);
 
+// Opens the catalogue under a mount path for a look that writes nothing to the disk. Tables that are missing,
+// or all of them where there is no catalogue, are there and empty. Returns SQLite's result code.
+int open_to_look(Database& db, const std::string& mount_path);
+
 // Creates the catalogue under a mount path: its folders, the database and its tables. Returns 0, or -1 after
 // a line on standard error.
 int create_catalogue(const std::string& mount_path);

@@ -1,7 +1,9 @@
 #include "catalogue/sort_tables.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 #include <span>
 
 #include "catalogue/folder_flags.h"
@@ -118,11 +120,58 @@ bool fill_tables(Session& session, MediaClass media_class) {
   return false;
 }
 
+const SortTable& items_of(MediaClass media_class) {
+  switch (media_class) {
+    case MediaClass::kMusic:
+      return kMusicItems;
+    case MediaClass::kVideo:
+      return kVideoItems;
+    case MediaClass::kPhoto:
+      break;
+  }
+  return kPhotoItems;
+}
+
+// Whether the stored rows are what the query gives now, in its order: the columns of the query, compared as
+// text, and after them identifiers that ascend, where there are any.
+bool is_current(Database& db, const SortTable& table, const char* stored, int columns, bool has_identifiers) {
+  Rows wanted = db.select(table.query), found = db.select(stored, table.name);
+  for (std::int64_t last_objid = 0;;) {
+    const bool more = wanted.next();
+    if (found.next() != more) return false;
+    if (!more) return !wanted.failed() && !found.failed();
+    for (int i = 0; i < columns; ++i)
+      if (wanted.text(i) != found.text(i)) return false;
+    if (!has_identifiers) continue;
+    if (found.number(columns) <= last_objid) return false;
+    last_objid = found.number(columns);
+  }
+}
+
+bool items_are_current(Database& db, const SortTable& table) {
+  return is_current(db, table, "select idx,reserve1,reserve2 from %s order by ROWID;", 1, false);
+}
+
+bool groups_are_current(Database& db, const SortTable& table) {
+  return is_current(db, table, "select name,cnt,ObjID,reserve1,reserve2 from %s order by ROWID;", 2, true);
+}
+
 }  // namespace
 
-int RebuildSortTables(Session& session, MediaClass media_class) {
+bool write_sort_tables(Session& session, MediaClass media_class) {
   recreate_tables(session.db, media_class);
-  if (!fill_tables(session, media_class)) return 0;
+  return fill_tables(session, media_class);
+}
+
+bool sort_tables_are_current(Database& db, MediaClass media_class) {
+  if (!items_are_current(db, items_of(media_class))) return false;
+  if (media_class != MediaClass::kMusic) return true;
+  return std::all_of(std::begin(kGroupTables), std::end(kGroupTables),
+                     [&db](const SortTable& table) { return groups_are_current(db, table); });
+}
+
+int RebuildSortTables(Session& session, MediaClass media_class) {
+  if (!write_sort_tables(session, media_class)) return 0;
   std::puts("Assign path_objid_tbl media-->");
   if (Assign_pathtbl_media(session.db) == 0) std::puts("Assign path_objid_tbl media fail");
   SaveObjectIds(session.db, session.ids);

@@ -16,6 +16,14 @@ int RebuildSortTables(Session& session, MediaClass media_class);
 // catalogue rely on the others being left as they are.
 int rebuild_for_whole_catalogue(Session& session);
 
+// Drops, creates and fills the sort tables of a class and does nothing else. False at the first query or
+// insert that fails.
+bool write_sort_tables(Session& session, MediaClass media_class);
+
+// Whether the sort tables of a class hold what filling them now would give, whatever the containers'
+// identifiers, which must ascend.
+[[nodiscard]] bool sort_tables_are_current(Database& db, MediaClass media_class);
+
 // What fills a sort table, row by row: the `No` of the items in display order, or the names of the genres,
 // artists or albums with their counts. Clients of the catalogue read both in the order of the table.
 struct SortTable {

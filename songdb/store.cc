@@ -176,6 +176,14 @@ bool SongStore::open(const std::string& mount_path, bool reload) {
   return opened;
 }
 
+bool SongStore::open_to_read(const std::string& mount_path) {
+  const auto guard = lock_gdbm();
+  let_go();
+  // Mapped, a store of 100,000 songs would take its 40 MiB of memory.
+  db_ = open_gdbm(song_store_path(mount_path), GDBM_READER | GDBM_NOMMAP);
+  return db_ != nullptr;
+}
+
 void SongStore::close() {
   const auto guard = lock_gdbm();
   let_go();
@@ -201,6 +209,31 @@ std::optional<SongInfo> SongStore::fetch(std::uint32_t id) {
   SongInfo song;
   unpack_song(record.bytes(), song);
   return song;
+}
+
+std::optional<SongInfo> SongStore::stored(std::uint32_t id) {
+  const Datum record = fetch_record(id);
+  if (!record || !is_whole_record(record.bytes())) return std::nullopt;
+  SongInfo song;
+  read_stored_song(record.bytes(), song);
+  return song;
+}
+
+std::uint64_t SongStore::count() {
+  const auto guard = lock_gdbm();
+  gdbm_count_t count = 0;
+  return db_ && gdbm_count(db_.get(), &count) == 0 ? count : 0;
+}
+
+std::vector<std::uint32_t> SongStore::ids_of(const std::function<bool(const SongInfo&)>& wanted) {
+  std::vector<std::uint32_t> ids;
+  walk_records([&](Bytes record) {
+    SongInfo song;
+    read_stored_song(record, song);
+    if (wanted(song)) ids.push_back(song.id);
+    return true;
+  });
+  return ids;
 }
 
 bool SongStore::contains(std::uint32_t id) {

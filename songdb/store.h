@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <shared_mutex>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "metadata/song_info.h"
 #include "songdb/gdbm_file.h"
@@ -31,6 +33,10 @@ class SongStore {
   // beyond repair (it is left as it is). Without a mount path nothing is opened and the result is true.
   bool open(const std::string& mount_path, bool reload = false);
 
+  // Opens an existing store, and changes nothing in it. False, in silence, when there is none that can be
+  // read.
+  bool open_to_read(const std::string& mount_path);
+
   // Closes the store; harmless on a closed one.
   void close();
 
@@ -42,6 +48,16 @@ class SongStore {
 
   // The song of that id, as unpack_song gives it.
   [[nodiscard]] std::optional<SongInfo> fetch(std::uint32_t id);
+
+  // The song of that id as the record holds it, whole path and all; absent without a whole record of our
+  // version.
+  [[nodiscard]] std::optional<SongInfo> stored(std::uint32_t id);
+
+  // How many records there are.
+  [[nodiscard]] std::uint64_t count();
+
+  // The ids of the records for which wanted(song) is true, songs as stored() gives them.
+  [[nodiscard]] std::vector<std::uint32_t> ids_of(const std::function<bool(const SongInfo&)>& wanted);
 
   [[nodiscard]] bool contains(std::uint32_t id);
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
 #include "base/log.h"
 #include "base/paths.h"
@@ -35,28 +36,42 @@ Text type_of(std::string_view name) {
 }
 
 // Adds the song to the store under its inode number.
-void scan_music_file(SongStore& store, TagDecoder& decoder, const std::string& path,
+bool scan_music_file(SongStore& store, TagDecoder& decoder, const std::string& path,
                      const struct stat& status) {
   SongInfo song;
   song.path = path;
   song.fname = std::string(GetFileName(path));
   song.type = type_of(*song.fname);
-  song.id = static_cast<std::uint32_t>(status.st_ino);
+  song.id = song_id(status);
   if (scan_song(decoder, path, song) != 0) {
     log_printf("Skipping %s - scan_gettags failed\n", song.fname->c_str());
-    return;
+    return false;
   }
   make_composite_tags(song);
   song.time_added = saturated(std::min(status.st_mtime, status.st_ctime));
   song.time_modified = saturated(status.st_mtime);
-  store.add(song);
+  return store.add(song);
+}
+
+// Numbers of inodes are used again, on other file systems and by other names: a record whose path is that of
+// such a file stands for that one.
+bool stands_for_another(const SongInfo& song) {
+  struct stat status {};
+  return song.path && lstat(song.path->c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+         song_id(status) == song.id;
+}
+
+// The song under another path; one without a title of its own is called by its file's name.
+SongInfo renamed(SongInfo song, const std::string& path) {
+  const Text name(GetFileName(path));
+  if (song.title == song.fname) song.title = name;
+  song.path = path;
+  song.fname = name;
+  song.type = type_of(*name);
+  return song;
 }
 
 }  // namespace
-
-bool is_store_song(std::string_view name) {
-  return name.size() >= kShortestName && is_music(name.substr(name.size() - kExtensionSize));
-}
 
 int update_song(SongStore& store, TagDecoder& decoder, const std::string& path) {
   struct stat status {};
@@ -66,9 +81,43 @@ int update_song(SongStore& store, TagDecoder& decoder, const std::string& path) 
   }
   if (is_music(GetFileExtension(path, ""))) store.remove_first_below(path);
   if ((status.st_mode & S_IFDIR) != 0 || !is_store_song(GetFileName(path))) return 1;
-  if (store.is_modified(static_cast<std::uint32_t>(status.st_ino), path))
-    scan_music_file(store, decoder, path, status);
+  if (store.is_modified(song_id(status), path)) scan_music_file(store, decoder, path, status);
   return 1;
+}
+
+std::uint32_t song_id(const struct stat& status) {
+  return static_cast<std::uint32_t>(status.st_ino);
+}
+
+bool is_store_song(std::string_view name) {
+  return name.size() >= kShortestName && is_music(name.substr(name.size() - kExtensionSize));
+}
+
+SongState song_state(SongStore& store, const std::string& path, const struct stat& status) {
+  const auto song = store.stored(song_id(status));
+  if (!song) return SongState::kOutdated;
+  const bool same_content =
+      song->file_size == saturated(status.st_size) && song->time_modified == saturated(status.st_mtime);
+  if (song->path == path) return same_content ? SongState::kCurrent : SongState::kOutdated;
+  if (stands_for_another(*song)) return SongState::kCurrent;
+  // What is read of a file depends on its extension.
+  const bool same_type = song->type == type_of(GetFileName(path));
+  return same_content && same_type ? SongState::kMoved : SongState::kOutdated;
+}
+
+bool refresh_song(SongStore& store, TagDecoder& decoder, const std::string& path, const struct stat& status) {
+  switch (song_state(store, path, status)) {
+    case SongState::kCurrent:
+      return false;
+    case SongState::kMoved:
+      return store.add(renamed(*store.stored(song_id(status)), path));
+    case SongState::kOutdated:
+      break;
+  }
+  if (scan_music_file(store, decoder, path, status)) return true;
+  const bool had_record = store.contains(song_id(status));
+  if (had_record) store.remove(song_id(status));
+  return had_record;
 }
 
 }  // namespace corvexal

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <sys/stat.h>
+
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -17,5 +20,20 @@ namespace corvexal {
 // of another kind, which are left alone, or -1 with a line in the log when there is no such file. A file
 // whose tags or stream cannot be read is skipped with a line in the log.
 int update_song(SongStore& store, TagDecoder& decoder, const std::string& path);
+
+// The id of a file's record: the low 32 bits of its inode number.
+[[nodiscard]] std::uint32_t song_id(const struct stat& status);
+
+// What a song store holds of a file.
+enum class SongState {
+  kCurrent,  // a record of its path, size and date, or that of another name of the same file
+  kMoved,    // a record of its size and date under a path where nothing of the kind is left
+  kOutdated  // anything else
+};
+[[nodiscard]] SongState song_state(SongStore& store, const std::string& path, const struct stat& status);
+
+// Brings the record of a file in line with its state: a moved one gets its new path, an outdated one is read
+// anew. True when a record was written or removed; a file whose reader fails has none.
+bool refresh_song(SongStore& store, TagDecoder& decoder, const std::string& path, const struct stat& status);
 
 }  // namespace corvexal

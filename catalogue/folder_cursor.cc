@@ -1,0 +1,54 @@
+#include "catalogue/folder_cursor.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "catalogue/scan.h"
+
+namespace corvexal {
+
+bool says_gone(int error) {
+  return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG;
+}
+
+FolderCursor::FolderCursor(const std::string& folder)
+    : path_size_(folder.size()), entries_(folder), error_(entries_.error()) {
+  if (error_ != 0) return;
+  folder_ = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  if (folder_ < 0) error_ = errno;
+}
+
+FolderCursor::~FolderCursor() {
+  if (folder_ >= 0) close(folder_);
+}
+
+const FolderEntry* FolderCursor::next() {
+  while (folder_ >= 0 && at_ < entries_.size())
+    if (look_at(entries_[at_++])) return &entry_;
+  return nullptr;
+}
+
+// False for an entry that does not matter.
+bool FolderCursor::look_at(std::string_view name) {
+  if (path_size_ + name.size() >= kFullPathLimit) return false;
+  entry_.name = name;
+  entry_.media = MediaKind::kOther;
+  // Ends with the NUL that follows each name in the list.
+  if (fstatat(folder_, name.data(), &entry_.status, AT_SYMLINK_NOFOLLOW) != 0) {
+    entry_.kind = EntryKind::kUnknown;
+    return !says_gone(errno);
+  }
+  if (S_ISDIR(entry_.status.st_mode)) {
+    entry_.kind = EntryKind::kFolder;
+    return true;
+  }
+  if (!S_ISREG(entry_.status.st_mode)) return false;
+  const auto extension = media_extension(name);
+  entry_.kind = EntryKind::kFile;
+  if (extension) entry_.media = media_kind(*extension);
+  return entry_.media != MediaKind::kOther;
+}
+
+}  // namespace corvexal

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "catalogue/folder_entries.h"
+#include "catalogue/media_types.h"
+
+namespace corvexal {
+
+// What an entry of a folder is to the catalogue. Hidden entries, symbolic links, what is neither file nor
+// folder, paths of 512 bytes and more and files of no media class are nothing to it.
+enum class EntryKind {
+  kFile,    // a media file
+  kFolder,  // a folder
+  kUnknown  // what it is cannot be found out now: whatever is known of it stays
+};
+
+struct FolderEntry {
+  std::string_view name;
+  EntryKind kind = EntryKind::kFile;
+  MediaKind media = MediaKind::kOther;  // of a file
+  struct stat status {};                // of a file
+};
+
+// True for the errors that say of a path that nothing is there; any other one says nothing of it.
+[[nodiscard]] bool says_gone(int error);
+
+// The entries of one folder that matter to the catalogue, in the order of their names' bytes. Each is looked
+// at when its turn comes, so memory holds names only.
+class FolderCursor {
+ public:
+  // `folder` with its trailing "/".
+  explicit FolderCursor(const std::string& folder);
+  ~FolderCursor();
+  FolderCursor(const FolderCursor&) = delete;
+  FolderCursor& operator=(const FolderCursor&) = delete;
+
+  // The errno of a folder that could not be read, 0 otherwise.
+  [[nodiscard]] int error() const { return error_; }
+
+  // True when there is any entry that is not hidden, whatever it is.
+  [[nodiscard]] bool holds_entries() const { return entries_.size() > 0; }
+
+  // The next entry, valid until the next call; null at the end.
+  const FolderEntry* next();
+
+ private:
+  [[nodiscard]] bool look_at(std::string_view name);
+
+  std::size_t path_size_;
+  FolderEntries entries_;
+  int error_ = 0;
+  int folder_ = -1;
+  std::size_t at_ = 0;
+  FolderEntry entry_;
+};
+
+}  // namespace corvexal

@@ -1,0 +1,76 @@
+#include "catalogue/identifiers.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <string>
+
+#include "catalogue/row_counts.h"
+
+namespace corvexal {
+namespace {
+
+// The number that the whole text spells, as the updater would write it; 0 for any other text.
+std::uint64_t plain_number(std::string_view text) {
+  std::uint64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool whole = error == std::errc() && end == text.data() + text.size() && !text.starts_with('0');
+  return whole ? number : 0;
+}
+
+struct Held {
+  std::uint64_t value;
+  std::int64_t rowid;
+  auto operator<=>(const Held&) const = default;
+};
+
+// Calls wrong(rowid) for each row that holds no good value or one that an earlier row holds.
+template <class Wrong>
+void each_wrong(std::vector<Held>& held, std::uint64_t first, std::uint64_t last, Wrong wrong) {
+  std::sort(held.begin(), held.end());
+  std::uint64_t taken = 0;
+  for (const auto& [value, rowid] : held) {
+    if (value < first || value > last || value == taken) wrong(rowid);
+    taken = value;
+  }
+}
+
+}  // namespace
+
+std::uint64_t& IdentifierSource::objid(Database& db) {
+  if (!objid_) {
+    Rows rows = db.select(
+        "select max(cast(ObjID as integer)) from %s where cast(ObjID as integer) between %llu and %llu;",
+        table_.name, table_.first, table_.last);
+    const std::uint64_t highest = rows.next() ? static_cast<std::uint64_t>(rows.number(0)) : 0;
+    objid_ = std::max(highest + 1, table_.first);
+  }
+  return *objid_;
+}
+
+std::int64_t& IdentifierSource::number(Database& db) {
+  if (!number_) {
+    Rows rows = db.select("select max(cast(No as integer)) from %s;", table_.name);
+    const std::int64_t highest = rows.next() ? rows.number(0) : 0;
+    number_ = std::max(highest, LastRowNo(db, table_.name)) + 1;
+  }
+  return *number_;
+}
+
+std::optional<std::map<std::int64_t, WrongIdentifiers>> wrong_identifiers(Database& db,
+                                                                          const IdentifiedTable& table) {
+  std::vector<Held> objids, numbers;
+  Rows rows = db.select("select ROWID,ObjID,%s from %s;", table.numbered ? "No" : "0", table.name);
+  while (rows.next()) {
+    objids.push_back({plain_number(rows.text(1)), rows.number(0)});
+    if (table.numbered) numbers.push_back({plain_number(rows.text(2)), rows.number(0)});
+  }
+  if (rows.failed()) return std::nullopt;
+  std::map<std::int64_t, WrongIdentifiers> wrong;
+  each_wrong(objids, table.first, table.last, [&](std::int64_t rowid) { wrong[rowid].objid = true; });
+  each_wrong(numbers, 1, std::numeric_limits<std::int64_t>::max(),
+             [&](std::int64_t rowid) { wrong[rowid].number = true; });
+  return wrong;
+}
+
+}  // namespace corvexal

@@ -1,0 +1,335 @@
+#include "catalogue/library_survey.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <deque>
+#include <utility>
+
+#include "catalogue/media_rows.h"
+#include "catalogue/path_depth.h"
+#include "songdb/update.h"
+
+namespace corvexal {
+
+bool SurveyScope::holds(std::string_view path) const {
+  const bool is_inside = std::any_of(folders_.begin(), folders_.end(),
+                                     [path](const std::string& folder) { return path.starts_with(folder); });
+  return is_inside && !is_kept(path);
+}
+
+bool SurveyScope::is_kept(std::string_view path) const {
+  if (kept_.empty()) return false;
+  if (!path.ends_with('/') && kept_.contains(std::string(path) + '/')) return true;
+  for (; !path.empty(); path = folder_around(path))
+    if (kept_.contains(path)) return true;
+  return false;
+}
+
+std::uint64_t parent_of(const Folders& folders, std::string_view folder) {
+  const auto around = folders.find(std::string(folder_around(folder)));
+  return around == folders.end() ? 0 : around->second.objid;
+}
+
+Difference difference(Session& session, const LibrarySurvey& survey, const FolderRef& folder,
+                      const Finding& finding) {
+  const StoredRow& row = *finding.row;
+  const FolderEntry& entry = *finding.entry;
+  const auto& wrong = survey.wrong[static_cast<std::size_t>(finding.media_class)];
+  Difference found;
+  found.content =
+      row.size != std::to_string(entry.status.st_size) || row.date != date_text(entry.status.st_mtime);
+  found.place = folder.second.objid == 0 || row.parent != folder.second.objid ||
+                row.depth != depth_below_share(session.config.sharepath, folder.first);
+  if (const auto at = wrong.find(row.rowid); at != wrong.end()) found.identifiers = at->second;
+  found.song =
+      finding.media_class == MediaClass::kMusic && is_store_song(entry.name) &&
+      song_state(session.songs, folder.first + std::string(entry.name), entry.status) != SongState::kCurrent;
+  return found;
+}
+
+namespace {
+
+constexpr std::array kClasses = {MediaClass::kMusic, MediaClass::kVideo, MediaClass::kPhoto};
+constexpr const IdentifiedTable* kIdentified[] = {&kMusicIds, &kVideoIds, &kPhotoIds};
+
+class Surveyor {
+ public:
+  Surveyor(Session& session, const ReconcileTask& task, ReconcileCounts& counts, ReconcileListener& listener)
+      : session_(session), task_(task), counts_(counts), listener_(listener), survey_(task.folders) {}
+
+  LibrarySurvey run() {
+    if (read_catalogue()) {
+      walk();
+      look_for_gone_folders();
+      look_for_stale_songs();
+      match_moved_files();
+    }
+    survey_.is_whole = !catalogue_failed_ && !listener_.wants_to_stop();
+    return std::move(survey_);
+  }
+
+ private:
+  void fail(const std::string& path, int error) {
+    ++counts_.failed;
+    std::fprintf(stderr, "Corvexal: cannot look at %s: %s; what is known of it stays\n", path.c_str(),
+                 std::strerror(error));
+  }
+
+  bool catalogue_fails() {
+    if (!std::exchange(catalogue_failed_, true)) {
+      ++counts_.failed;
+      std::fprintf(stderr, "Corvexal: cannot read the catalogue: %s\n", session_.db.error_text());
+    }
+    return false;
+  }
+
+  bool read_catalogue() {
+    if (!read_folder_rows(session_.db, survey_.folders, survey_.double_folder_rows)) return catalogue_fails();
+    for (std::size_t i = 0; i < kClasses.size(); ++i) {
+      auto wrong = wrong_identifiers(session_.db, *kIdentified[i]);
+      if (!wrong) return catalogue_fails();
+      survey_.wrong[i] = std::move(*wrong);
+    }
+    return true;
+  }
+
+  void walk() {
+    for (const std::string& folder : survey_.scope.folders()) {
+      add_folders_around(folder);
+      queue_.push_back(folder);
+    }
+    while (!queue_.empty() && !catalogue_failed_ && !listener_.wants_to_stop()) {
+      const std::string folder = std::move(queue_.front());
+      queue_.pop_front();
+      visit(folder);
+    }
+  }
+
+  // The folders between the share and a task's folder hold entries, too: at least that one.
+  void add_folders_around(const std::string& folder) {
+    std::vector<std::string> around;
+    for (std::string_view outer = folder_around(folder); outer.starts_with(task_.share);
+         outer = folder_around(outer))
+      around.emplace_back(outer);
+    for (auto outer = around.rbegin(); outer != around.rend(); ++outer) {
+      FolderRef& known = *survey_.folders.try_emplace(*outer).first;
+      if (std::exchange(known.second.is_visited, true)) continue;
+      known.second.holds_entries = true;
+      if (needs_row(known)) note_work(known);
+    }
+  }
+
+  [[nodiscard]] bool needs_row(const FolderRef& folder) const {
+    const auto& [path, known] = folder;
+    if (known.rowid == 0) return known.holds_entries;
+    const std::uint64_t parent = parent_of(survey_.folders, path);
+    const auto around = survey_.folders.find(std::string(folder_around(path)));
+    const bool parent_is_new =
+        around != survey_.folders.end() && around->second.objid == 0 && around->second.holds_entries;
+    return known.objid == 0 || parent_is_new || known.parent != parent || !known.row_is_spelt ||
+           known.level != depth_below_share(session_.config.sharepath, path);
+  }
+
+  void note_work(FolderRef& folder) {
+    if (std::exchange(folder.second.needs_work, true)) return;
+    survey_.work.push_back(&folder);
+  }
+
+  void visit(const std::string& path) {
+    FolderCursor entries(path);
+    if (entries.error() != 0) {
+      if (says_gone(entries.error())) return;
+      fail(path, entries.error());
+      survey_.scope.keep(path);
+      return;
+    }
+    FolderRef& folder = *survey_.folders.try_emplace(path).first;
+    folder.second.is_visited = true;
+    folder.second.holds_entries = entries.holds_entries();
+    ++counts_.folders;
+    if (needs_row(folder)) note_work(folder);
+    FolderComparison comparison(session_.db, path, &entries);
+    while (const Finding* finding = comparison.next()) take(folder, *finding);
+    if (comparison.failed()) catalogue_fails();
+  }
+
+  void take(FolderRef& folder, const Finding& finding) {
+    const auto path = [&] { return folder.first + std::string(finding.entry->name); };
+    switch (finding.kind) {
+      case FindingKind::kPresent:
+        count_file(finding);
+        if (!difference(session_, survey_, folder, finding).any()) return;
+        break;
+      case FindingKind::kNew:
+        count_file(finding);
+        has_new_files_ = true;
+        break;
+      case FindingKind::kDouble:
+        break;
+      case FindingKind::kGone:
+        add_gone(finding.media_class, folder.first, *finding.row);
+        break;
+      case FindingKind::kFolder:
+        return enter(path() + '/');
+      case FindingKind::kUnknown:
+        fail(path(), EIO);
+        return survey_.scope.keep(path() + '/');
+    }
+    ++survey_.files_to_handle;
+    note_work(folder);
+  }
+
+  void enter(std::string folder) {
+    const auto known = survey_.folders.find(folder);
+    const bool has_row = known != survey_.folders.end() && known->second.rowid != 0;
+    if (task_.known_folders_too || !has_row)
+      queue_.push_back(std::move(folder));
+    else
+      survey_.scope.keep(std::move(folder));
+  }
+
+  void count_file(const Finding& finding) {
+    ++counts_.files;
+    if (finding.media_class == MediaClass::kMusic && is_store_song(finding.entry->name))
+      survey_.songs.push_back(song_id(finding.entry->status));
+    listener_.progressed(counts_, counts_.files, 0);
+  }
+
+  void add_gone(MediaClass media_class, const std::string& folder, const StoredRow& row) {
+    survey_.moved.add_gone({media_class, row.rowid, folder, row.name, row.size, row.date});
+  }
+
+  void look_for_gone_folders() {
+    for (const MediaClass media_class : kClasses)
+      for (const std::string& folder : survey_.scope.folders()) look_for_gone_rows(media_class, folder);
+    for (FolderRef& folder : survey_.folders)
+      if (folder.second.rowid != 0 && !folder.second.is_visited && survey_.scope.holds(folder.first))
+        survey_.gone_folders.push_back(&folder);
+  }
+
+  // Steps from one folder with rows to the next, by the index on folders.
+  void look_for_gone_rows(MediaClass media_class, const std::string& scope) {
+    std::string end = scope;
+    ++end.back();
+    std::string folder = scope;
+    const char* from = ">=";
+    for (;;) {
+      const std::string step =
+          composed("select min(Real_Path) from %s where Real_Path %s ? and Real_Path < ?;",
+                   table_of(media_class), std::exchange(from, ">"));
+      Rows rows = session_.db.read(step.c_str(), folder, end);
+      if (!rows.next() || rows.text(0).empty()) {
+        if (rows.failed()) catalogue_fails();
+        return;
+      }
+      folder = rows.text(0);
+      const auto known = survey_.folders.find(folder);
+      if (known != survey_.folders.end() && known->second.is_visited) continue;
+      if (survey_.scope.holds(folder)) take_all_as_gone(media_class, folder);
+    }
+  }
+
+  void take_all_as_gone(MediaClass media_class, const std::string& folder) {
+    const std::string select =
+        composed("select ROWID,Real_fname,Size,Date from %s where Real_Path=?;", table_of(media_class));
+    Rows rows = session_.db.read(select.c_str(), folder);
+    while (rows.next())
+      survey_.moved.add_gone({media_class, rows.number(0), folder, std::string(rows.text(1)),
+                              std::string(rows.text(2)), std::string(rows.text(3))});
+    if (rows.failed()) catalogue_fails();
+  }
+
+  // Songs that are gone leave their records; so may those of earlier runs, which the whole library's count
+  // shows.
+  void look_for_stale_songs() {
+    std::sort(survey_.songs.begin(), survey_.songs.end());
+    const auto last = std::unique(survey_.songs.begin(), survey_.songs.end());
+    survey_.songs.erase(last, survey_.songs.end());
+    survey_.has_stale_songs = survey_.moved.has_gone_rows() ||
+                              (task_.whole_library && session_.songs.count() > survey_.songs.size());
+  }
+
+  void match_moved_files() {
+    if (!survey_.moved.has_gone_rows() || !has_new_files_) return;
+    for (FolderRef* const folder : survey_.work) {
+      if (listener_.wants_to_stop()) return;
+      FolderCursor entries(folder->first);
+      FolderComparison comparison(session_.db, folder->first, &entries);
+      while (const Finding* finding = comparison.next())
+        if (finding->kind == FindingKind::kNew) add_new(*folder, *finding);
+    }
+    survey_.moved.match();
+    match_moved_folders();
+  }
+
+  void add_new(const FolderRef& folder, const Finding& finding) {
+    const FolderEntry& entry = *finding.entry;
+    std::optional<std::string> recorded;
+    const std::string path = folder.first + std::string(entry.name);
+    if (is_store_song(entry.name) && song_state(session_.songs, path, entry.status) == SongState::kMoved)
+      recorded = session_.songs.stored(song_id(entry.status))->path;
+    survey_.moved.add_new(finding.media_class, folder.first, entry.name, std::to_string(entry.status.st_size),
+                          date_text(entry.status.st_mtime), recorded);
+  }
+
+  // A folder whose files all went to one new folder was moved with them, and so were those around it, as far
+  // as their names agree.
+  void match_moved_folders() {
+    std::map<std::string, std::set<std::string>> targets;
+    const auto add = [&](std::string_view from, std::string_view to) {
+      return targets[std::string(from)].emplace(to).second;
+    };
+    survey_.moved.each_move([&](const GoneRow& row, std::string_view to) {
+      std::string_view from = row.folder;
+      while (from != to && is_gone_with_row(from) && is_new(to) && add(from, to)) {
+        const std::string_view from_around = folder_around(from), to_around = folder_around(to);
+        if (from.substr(from_around.size()) != to.substr(to_around.size())) break;
+        from = from_around;
+        to = to_around;
+      }
+    });
+    std::map<std::string, int> claims;
+    for (const auto& [from, to] : targets) ++claims[*to.begin()];
+    for (const auto& [from, to] : targets)
+      if (to.size() == 1 && claims[*to.begin()] == 1) move_folder_row(from, *to.begin());
+  }
+
+  [[nodiscard]] bool is_gone_with_row(std::string_view folder) const {
+    const auto known = survey_.folders.find(std::string(folder));
+    return known != survey_.folders.end() && known->second.rowid != 0 && !known->second.is_visited &&
+           survey_.scope.holds(folder);
+  }
+  [[nodiscard]] bool is_new(std::string_view folder) const {
+    const auto known = survey_.folders.find(std::string(folder));
+    return known != survey_.folders.end() && known->second.rowid == 0 && known->second.is_visited;
+  }
+
+  void move_folder_row(const std::string& from, const std::string& to) {
+    Folder& old = survey_.folders.at(from);
+    Folder& moved = survey_.folders.at(to);
+    moved.rowid = std::exchange(old.rowid, 0);
+    moved.objid = old.objid;
+    moved.row_is_spelt = false;
+    std::erase_if(survey_.gone_folders, [&](const FolderRef* gone) { return gone->first == from; });
+  }
+
+  Session& session_;
+  const ReconcileTask& task_;
+  ReconcileCounts& counts_;
+  ReconcileListener& listener_;
+  LibrarySurvey survey_;
+  std::deque<std::string> queue_;
+  bool has_new_files_ = false;
+  bool catalogue_failed_ = false;
+};
+
+}  // namespace
+
+LibrarySurvey survey_library(Session& session, const ReconcileTask& task, ReconcileCounts& counts,
+                             ReconcileListener& listener) {
+  return Surveyor(session, task, counts, listener).run();
+}
+
+}  // namespace corvexal

@@ -1,0 +1,350 @@
+#include "catalogue/reconcile.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <optional>
+#include <utility>
+
+#include "base/text.h"
+#include "catalogue/folder_flags.h"
+#include "catalogue/library_survey.h"
+#include "catalogue/media_rows.h"
+#include "catalogue/path_depth.h"
+#include "catalogue/playlists.h"
+#include "catalogue/sort_tables.h"
+#include "songdb/update.h"
+
+namespace corvexal {
+namespace {
+
+constexpr std::array kClasses = {MediaClass::kMusic, MediaClass::kVideo, MediaClass::kPhoto};
+
+class Reconciler {
+ public:
+  Reconciler(Session& session, const ReconcileTask& task, ReconcileListener& listener)
+      : session_(session), db_(session.db), task_(task), listener_(listener), survey_({}) {}
+
+  ReconcileCounts run() {
+    if (!task_.preview)
+      for (const FolderRename& rename : task_.renames) apply(rename);
+    session_.songs.open_to_read(session_.config.mntpath);
+    db_.read_in_one_transaction();
+    survey_ = survey_library(session_, task_, counts_, listener_);
+    db_.exec("COMMIT;");
+    if (survey_.is_whole) {
+      write_folders_and_files();
+      if (!stopped()) complete();
+    }
+    session_.songs.close();
+    if (!task_.preview) db_.exec("COMMIT;");
+    if (db_.lost_work()) ++counts_.failed;
+    return counts_;
+  }
+
+ private:
+  [[nodiscard]] bool stopped() { return db_.lost_work() || listener_.wants_to_stop(); }
+
+  void fail(const std::string& path, const char* what) {
+    ++counts_.failed;
+    std::fprintf(stderr, "Corvexal: %s: %s\n", path.c_str(), what);
+  }
+
+  // Every write of the work goes through here: a preview does none of them.
+  template <class... Values>
+  bool write(const char* sql, const Values&... values) {
+    if (task_.preview) return true;
+    const bool written = db_.write(sql, values...) == SQLITE_OK;
+    if (!written) ++counts_.failed;
+    return written;
+  }
+
+  void apply(const FolderRename& rename) {
+    std::string end = rename.from;
+    ++end.back();
+    for (const MediaClass media_class : kClasses) {
+      const std::string select = composed(
+          "select distinct Real_Path from %s where Real_Path>=? and Real_Path<?;", table_of(media_class));
+      const std::string update =
+          composed("update %s set Real_Path=?,UTF_Path=? where Real_Path=?;", table_of(media_class));
+      for (const std::string& folder : column(select, rename.from, end)) {
+        const std::string renamed = rename.to + folder.substr(rename.from.size());
+        write(update.c_str(), renamed, session_.names.to_utf8(renamed).text.value_or(renamed), folder);
+      }
+    }
+    for (const std::string& folder :
+         column("select path from path_objid_tbl where path>=? and path<?;", rename.from, end))
+      write("update path_objid_tbl set path=? where path=?;", rename.to + folder.substr(rename.from.size()),
+            folder);
+    const std::string bare_from = rename.from.substr(0, rename.from.size() - 1);
+    write("update path_objid_tbl set path=? where path=?;", rename.to, bare_from);
+  }
+
+  std::vector<std::string> column(const std::string& select, const std::string& first,
+                                  const std::string& end) {
+    std::vector<std::string> texts;
+    for (Rows rows = db_.read(select.c_str(), first, end); rows.next();) texts.emplace_back(rows.text(0));
+    return texts;
+  }
+
+  void write_folders_and_files() {
+    for (const std::int64_t rowid : survey_.double_folder_rows)
+      if (write("delete from path_objid_tbl where ROWID=?;", rowid)) ++counts_.mended;
+    survey_.moved.each_lost([this](const GoneRow& row) {
+      if (!stopped()) remove(row.media_class, row.rowid, row.folder + row.name);
+    });
+    for (FolderRef* const folder : survey_.work) {
+      if (stopped()) return;
+      if (bring_folder_row_in_line(*folder)) bring_files_in_line(*folder);
+    }
+    for (const FolderRef* const folder : survey_.gone_folders)
+      if (write("delete from path_objid_tbl where ROWID=?;", folder->second.rowid)) ++counts_.mended;
+    remove_stale_songs();
+  }
+
+  void remove(MediaClass media_class, std::int64_t rowid, const std::string& path) {
+    const std::string sql = composed("delete from %s where ROWID=?;", table_of(media_class));
+    if (!write(sql.c_str(), rowid)) return;
+    ++counts_.removed;
+    listener_.changed(Change::kRemoved, path);
+    batch();
+  }
+
+  void batch() {
+    if (!task_.preview) db_.commit_in_batches();
+  }
+
+  // False when the catalogue refuses the folder, and with it all that lies in it.
+  bool bring_folder_row_in_line(FolderRef& folder) {
+    auto& [path, known] = folder;
+    if (known.rowid == 0 && !known.holds_entries) return true;
+    const std::uint64_t parent = parent_of(survey_.folders, path);
+    const int level = depth_below_share(session_.config.sharepath, path);
+    if (known.objid != 0 && known.parent == parent && known.level == level && known.row_is_spelt) return true;
+    if (known.objid == 0) known.objid = folder_ids_.objid(db_)++;
+    ++counts_.mended;
+    if (task_.preview || write_folder_row(db_, folder, parent, level) == SQLITE_OK) return true;
+    --counts_.mended;
+    fail(path, db_.error_text());
+    return false;
+  }
+
+  void bring_files_in_line(const FolderRef& folder) {
+    FolderCursor entries(folder.first);
+    if (entries.error() != 0) return;  // it has changed since; the next run sees to it
+    FolderComparison comparison(db_, folder.first, &entries);
+    while (const Finding* finding = comparison.next()) {
+      if (stopped()) return;
+      handle(folder, *finding);
+    }
+  }
+
+  void handle(const FolderRef& folder, const Finding& finding) {
+    switch (finding.kind) {
+      case FindingKind::kPresent:
+        return bring_row_in_line(folder, finding);
+      case FindingKind::kNew:
+        return add(folder, finding);
+      case FindingKind::kDouble:
+        return remove(finding.media_class, finding.row->rowid, folder.first + finding.row->name);
+      case FindingKind::kGone:  // dealt with, or to be taken over by a moved file
+      case FindingKind::kFolder:
+      case FindingKind::kUnknown:
+        return;
+    }
+  }
+
+  [[nodiscard]] MediaFile describe(const FolderRef& folder, const FolderEntry& entry) const {
+    MediaFile file;
+    file.path = folder.first + std::string(entry.name);
+    file.folder = folder.first;
+    file.name = entry.name;
+    set_extension(file, *media_extension(entry.name));
+    file.modified = entry.status.st_mtime;
+    file.size = static_cast<std::uint64_t>(entry.status.st_size);
+    file.depth = depth_below_share(session_.config.sharepath, folder.first);
+    return file;
+  }
+
+  void add(const FolderRef& folder, const Finding& finding) {
+    MediaFile file = describe(folder, *finding.entry);
+    const struct stat status = finding.entry->status;
+    const std::string path = file.path;
+    if (const GoneRow* const source = survey_.moved.source_of(path)) {
+      if (!store_anew(folder, std::move(file), *source)) return;
+      ++counts_.moved;
+      listener_.changed(Change::kMoved, path);
+    } else {
+      if (!insert(folder, std::move(file), finding.media_class)) return;
+      ++counts_.added;
+      listener_.changed(Change::kNew, path);
+    }
+    refresh_song_of(path, status);
+    done_with_file();
+  }
+
+  bool insert(const FolderRef& folder, MediaFile file, MediaClass media_class) {
+    const auto row = read_media_row(session_, std::move(file));
+    if (!row || task_.preview) return row.has_value();
+    Identifiers& ids = ids_of(media_class);
+    session_.ids.*ids.next = ids.source.objid(db_);
+    if (insert_media_row(session_, *row, ids.source.number(db_), folder.second.objid) != SQLITE_OK) {
+      ++counts_.failed;
+      return false;
+    }
+    ++ids.source.objid(db_);
+    ++ids.source.number(db_);
+    return true;
+  }
+
+  // Reads a file again into a row that was another path's.
+  bool store_anew(const FolderRef& folder, MediaFile file, const GoneRow& source) {
+    const auto row = read_media_row(session_, std::move(file));
+    if (!row || task_.preview) return row.has_value();
+    if (update_media_row(session_, *row, source.rowid, folder.second.objid) == SQLITE_OK) return true;
+    ++counts_.failed;
+    return false;
+  }
+
+  void bring_row_in_line(const FolderRef& folder, const Finding& finding) {
+    const Difference differs = difference(session_, survey_, folder, finding);
+    if (!differs.any()) return;
+    const std::string path = folder.first + finding.row->name;
+    const struct stat status = finding.entry->status;
+    const std::int64_t rowid = finding.row->rowid;
+    if (differs.content && !refresh(folder, finding)) return;
+    mend(folder, finding.media_class, rowid, differs);
+    const bool song_written = differs.song && refresh_song_of(path, status);
+    const bool mended =
+        differs.place || differs.identifiers.objid || differs.identifiers.number || song_written;
+    if (!differs.content && !mended) return;
+    ++(differs.content ? counts_.refreshed : counts_.mended);
+    listener_.changed(Change::kRefreshed, path);
+    done_with_file();
+  }
+
+  // False when the row went or could not be written.
+  bool refresh(const FolderRef& folder, const Finding& finding) {
+    const std::int64_t rowid = finding.row->rowid;
+    const std::string path = folder.first + finding.row->name;
+    const auto row = read_media_row(session_, describe(folder, *finding.entry));
+    if (!row) {
+      remove(finding.media_class, rowid, path);
+      return false;
+    }
+    if (task_.preview || update_media_row(session_, *row, rowid, folder.second.objid) == SQLITE_OK)
+      return true;
+    ++counts_.failed;
+    return false;
+  }
+
+  void mend(const FolderRef& folder, MediaClass media_class, std::int64_t rowid, const Difference& differs) {
+    const char* const table = table_of(media_class);
+    if (differs.place)
+      write(composed("update %s set ParentID=?,Depth=? where ROWID=?;", table).c_str(), folder.second.objid,
+            depth_below_share(session_.config.sharepath, folder.first), rowid);
+    IdentifierSource& source = ids_of(media_class).source;
+    if (differs.identifiers.objid)
+      write(composed("update %s set ObjID=? where ROWID=?;", table).c_str(), source.objid(db_)++, rowid);
+    if (differs.identifiers.number)
+      write(composed("update %s set No=? where ROWID=?;", table).c_str(), source.number(db_)++, rowid);
+  }
+
+  // True when the song store's record was, or in a preview would be, written.
+  bool refresh_song_of(const std::string& path, const struct stat& status) {
+    if (!is_store_song(path.substr(path.rfind('/') + 1))) return false;
+    if (task_.preview) return song_state(session_.songs, path, status) != SongState::kCurrent;
+    return songs_are_open() && refresh_song(session_.songs, session_.tags, path, status);
+  }
+
+  // Opens the song store for writing when it is first needed.
+  bool songs_are_open() {
+    if (songs_open_) return *songs_open_;
+    session_.songs.close();
+    songs_open_ = session_.songs.open(session_.config.mntpath);
+    if (!*songs_open_) ++counts_.failed;  // the store has said why
+    return *songs_open_;
+  }
+
+  void remove_stale_songs() {
+    if (!survey_.has_stale_songs || stopped()) return;
+    const auto stale = session_.songs.ids_of([this](const SongInfo& song) {
+      return song.path && survey_.scope.holds(*song.path) &&
+             !std::binary_search(survey_.songs.begin(), survey_.songs.end(), song.id);
+    });
+    if (stale.empty()) return;
+    counts_.mended += stale.size();
+    if (task_.preview || !songs_are_open()) return;
+    for (const std::uint32_t id : stale) session_.songs.remove(id);
+  }
+
+  void done_with_file() {
+    batch();
+    listener_.progressed(counts_, ++files_done_, survey_.files_to_handle);
+  }
+
+  // What follows from the rows, in one transaction.
+  void complete() {
+    if (!task_.preview) db_.exec("COMMIT;");
+    if (task_.preview && counts_.any_change()) return;
+    db_.read_in_one_transaction();
+    for (const MediaClass media_class : kClasses) {
+      if (sort_tables_are_current(db_, media_class)) continue;
+      ++counts_.mended;
+      if (!task_.preview && !write_sort_tables(session_, media_class))
+        fail(table_of(media_class), "its sort tables cannot be written");
+    }
+    const auto links = relink_playlists(db_, !task_.preview);
+    if (!links) return fail("playlists", db_.error_text());
+    for (const std::string& path : links->unreadable) fail(path, "this playlist cannot be read");
+    for (const std::string& path : links->relinked) listener_.changed(Change::kRefreshed, path);
+    counts_.mended += links->relinked.size();
+    if (task_.preview || !counts_.any_change()) return;
+    if (Assign_pathtbl_media(db_) == 0) fail("path_objid_tbl", "the folders' flags cannot be written");
+    save_counters();
+  }
+
+  void save_counters() {
+    for (Identifiers& ids : ids_) session_.ids.*ids.next = ids.source.objid(db_);
+    session_.ids.media_path_objid = folder_ids_.objid(db_);
+    SaveObjectIds(db_, session_.ids);
+  }
+
+  struct Identifiers {
+    IdentifierSource source;
+    std::uint64_t ObjectIds::*next;
+  };
+  Identifiers& ids_of(MediaClass media_class) { return ids_[static_cast<std::size_t>(media_class)]; }
+
+  Session& session_;
+  Database& db_;
+  const ReconcileTask& task_;
+  ReconcileListener& listener_;
+  ReconcileCounts counts_;
+  LibrarySurvey survey_;
+  std::array<Identifiers, 3> ids_ = {{{IdentifierSource(kMusicIds), &ObjectIds::music_file_objid},
+                                      {IdentifierSource(kVideoIds), &ObjectIds::video_file_objid},
+                                      {IdentifierSource(kPhotoIds), &ObjectIds::photo_file_objid}}};
+  IdentifierSource folder_ids_{kFolderIds};
+  std::uint64_t files_done_ = 0;
+  std::optional<bool> songs_open_;
+};
+
+}  // namespace
+
+ReconcileCounts reconcile(Session& session, const ReconcileTask& task, ReconcileListener& listener) {
+  return Reconciler(session, task, listener).run();
+}
+
+bool holds_files_below(Database& db, std::string_view folder) {
+  std::string end(folder);
+  ++end.back();
+  for (const MediaClass media_class : kClasses) {
+    const std::string select =
+        composed("select 1 from %s where Real_Path>=? and Real_Path<? limit 1;", table_of(media_class));
+    if (db.read(select.c_str(), folder, end).next()) return true;
+  }
+  return false;
+}
+
+}  // namespace corvexal
