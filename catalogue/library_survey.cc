@@ -160,8 +160,11 @@ class Surveyor {
     switch (finding.kind) {
       case FindingKind::kPresent:
         count_file(finding);
-        if (!difference(session_, survey_, folder, finding).any()) return;
-        break;
+        if (const Difference differs = difference(session_, survey_, folder, finding); differs.any()) {
+          songs_differ_ |= differs.song;
+          break;
+        }
+        return;
       case FindingKind::kNew:
         count_file(finding);
         has_new_files_ = true;
@@ -241,8 +244,8 @@ class Surveyor {
     if (rows.failed()) catalogue_fails();
   }
 
-  // Songs that are gone leave their records; so may those of earlier runs, which the whole library's count
-  // shows.
+  // A song that is gone leaves its record, and so does one that was replaced by another file. What earlier
+  // runs left, the count of the whole library's records shows.
   void look_for_stale_songs() {
     std::sort(survey_.songs.begin(), survey_.songs.end());
     const auto last = std::unique(survey_.songs.begin(), survey_.songs.end());
@@ -322,6 +325,7 @@ class Surveyor {
   LibrarySurvey survey_;
   std::deque<std::string> queue_;
   bool has_new_files_ = false;
+  bool songs_differ_ = false;
   bool catalogue_failed_ = false;
 };
 
