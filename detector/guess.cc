@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <iterator>
 #include <limits>
+#include <vector>
 
 #include "detector/library_opinion.h"
 #include "detector/multi_byte_sets.h"
@@ -16,7 +17,7 @@ namespace {
 constexpr double kNever = std::numeric_limits<double>::infinity();
 constexpr double kCutCharacter = 15;    // bits, at the end of the sample
 constexpr double kCodePageWeight = 12;  // bits
-constexpr double kOpinionWeight = 3;    // bits
+constexpr double kOpinionWeight = 3;    // bits that the library's opinion makes up for
 constexpr double kPlausible = 10;       // bits a byte that a text takes at most
 
 // What a text of seven-bit bytes changes its set with.
@@ -74,36 +75,45 @@ double bits_in(const MultiByteSet& set, std::string_view sample) {
   return cost.bits() + set.rarity;
 }
 
-// The cheapest set so far.
-struct Choice {
+struct Reading {
   std::string_view charset;
   double bits = kNever;
-
-  void consider(std::string_view other, double other_bits) {
-    if (other_bits < bits) *this = {other, other_bits};
-  }
 };
+
+bool is_cheaper(const Reading& a, const Reading& b) {
+  return a.bits < b.bits;
+}
 
 std::string_view guess_of_seven_bits(std::string_view sample) {
   if (const std::string_view charset = escaped_set(sample); !charset.empty()) return charset;
-  Choice choice{"", bits_in_ascii(sample)};
+  Reading best{"", bits_in_ascii(sample)};
   for (const MultiByteSet& set : multi_byte_sets())
-    if (!set.holds_ascii) choice.consider(set.name, bits_in(set, sample));
-  return choice.charset;
+    if (!set.holds_ascii) best = std::min(best, {set.name, bits_in(set, sample)}, is_cheaper);
+  return best.charset;
 }
 
-std::string_view guess_of_bytes(std::string_view sample, CodePage code_page) {
-  const std::string_view opinion = library_opinion(sample);
-  const auto opinion_bits = [&](std::string_view charset) { return charset == opinion ? kOpinionWeight : 0; };
-  Choice choice{"", kPlausible * static_cast<double>(sample.size())};
-  for (const SingleByteSet& set : single_byte_sets())
-    choice.consider(set.name, bits_in(set, sample) - opinion_bits(set.name));
+// The sample in every set, the cheapest reading first; one without a name is what no text costs.
+std::vector<Reading> readings_of(std::string_view sample, CodePage code_page) {
+  std::vector<Reading> readings{{"", kPlausible * static_cast<double>(sample.size())}};
+  for (const SingleByteSet& set : single_byte_sets()) readings.push_back({set.name, bits_in(set, sample)});
   for (const MultiByteSet& set : multi_byte_sets()) {
     const bool expected = set.code_page == code_page && code_page != CodePage::kOther;
-    choice.consider(set.name,
-                    bits_in(set, sample) - opinion_bits(set.name) - (expected ? kCodePageWeight : 0));
+    readings.push_back({set.name, bits_in(set, sample) - (expected ? kCodePageWeight : 0)});
   }
-  return choice.charset;
+  std::sort(readings.begin(), readings.end(), is_cheaper);
+  return readings;
+}
+
+// Where readings lie close together, the library's opinion decides between them.
+std::string_view guess_of_bytes(std::string_view sample, CodePage code_page) {
+  const std::vector<Reading> readings = readings_of(sample, code_page);
+  const double limit = readings.front().bits + kOpinionWeight;
+  if (readings[1].bits >= limit) return readings.front().charset;
+  const std::string_view opinion = library_opinion(sample);
+  const auto found = std::find_if(readings.begin(), readings.end(), [&](const Reading& reading) {
+    return reading.bits < limit && !opinion.empty() && reading.charset == opinion;
+  });
+  return found == readings.end() ? readings.front().charset : found->charset;
 }
 
 }  // namespace
