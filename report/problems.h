@@ -30,6 +30,7 @@ enum class Kind : std::uint8_t {
   kRecordMissing,
   kDoubleRecord,
   kNameRefused,
+  kTextRefused,
   kNameEncoding,
   kTextEncoding,
 };
@@ -40,14 +41,14 @@ enum class Mend : std::uint8_t {
   kSyncLibrary,  // a sync of everything
   kNewStore,     // a new song store in the place of the old one
   kRename,       // another name for the file: a person's work
-  kReadAnew,     // right tags or another setting, then the file read anew
+  kReadAnew,     // other tags or another setting, then the file read anew
 };
 
 struct KindFacts {
   Kind kind;
+  Mend mend;
   std::string_view name;     // the word for it in JSON
   std::string_view meaning;  // for people; "2 files: MEANING"
-  Mend mend;
 };
 
 // All kinds, in order.

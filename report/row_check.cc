@@ -14,6 +14,7 @@
 #include "base/text.h"
 #include "metadata/image_size.h"
 #include "report/file_status.h"
+#include "report/refused_tags.h"
 
 namespace corvexal::report {
 namespace {
@@ -119,12 +120,11 @@ class RowWalk {
     has_row_ = false;
     if (!on_disk_) return;
     result_.disk_has_files = true;
-    songs_.meet(disk_.file(), problems_);
   }
 
   // Leaves the file that the walk stands at.
   void pass_file() {
-    if (!has_row_) judge_file_without_row(disk_.file());
+    if (has_row_ || may_get_row(disk_.file())) songs_.meet(disk_.file(), problems_);
     step_disk();
   }
 
@@ -178,11 +178,17 @@ class RowWalk {
     return true;
   }
 
-  // A photo of no known format never gets a row.
-  void judge_file_without_row(const DiskFile& file) {
-    if (file.kind == MediaKind::kPhoto && !is_image(file.path())) return;
-    const bool is_refused = file.path().find('"') != std::string::npos;
-    problems_.add(is_refused ? Kind::kNameRefused : Kind::kNoRow, file.folder, file.name);
+  // Judges a file without a row. False when it cannot have one: a photo of no known format never gets one,
+  // and what the catalogue refuses is not stored as a song either.
+  bool may_get_row(const DiskFile& file) {
+    if (file.kind == MediaKind::kPhoto && !is_image(file.path())) return false;
+    Kind kind = Kind::kNoRow;
+    if (file.path().find('"') != std::string::npos)
+      kind = Kind::kNameRefused;
+    else if (refused_tags_.refuse(file))
+      kind = Kind::kTextRefused;
+    problems_.add(kind, file.folder, file.name);
+    return kind == Kind::kNoRow;
   }
 
   Query rows_;
@@ -191,6 +197,7 @@ class RowWalk {
   SongRecords& songs_;
   Counter counter_;
   ProblemList& problems_;
+  RefusedTags refused_tags_;
   RowCheck result_;
   bool on_disk_ = false;
   bool has_row_ = false;  // the file that the disk's walk stands at
