@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -68,7 +69,10 @@ std::string_view without_slashes(std::string_view path) {
 std::optional<std::pair<std::string, std::string>> places(const Call& call, char** argv) {
   const bool is_needed = !call.mount_path || access(corvexal::kConfigFile, R_OK) == 0;
   const auto config = is_needed ? corvexal::read_configuration(argv) : corvexal::ConfigRecord();
-  const std::string mount_path = call.mount_path.value_or(config.mntpath);
+  // Rows hold full paths.
+  const std::string mount_path = call.mount_path
+                                     ? std::filesystem::absolute(*call.mount_path).lexically_normal().string()
+                                     : config.mntpath;
   if (mount_path.empty()) return std::nullopt;
   const bool is_configured =
       without_slashes(mount_path) == without_slashes(config.mntpath) && !config.sharepath.empty();
