@@ -244,14 +244,16 @@ class Surveyor {
     if (rows.failed()) catalogue_fails();
   }
 
-  // A song that is gone leaves its record, and so does one that was replaced by another file. What earlier
-  // runs left, the count of the whole library's records shows.
+  // A song that is gone leaves its record, and so does one that another file replaced. What earlier runs left,
+  // the count of the whole library's records shows.
   void look_for_stale_songs() {
     std::sort(survey_.songs.begin(), survey_.songs.end());
     const auto last = std::unique(survey_.songs.begin(), survey_.songs.end());
     survey_.songs.erase(last, survey_.songs.end());
-    survey_.has_stale_songs = survey_.moved.has_gone_rows() ||
-                              (task_.whole_library && session_.songs.count() > survey_.songs.size());
+    const std::uint64_t records = session_.songs.count();
+    survey_.has_stale_songs =
+        records > 0 && (survey_.moved.has_gone_rows() || has_new_files_ || songs_differ_ ||
+                        (task_.whole_library && records > survey_.songs.size()));
   }
 
   void match_moved_files() {

@@ -201,9 +201,14 @@ class Reconciler {
   bool store_anew(const FolderRef& folder, MediaFile file, const GoneRow& source) {
     const auto row = read_media_row(session_, std::move(file));
     if (!row || task_.preview) return row.has_value();
-    if (update_media_row(session_, *row, source.rowid, folder.second.objid) == SQLITE_OK) return true;
-    ++counts_.failed;
-    return false;
+    if (update_media_row(session_, *row, source.rowid, folder.second.objid) != SQLITE_OK) {
+      ++counts_.failed;
+      return false;
+    }
+    const auto& wrong = survey_.wrong[static_cast<std::size_t>(source.media_class)];
+    if (const auto at = wrong.find(source.rowid); at != wrong.end())
+      mend_identifiers(source.media_class, source.rowid, at->second);
+    return true;
   }
 
   void bring_row_in_line(const FolderRef& folder, const Finding& finding) {
@@ -243,10 +248,15 @@ class Reconciler {
     if (differs.place)
       write(composed("update %s set ParentID=?,Depth=? where ROWID=?;", table).c_str(), folder.second.objid,
             depth_below_share(session_.config.sharepath, folder.first), rowid);
+    mend_identifiers(media_class, rowid, differs.identifiers);
+  }
+
+  void mend_identifiers(MediaClass media_class, std::int64_t rowid, const WrongIdentifiers& wrong) {
+    const char* const table = table_of(media_class);
     IdentifierSource& source = ids_of(media_class).source;
-    if (differs.identifiers.objid)
+    if (wrong.objid)
       write(composed("update %s set ObjID=? where ROWID=?;", table).c_str(), source.objid(db_)++, rowid);
-    if (differs.identifiers.number)
+    if (wrong.number)
       write(composed("update %s set No=? where ROWID=?;", table).c_str(), source.number(db_)++, rowid);
   }
 
