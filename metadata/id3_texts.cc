@@ -16,6 +16,13 @@ struct FreeText {
   void operator()(id3_utf8_t* text) const noexcept { std::free(text); }  // NOLINT: made by the library
 };
 
+// True when the text holds a character of the CJK Unified Ideographs block.
+bool ucs4_has_cjk(const id3_ucs4_t* ucs4) {
+  for (; *ucs4 != 0; ++ucs4)
+    if (*ucs4 >= 0x4E00 && *ucs4 <= 0x9FBF) return true;
+  return false;
+}
+
 // Converts without a terminator, so that a character cut in two is dropped.
 Text beginning_to_utf8(Converters& converters, std::string_view text, const char* charset) {
   Text utf8;
@@ -42,12 +49,6 @@ std::string ucs4_to_raw_bytes(const id3_ucs4_t* ucs4, std::size_t most) {
     bytes += static_cast<char>(*ucs4 & 0xFF);
   }
   return bytes;
-}
-
-bool ucs4_has_cjk(const id3_ucs4_t* ucs4) {
-  for (; *ucs4 != 0; ++ucs4)
-    if (*ucs4 >= 0x4E00 && *ucs4 <= 0x9FBF) return true;
-  return false;
 }
 
 Text id3_text_to_utf8(Converters& converters, const id3_ucs4_t* text, const char* charset) {

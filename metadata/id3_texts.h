@@ -20,9 +20,6 @@ namespace corvexal {
 // 0xFFFF, none above. They end soon after there are more than `most`.
 [[nodiscard]] std::string ucs4_to_raw_bytes(const id3_ucs4_t* ucs4, std::size_t most);
 
-// True when the text holds a character of the CJK Unified Ideographs block (0x4E00 to 0x9FBF).
-[[nodiscard]] bool ucs4_has_cjk(const id3_ucs4_t* ucs4);
-
 // The text in UTF-8. One with an ideograph in it must have been Unicode in the tag; of any other the bytes,
 // which a tag may call Latin-1 whatever they are, are converted from `charset`: the first 1023, up to a whole
 // character. Absent when that fails.
