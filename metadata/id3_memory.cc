@@ -142,20 +142,20 @@ Id3FrameMemory memory_for_unpacked(std::uint64_t size, Kind kind) {
   return {size, (has_one_text ? kPerTextByte : kPerGenreByte + kPerString) * size};
 }
 
+Id3FrameMemory memory_for_body(const Id3Frame& frame, const Format& format) {
+  const Layout& layout = layout_of(frame);
+  const Bytes body = frame.body;
+  if (format.unknown || format.encrypted) return {body.size(), 0};
+  if (format.compressed) return memory_for_unpacked(unpacked_size(frame, format), layout.kind);
+  if (layout.kind == Kind::data) return {body.size(), 0};
+  return memory_for_texts(body.subspan(std::min(format.fields_at(), body.size())), format, layout);
+}
+
 }  // namespace
 
 Id3FrameMemory id3_frame_memory(const Id3Frame& frame) {
   const Format format = frame.version == 2 ? Format{} : format_of(frame);
-  const Layout& layout = layout_of(frame);
-  Id3FrameMemory memory{frame.body.size(), 0};
-  if (format.unknown || format.encrypted) {
-    // kept as it is
-  } else if (format.compressed) {
-    memory = memory_for_unpacked(unpacked_size(frame, format), layout.kind);
-  } else if (layout.kind != Kind::data) {
-    memory =
-        memory_for_texts(frame.body.subspan(std::min(format.fields_at(), frame.body.size())), format, layout);
-  }
+  Id3FrameMemory memory = memory_for_body(frame, format);
   memory.built += kPerFrame;
   if (format.unsynchronised) memory.copied += frame.body.size();
   return memory;
