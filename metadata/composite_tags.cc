@@ -16,10 +16,9 @@ Text artist_of(const SongInfo& song) {
 void make_composite_tags(SongInfo& song) {
   if (!song.artist) song.artist = artist_of(song);
   song.description = song.type.value_or("") + " audio file";
-  song.data_kind = 0;
+  song.data_kind = song.url ? 1 : 0;
   if (song.url) {
     song.description = "Playlist URL";
-    song.data_kind = 1;
     song.type = "pls";
   }
   if (!song.title) song.title = song.fname;

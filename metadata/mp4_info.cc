@@ -7,13 +7,7 @@ namespace corvexal {
 namespace {
 
 std::int32_t milliseconds(std::uint32_t duration, std::uint32_t time_scale) {
-  if (time_scale == 0) return 0;
-  std::uint32_t factor = 1000;
-  while (factor >= 10 && time_scale % 10 == 0) {
-    factor /= 10;
-    time_scale /= 10;
-  }
-  return saturated(std::uint64_t{duration} * factor / time_scale);
+  return time_scale == 0 ? 0 : saturated(std::uint64_t{duration} * 1000 / time_scale);
 }
 
 // Of version 0: 0 version and flags | 4 creation time | 8 modification time | 12 time scale | 16 duration.

@@ -20,7 +20,13 @@ TEST(MakeCompositeTags, FillsWhatTheTagsLeft) {
   };
   EXPECT_EQ(testing::row_of(artist_of({}, {}), artist_of("", {}), artist_of("O", "A")),
             (testing::Row{"C", " - C", "A"}));
-  EXPECT_EQ(testing::row_of(song.title, song.description), (testing::Row{"a.OGG", "a.OGG audio file"}));
+  const auto derived = [&] {
+    return testing::row_of(song.title, song.type, song.description, song.data_kind, song.item_kind);
+  };
+  EXPECT_EQ(derived(), (testing::Row{"a.OGG", "a.OGG", "a.OGG audio file", "0", "2"}));
+  song.url = "http://radio";
+  make_composite_tags(song);
+  EXPECT_EQ(derived(), (testing::Row{"a.OGG", "pls", "Playlist URL", "1", "2"}));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 
+#include "metadata/mp3_header.h"
 #include "tests/metadata/failing_reads.h"
 #include "tests/metadata/id3_bytes.h"
 #include "tests/metadata/logged.h"
@@ -41,6 +42,18 @@ TEST_F(Mp3Stream, KnowsEveryVersionAndLayer) {
     const std::string frame = row[0] + zeros(std::stoul(row[1]) - row[0].size());
     const Row stream = scan(repeated(frame, 40));
     EXPECT_EQ(testing::row_of(row[0], std::ssize(frame), stream[0], stream[1]), row);
+  }
+}
+
+TEST(Mp3Header, KnowsTheBitRatesOfTheStandard) {
+  for (const Row& row : testing::table("mp3_bitrates")) {
+    for (std::size_t index = 1; index < row.size(); ++index) {
+      const std::uint8_t header[] = {0xFF, static_cast<std::uint8_t>(row[0][1]),
+                                     static_cast<std::uint8_t>(index << 4 | 4), 0};
+      Mp3FrameInfo info;
+      EXPECT_EQ(mp3_decode_header(header, info), 0);
+      EXPECT_EQ(std::to_string(info.bitrate), row[index]) << ::testing::PrintToString(row[0]) << index;
+    }
   }
 }
 
