@@ -1,7 +1,5 @@
 #include "app/command_line.h"
 
-#include <string_view>
-
 namespace corvexal {
 namespace {
 
@@ -41,7 +39,27 @@ std::size_t paths_needed(const Command& command) {
   return 1;
 }
 
+constexpr char kHelp[] =
+    R"(Brings the media catalogue and the library of the DAAP server up to date with one change on the share.
+
+  -C FILE, -C -M FOLDER  added
+  -D FILE                deleted
+  -DD FOLDER             deleted with all that it held: drops the rows of every file that is gone
+  -R OLD NEW             renamed; of a folder, its files are read anew
+  -R -M OLD NEW          renamed; of a folder, only the paths in the catalogue change
+  -M                     the catalogue only
+  -I                     the DAAP server only
+  --help, --version      as the only switch
+
+The exit status is 0, also for a wrong call, or 255 when the run failed. More in Corvexal(1).
+)";
+
 }  // namespace
+
+const char* text_after_usage(std::string_view word) {
+  if (word == "--help") return kHelp;
+  return word == "--version" ? "Corvexal " CORVEXAL_VERSION "\n" : "";
+}
 
 std::optional<Command> parse_command_line(std::span<const char* const> arguments) {
   if (arguments.size() < 3) return std::nullopt;

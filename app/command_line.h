@@ -3,10 +3,15 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace corvexal {
 
 inline constexpr char kUsage[] = "Usage: Corvexal -D|-DD|-C|-S|-R  [-M|-I] directory|filename";
+
+// What --help and --version say after the usage line, which they print as any call does that is no command;
+// empty for other words.
+[[nodiscard]] const char* text_after_usage(std::string_view word);
 
 enum class Operation { kDelete, kDeleteTree, kCreate, kRename, kSync };
 

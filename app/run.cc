@@ -152,6 +152,7 @@ int run(std::span<const char* const> arguments) {
   const std::optional<Command> command = parse_command_line(arguments);
   if (!command) {
     std::puts(kUsage);
+    if (arguments.size() > 1) std::fputs(text_after_usage(arguments[1]), stdout);
     return kSuccess;
   }
   NameCharset names;

@@ -4,13 +4,22 @@
 
 #include "base/config.h"
 #include "catalogue/schema.h"
+#include "tools/common_switches.h"
 
 namespace {
 
+constexpr char kUsage[] =
+    R"(Usage: corvexal-mkcatalogue [MOUNT_PATH]
+       corvexal-mkcatalogue --help | --version
+Creates the catalogue below the mount path, or what is missing of it, and touches nothing that is there.
+Without MOUNT_PATH it is the configured one. The exit status is 0, 1 when the catalogue cannot be made,
+2 for a wrong call.)";
+
 int make(int argc, char** argv) {
+  if (corvexal::answer_common_switch(argc, argv, "corvexal-mkcatalogue", kUsage)) return 0;
   if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
-    std::puts("Usage: corvexal-mkcatalogue [MOUNT_PATH]");
-    return argc == 2 && std::string(argv[1]) == "--help" ? 0 : 2;
+    std::puts(kUsage);
+    return 2;
   }
   std::string mount_path = argc == 2 ? argv[1] : "";
   if (argc == 1) {

@@ -4,22 +4,21 @@
 
 #include "songdb/song_list.h"
 #include "songdb/store.h"
+#include "tools/common_switches.h"
 #include "tools/configuration.h"
 
 namespace {
 
 constexpr char kUsage[] =
     R"(Usage: corvexal-songs [FILE]
+       corvexal-songs --help | --version
 Prints the records of a song store, one line of JSON each, in the store's own order. Without FILE it is
 the store under the configured mount path. The file is only read. Bytes that are no UTF-8 are printed as
 U+FFFD each. The exit status is 0, 1 when the file cannot be read or is damaged, 2 for a wrong call.)";
 
 int print(int argc, char** argv) {
+  if (corvexal::answer_common_switch(argc, argv, "corvexal-songs", kUsage)) return 0;
   const std::string argument = argc > 1 ? argv[1] : "";
-  if (argc == 2 && argument == "--help") {
-    std::puts(kUsage);
-    return 0;
-  }
   if (argc > 2 || argument.starts_with('-')) {
     std::fprintf(stderr, "%s\n", kUsage);
     return 2;
