@@ -23,6 +23,7 @@ class Descriptor {
 
   explicit operator bool() const { return fd_ >= 0; }
   [[nodiscard]] int get() const { return fd_; }
+  [[nodiscard]] int release() { return std::exchange(fd_, -1); }
 
  private:
   int fd_ = -1;

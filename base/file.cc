@@ -8,34 +8,32 @@
 #include <cerrno>
 #include <utility>
 
+#include "base/place.h"
+
 namespace corvexal {
 
 namespace {
 
 bool is_regular(const Descriptor& file, struct stat& status) {
-  if (fstat(file.get(), &status) != 0) return false;
+  if (!file || fstat(file.get(), &status) != 0) return false;
   if (S_ISREG(status.st_mode)) return true;
   errno = EINVAL;
   return false;
 }
 
-// Opens by descriptor what was looked at, so that nobody can put a pipe in its place meanwhile. Only so may
-// the open wait: a file server that holds a lease on a file, as on one that it has just written, is asked to
-// give it up and does within a minute.
-Descriptor reopened(const Descriptor& seen, const std::string& path) {
-  Descriptor file(open(descriptor_path(seen.get()).c_str(), O_RDONLY | O_CLOEXEC));
-  const bool no_proc = !file && errno == ENOENT;
-  return no_proc ? Descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) : std::move(file);
+Descriptor open_regular(const std::string& path) {
+  const Descriptor seen(open(path.c_str(), O_PATH | O_CLOEXEC));
+  struct stat status {};
+  return is_regular(seen, status) ? reopen(seen, AT_FDCWD, path, O_RDONLY) : Descriptor();
 }
 
 }  // namespace
 
-File::File(const std::string& path) {
-  const Descriptor seen(open(path.c_str(), O_PATH | O_CLOEXEC));
+File::File(const std::string& path) : File(open_regular(path)) {}
+
+File::File(Descriptor file) {
   struct stat status {};
-  if (!seen || !is_regular(seen, status)) return;
-  Descriptor file = reopened(seen, path);
-  if (!file || !is_regular(file, status)) return;
+  if (!is_regular(file, status)) return;
   size_ = static_cast<std::uint64_t>(status.st_size);
   fd_ = std::move(file);
 }

@@ -17,6 +17,9 @@ class File {
   // is empty and errno says why (EINVAL for what is no regular file).
   explicit File(const std::string& path);
 
+  // Takes over a descriptor that is open for reading; what is no regular file leaves the object empty.
+  explicit File(Descriptor file);
+
   explicit operator bool() const { return static_cast<bool>(fd_); }
 
   // Size in bytes when the file was opened; 0 for an empty object.

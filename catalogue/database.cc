@@ -71,11 +71,11 @@ int Database::open(const std::string& path, int flags, std::chrono::milliseconds
   loss_.reset();
   joined_ = false;
   uncommitted_rows_ = 0;
-  sqlite3* handle = nullptr;
-  const int code = sqlite3_open_v2(path.c_str(), &handle, flags, nullptr);
-  handle_.reset(handle);
+  std::string refusal;
+  const int code = open_handle(path, flags, refusal);
   if (code != SQLITE_OK) {
-    std::fprintf(stderr, "Corvexal: cannot open the catalogue %s: %s\n", path.c_str(), sqlite3_errstr(code));
+    const char* reason = refusal.empty() ? sqlite3_errstr(code) : refusal.c_str();
+    std::fprintf(stderr, "Corvexal: cannot open the catalogue %s: %s\n", path.c_str(), reason);
     handle_.reset();
     return code;
   }
@@ -85,6 +85,17 @@ int Database::open(const std::string& path, int flags, std::chrono::milliseconds
   // may spill: past 10,000 pages, 40 MiB.
   simple("PRAGMA cache_spill=10000");
   return SQLITE_OK;
+}
+
+int Database::open_handle(const std::string& path, int flags, std::string& refusal) {
+  const bool is_file = path != ":memory:";
+  if (is_file) files_ = CatalogueFiles::find(path, refusal);
+  if (is_file && !files_) return SQLITE_CANTOPEN;
+  sqlite3* handle = nullptr;
+  const int code = sqlite3_open_v2(is_file ? files_->database() : path.c_str(), &handle, flags,
+                                   is_file ? files_->file_system() : nullptr);
+  handle_.reset(handle);
+  return code;
 }
 
 // Called by SQLite when another connection's lock is in the way; 0 gives up.
@@ -105,6 +116,7 @@ void Database::close() {
   if (in_transaction()) settle(check(simple("COMMIT")), true);
   prepared_.clear();
   handle_.reset();
+  files_.reset();
 }
 
 // Takes note of a statement's end: nothing of a transaction that lost a part may stay. A damaged file spoils

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "catalogue/catalogue_files.h"
 #include "catalogue/sql_text.h"
 
 namespace corvexal {
@@ -71,13 +72,13 @@ class Database {
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;
 
-  // Opens (or creates) the file. A lock held by another connection is waited for, each time up to
-  // `busy_timeout`. Returns SQLite's result code; on failure one line on standard error says why and the
-  // catalogue is closed.
+  // Opens (or creates) the file, reached as find_place says. A lock held by another connection is waited for,
+  // each time up to `busy_timeout`. Returns SQLite's result code; on failure one line on standard error says
+  // why and the catalogue is closed.
   int open(const std::string& path, std::chrono::milliseconds busy_timeout = kBusyTimeout);
 
-  // Opens an existing file that is not written to, and sets it up with statements that write nothing to it.
-  // Returns as open() does.
+  // Opens an existing file, reached alike, that is not written to, and sets it up with statements that write
+  // nothing to it. Returns as open() does.
   int open_to_read(const std::string& path, std::span<const std::string> setup = {});
 
   // Commits what is open and closes; harmless on a closed catalogue.
@@ -146,6 +147,7 @@ class Database {
   };
 
   int open(const std::string& path, int flags, std::chrono::milliseconds busy_timeout);
+  int open_handle(const std::string& path, int flags, std::string& refusal);
   int run(std::string_view format, std::span<const SqlValue> values);
   int run(BoundSql sql);
   Rows start(std::string_view format, std::span<const SqlValue> values);
@@ -169,6 +171,7 @@ class Database {
     std::string text;
   };
 
+  std::unique_ptr<CatalogueFiles> files_;
   std::unique_ptr<sqlite3, CloseHandle> handle_;
   std::unordered_map<std::string, Statement> prepared_;  // statements not in use, by their text
   std::chrono::milliseconds busy_timeout_{};

@@ -1,8 +1,11 @@
 #include "catalogue/schema.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <vector>
+
+#include "base/place.h"
 
 namespace corvexal {
 namespace {
@@ -36,10 +39,11 @@ constexpr const char* kIndexes[] = {
     "create index if not exists path_idx on path_objid_tbl (path);",
 };
 
+constexpr std::size_t kMountPathSize = 99;
+
 }  // namespace
 
 std::string catalogue_path(const std::string& mount_path) {
-  constexpr std::size_t kMountPathSize = 99;
   return mount_path.substr(0, kMountPathSize) + "/.systemfile/.upnpav-db/upnpav.db";
 }
 
@@ -70,11 +74,10 @@ int open_to_look(Database& db, const std::string& mount_path) {
 
 int create_catalogue(const std::string& mount_path) {
   const std::string path = catalogue_path(mount_path);
-  std::error_code error;
-  std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
-  if (error) {
-    std::fprintf(stderr, "Corvexal: cannot create the folder of %s: %s\n", path.c_str(),
-                 error.message().c_str());
+  std::error_code ignored;
+  std::filesystem::create_directories(mount_path.substr(0, kMountPathSize), ignored);
+  if (!find_place(path, MissingFolders::kMake)) {
+    std::fprintf(stderr, "Corvexal: cannot create the folder of %s: %s\n", path.c_str(), why_refused(errno));
     return -1;
   }
   Database db;
