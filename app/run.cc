@@ -142,8 +142,8 @@ int run_locked(const Command& command, std::span<const char* const> arguments, S
   if (succeeded && session.playlist_pending && parser_playlist(session.db) == 0)
     std::puts("parser_playlist fail");
   session.db.close();
-  session.songs.close();
-  return succeeded && !session.db.lost_work() ? kSuccess : kFailure;
+  const bool songs_kept = session.songs.close();
+  return succeeded && songs_kept && !session.db.lost_work() ? kSuccess : kFailure;
 }
 
 }  // namespace

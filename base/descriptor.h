@@ -1,5 +1,6 @@
 #pragma once
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <string>
@@ -23,7 +24,9 @@ class Descriptor {
 
   explicit operator bool() const { return fd_ >= 0; }
   [[nodiscard]] int get() const { return fd_; }
-  [[nodiscard]] int release() { return std::exchange(fd_, -1); }
+  // Another descriptor of the same open file, whose position the two share; empty on failure, errno set.
+  [[nodiscard]] Descriptor duplicate() const { return Descriptor(fcntl(fd_, F_DUPFD_CLOEXEC, 0)); }
+  int release() { return std::exchange(fd_, -1); }
 
  private:
   int fd_ = -1;

@@ -50,15 +50,16 @@ bool names_super_journal(const Place& place, const std::string& journal) {
 }  // namespace
 
 std::unique_ptr<CatalogueFiles> CatalogueFiles::find(const std::string& path, std::string& refusal) {
-  refusal.clear();
   std::optional<Place> place = find_place(path);
   if (!place) {
     if (errno == ELOOP) refusal = why_refused(errno);
     return nullptr;
   }
   std::unique_ptr<CatalogueFiles> files(new CatalogueFiles(std::move(*place)));
-  refusal = files->refusal();
-  return refusal.empty() ? std::move(files) : nullptr;
+  const std::string reason = files->refusal();
+  if (reason.empty()) return files;
+  refusal = reason;
+  return nullptr;
 }
 
 CatalogueFiles::CatalogueFiles(Place place)

@@ -16,7 +16,7 @@ namespace corvexal {
 class CatalogueFiles {
  public:
   // Finds the files of a catalogue, which need not exist. Nothing when its folder is missing or cannot be
-  // reached, or when one of them is refused: then `refusal` says why.
+  // reached, or when one of them is refused: then `refusal` is set to the reason.
   [[nodiscard]] static std::unique_ptr<CatalogueFiles> find(const std::string& path, std::string& refusal);
 
   CatalogueFiles(const CatalogueFiles&) = delete;

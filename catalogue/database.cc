@@ -71,11 +71,10 @@ int Database::open(const std::string& path, int flags, std::chrono::milliseconds
   loss_.reset();
   joined_ = false;
   uncommitted_rows_ = 0;
-  std::string refusal;
-  const int code = open_handle(path, flags, refusal);
+  std::string reason = sqlite3_errstr(SQLITE_CANTOPEN);
+  const int code = open_handle(path, flags, reason);
   if (code != SQLITE_OK) {
-    const char* reason = refusal.empty() ? sqlite3_errstr(code) : refusal.c_str();
-    std::fprintf(stderr, "Corvexal: cannot open the catalogue %s: %s\n", path.c_str(), reason);
+    std::fprintf(stderr, "Corvexal: cannot open the catalogue %s: %s\n", path.c_str(), reason.c_str());
     handle_.reset();
     return code;
   }
@@ -87,14 +86,15 @@ int Database::open(const std::string& path, int flags, std::chrono::milliseconds
   return SQLITE_OK;
 }
 
-int Database::open_handle(const std::string& path, int flags, std::string& refusal) {
+int Database::open_handle(const std::string& path, int flags, std::string& reason) {
   const bool is_file = path != ":memory:";
-  if (is_file) files_ = CatalogueFiles::find(path, refusal);
+  if (is_file) files_ = CatalogueFiles::find(path, reason);
   if (is_file && !files_) return SQLITE_CANTOPEN;
   sqlite3* handle = nullptr;
   const int code = sqlite3_open_v2(is_file ? files_->database() : path.c_str(), &handle, flags,
                                    is_file ? files_->file_system() : nullptr);
   handle_.reset(handle);
+  if (code != SQLITE_OK) reason = sqlite3_errstr(code);
   return code;
 }
 

@@ -147,7 +147,7 @@ class Database {
   };
 
   int open(const std::string& path, int flags, std::chrono::milliseconds busy_timeout);
-  int open_handle(const std::string& path, int flags, std::string& refusal);
+  int open_handle(const std::string& path, int flags, std::string& reason);
   int run(std::string_view format, std::span<const SqlValue> values);
   int run(BoundSql sql);
   Rows start(std::string_view format, std::span<const SqlValue> values);

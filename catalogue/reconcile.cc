@@ -36,7 +36,7 @@ class Reconciler {
       write_folders_and_files();
       if (!stopped()) complete();
     }
-    session_.songs.close();
+    if (!session_.songs.close()) ++counts_.failed;
     if (!task_.preview) db_.exec("COMMIT;");
     if (db_.lost_work()) ++counts_.failed;
     return counts_;

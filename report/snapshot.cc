@@ -45,9 +45,12 @@ std::string_view Query::text(int column) const {
 Snapshot::Snapshot(const std::string& path) {
   if (access(path.c_str(), F_OK) != 0 && (errno == ENOENT || errno == ENOTDIR))
     throw Unreadable("there is no catalogue " + path + "; corvexal-sync makes it");
+  std::string refusal = sqlite3_errstr(SQLITE_CANTOPEN);
+  files_ = CatalogueFiles::find(path, refusal);
+  if (!files_) throw Unreadable("cannot open the catalogue " + path + ": " + refusal);
   sqlite3* handle = nullptr;
-  const int code = sqlite3_open_v2(
-      path.c_str(), &handle, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
+  constexpr int kFlags = SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
+  const int code = sqlite3_open_v2(files_->database(), &handle, kFlags, files_->file_system());
   handle_.reset(handle);
   if (code != SQLITE_OK) throw Unreadable("cannot open the catalogue " + path + ": " + sqlite3_errstr(code));
   restrict();

@@ -57,6 +57,7 @@ class Snapshot {
   static int is_overdue(void* snapshot);
   void restrict();
 
+  std::unique_ptr<CatalogueFiles> files_;
   std::unique_ptr<sqlite3, CloseHandle> handle_;
   std::chrono::steady_clock::time_point query_began_;
 };

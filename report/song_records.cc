@@ -81,8 +81,7 @@ bool SongRecords::read() {
     state_ = StoreState::kMissing;
     return false;
   }
-  // Mapped into memory, the whole file would count as ours.
-  store_ = open_gdbm(path_, GDBM_READER | GDBM_NOMMAP);
+  store_ = open_gdbm(path_, GDBM_READER);
   state_ = store_ ? StoreState::kRead : StoreState::kUnreadable;
   if (!store_) {
     reason_ = gdbm_failure();

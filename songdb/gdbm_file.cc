@@ -7,7 +7,9 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
+#include <utility>
+
+#include "base/place.h"
 
 namespace corvexal {
 namespace {
@@ -41,15 +43,23 @@ bool ends_where_its_header_says(GDBM_FILE db) {
 
 }  // namespace
 
-GdbmFile open_gdbm(const std::string& path, int flags) {
-  gdbm_errno = GDBM_FILE_OPEN_ERROR;
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) return {};
+GdbmFile open_gdbm(Descriptor file, const std::string& path, int mode) {
+  constexpr int kFlags = GDBM_NOLOCK | GDBM_NOMMAP | GDBM_CLOEXEC;
+  lseek(file.get(), 0, SEEK_SET);
   errno = 0;
-  GdbmFile db;
-  if (S_ISREG(status.st_mode)) db.reset(gdbm_open(path.c_str(), 0, flags | GDBM_NOLOCK, 0, nullptr));
+  GdbmFile db(gdbm_fd_open(file.get(), path.c_str(), 0, mode | kFlags, nullptr));
+  if (db) file.release();
   if (!db && errno == 0) errno = EINVAL;
   return db;
+}
+
+GdbmFile open_gdbm(const std::string& path, int mode) {
+  gdbm_errno = GDBM_FILE_OPEN_ERROR;
+  const auto place = find_place(path);
+  if (!place) return {};
+  Descriptor file =
+      open_plain_file(place->folder.get(), place->name, mode == GDBM_READER ? O_RDONLY : O_RDWR);
+  return file ? open_gdbm(std::move(file), path, mode) : GdbmFile();
 }
 
 std::string gdbm_failure() {
@@ -80,15 +90,17 @@ bool KeyWalk::next() {
   return !damaged_;
 }
 
-void forget_free_space(const std::string& path) {
-  std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+void forget_free_space(const Descriptor& file) {
+  struct stat status {};
   std::uint32_t magic = 0;
-  if (!file.read(reinterpret_cast<char*>(&magic), sizeof magic) || magic != kMagicOf64BitFiles) return;
-  const auto size = static_cast<std::uint64_t>(file.seekg(0, std::ios::end).tellg());
-  const std::uint64_t used_end = 2 * size;
-  file.seekp(kUsedEndAt).write(reinterpret_cast<const char*>(&used_end), sizeof used_end);
+  if (fstat(file.get(), &status) != 0 || pread(file.get(), &magic, sizeof magic, 0) != sizeof magic ||
+      magic != kMagicOf64BitFiles)
+    return;
+  // Where this cannot be written, the recovery meets the same fault.
+  const auto used_end = 2 * static_cast<std::uint64_t>(status.st_size);
   constexpr std::array<char, kFreeListEnd - kFreeCountAt> kNothing{};
-  file.seekp(kFreeCountAt).write(kNothing.data(), kNothing.size());
+  [[maybe_unused]] ssize_t written = pwrite(file.get(), &used_end, sizeof used_end, kUsedEndAt);
+  written = pwrite(file.get(), kNothing.data(), kNothing.size(), kFreeCountAt);
 }
 
 bool is_sound(GDBM_FILE db) {

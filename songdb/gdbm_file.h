@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "base/byte_reader.h"
+#include "base/descriptor.h"
 
 // Owners for what gdbm hands out, and walks that end whatever the file holds. Failures never end the process:
 // gdbm gets no fatal-error function, which makes it return them.
@@ -19,10 +20,14 @@ struct CloseGdbm {
 };
 using GdbmFile = std::unique_ptr<std::remove_pointer_t<GDBM_FILE>, CloseGdbm>;
 
-// Opens an existing gdbm file, a GDBM_READER or GDBM_WRITER, without gdbm's file lock; GDBM_SYNC may be
-// added. Only a regular file is opened. On failure nothing, errno is set (EINVAL for what is no gdbm file of
-// this host) and gdbm_errno is gdbm's own reason.
-[[nodiscard]] GdbmFile open_gdbm(const std::string& path, int flags);
+// Opens a gdbm file, as a GDBM_READER or GDBM_WRITER an existing one, as GDBM_NEWDB a new one, without gdbm's
+// file lock and without mapping it: whoever else can cut the file would end the process. `path` is what
+// gdbm's recovery puts its file in place of. On failure nothing, errno is set (EINVAL for what is no gdbm
+// file of this host) and gdbm_errno is gdbm's own reason.
+[[nodiscard]] GdbmFile open_gdbm(Descriptor file, const std::string& path, int mode);
+
+// The same for an existing file that is reached as base/place.h says, and refused as said there.
+[[nodiscard]] GdbmFile open_gdbm(const std::string& path, int mode);
 
 // What to tell a person after a failure: gdbm's reason and the system's (errno).
 [[nodiscard]] std::string gdbm_failure();
@@ -80,6 +85,6 @@ class KeyWalk {
 // its header lists no free space and names an end far beyond the file's. gdbm writes the header last, so
 // after a kill a bucket may list free space beyond the end that the header names, or the header's own list be
 // torn; gdbm would give up that bucket with every record in it, or the file.
-void forget_free_space(const std::string& path);
+void forget_free_space(const Descriptor& file);
 
 }  // namespace corvexal

@@ -12,7 +12,6 @@
 #include "base/log.h"
 #include "base/saturate.h"
 #include "base/text.h"
-#include "songdb/store_file.h"
 
 namespace corvexal {
 namespace {
@@ -61,33 +60,33 @@ SongStore::GdbmLock SongStore::lock_gdbm() {
 
 bool SongStore::is_open() {
   const auto guard = lock_gdbm();
-  return !path_.empty();
+  return file_ != nullptr;
 }
 
 bool SongStore::has_record(std::uint32_t id) {
   const auto guard = lock_gdbm();
-  return db_ && gdbm_exists(db_.get(), as_datum(key_of(id))) != 0;
+  return db() != nullptr && gdbm_exists(db(), as_datum(key_of(id))) != 0;
 }
 
 Datum SongStore::fetch_record(std::uint32_t id) {
   const auto content = lock_for_reading();
   const auto guard = lock_gdbm();
-  return db_ ? Datum(gdbm_fetch(db_.get(), as_datum(key_of(id)))) : Datum();
+  return db() != nullptr ? Datum(gdbm_fetch(db(), as_datum(key_of(id)))) : Datum();
 }
 
 // Calls visit(record) for each record in gdbm's key order until it returns false. When another thread reopens
-// or rebuilds the store meanwhile, the walk begins anew and may visit records again.
+// the store or loses its changes meanwhile, the walk begins anew and may visit records again.
 template <class Visit>
 void SongStore::walk_records(Visit visit) {
   std::optional<KeyWalk> walk;
   std::uint64_t generation = 0;
   const auto next_record = [&]() -> std::optional<Datum> {
     const auto guard = lock_gdbm();
-    if (!db_) return std::nullopt;
-    if (!walk || generation != generation_) walk.emplace(db_.get());
+    if (db() == nullptr) return std::nullopt;
+    if (!walk || generation != generation_) walk.emplace(db());
     generation = generation_;
     if (!walk->next()) return std::nullopt;
-    return Datum(gdbm_fetch(db_.get(), walk->key().borrowed()));
+    return Datum(gdbm_fetch(db(), walk->key().borrowed()));
   };
   while (const auto record = next_record())
     if (*record && !visit(record->bytes())) return;
@@ -106,8 +105,8 @@ std::optional<std::uint32_t> SongStore::first_record_below(std::string_view path
 
 PathIndex SongStore::index_for(std::string_view path) {
   PathIndex index(PathIndex::root_of(path));
-  for (KeyWalk walk(db_.get()); walk.next();) {
-    const Datum record(gdbm_fetch(db_.get(), walk.key().borrowed()));
+  for (KeyWalk walk(db()); walk.next();) {
+    const Datum record(gdbm_fetch(db(), walk.key().borrowed()));
     index.put(walk.key().bytes(), record.bytes());
   }
   return index;
@@ -117,43 +116,33 @@ PathIndex SongStore::index_for(std::string_view path) {
 PathIndex::Answer SongStore::ask_index(std::string_view path) {
   if (PathIndex::root_of(path).empty()) return {PathIndex::Found::several};
   const auto guard = lock_gdbm();
-  if (!db_) return {};
+  if (db() == nullptr) return {};
   if (!index_ || !index_->covers(path)) index_ = index_for(path);
   return index_->records_below(path);
 }
 
-bool SongStore::put_record(Bytes key, Bytes record) {
-  return db_ && gdbm_store(db_.get(), as_datum(key), as_datum(record), GDBM_REPLACE) == 0;
-}
-
 void SongStore::let_go() {
   index_.reset();
-  db_.reset();
   ++generation_;
 }
 
-// gdbm gives up on a file as soon as it meets damage in it, and would take no more records in this or any
-// later run.
-bool SongStore::gave_up() const {
-  return !db_ || gdbm_needs_recovery(db_.get()) != 0;
-}
-
-// One rebuild has to do: a failure after it has other reasons than the file.
-void SongStore::rebuild() {
-  let_go();
-  db_ = rebuild_store_file(path_);
-  was_rebuilt_ = db_ != nullptr;
-}
-
-bool SongStore::store(Bytes key, Bytes record) {
+// Makes a change in the file, which then has another handle when gdbm failed.
+template <class Change>
+bool SongStore::change(Change make_change) {
   const auto guard = lock_gdbm();
-  bool stored = put_record(key, record);
-  if (!stored && gave_up() && !was_rebuilt_) {
-    rebuild();
-    stored = put_record(key, record);
-  }
-  if (stored && index_) index_->put(key, record);
-  return stored;
+  if (!file_) return false;
+  const bool took_changes = file_->takes_changes();
+  const bool changed = make_change(*file_);
+  if (took_changes && !file_->takes_changes()) let_go();
+  return changed;
+}
+
+bool SongStore::put(Bytes key, Bytes record) {
+  return change([&](StoreFile& file) {
+    const bool stored = file.put(key, record);
+    if (stored && index_) index_->put(key, record);
+    return stored;
+  });
 }
 
 bool SongStore::open(const std::string& mount_path, bool reload) {
@@ -165,12 +154,11 @@ bool SongStore::open(const std::string& mount_path, bool reload) {
   std::printf("%s, db_path=%s", "db_open", path.c_str());
 
   auto guard = lock_gdbm();
-  was_rebuilt_ = false;
   let_go();
-  db_ = open_store_file(path, reload);
+  file_.reset();
+  file_ = StoreFile::open(path, reload);
   const int reason = errno;
-  const bool opened = db_ != nullptr;
-  path_ = opened ? path : "";
+  const bool opened = file_ != nullptr;
   guard.unlock();
   if (!opened) log_printf("11Could not open songs database (%s): %s\n", path.c_str(), std::strerror(reason));
   return opened;
@@ -179,15 +167,16 @@ bool SongStore::open(const std::string& mount_path, bool reload) {
 bool SongStore::open_to_read(const std::string& mount_path) {
   const auto guard = lock_gdbm();
   let_go();
-  // Mapped, a store of 100,000 songs would take its 40 MiB of memory.
-  db_ = open_gdbm(song_store_path(mount_path), GDBM_READER | GDBM_NOMMAP);
-  return db_ != nullptr;
+  file_ = StoreFile::open_to_read(song_store_path(mount_path));
+  return file_ != nullptr;
 }
 
-void SongStore::close() {
+bool SongStore::close() {
   const auto guard = lock_gdbm();
+  const bool saved = !file_ || file_->save();
   let_go();
-  path_.clear();
+  file_.reset();
+  return saved;
 }
 
 bool SongStore::add(const SongInfo& song) {
@@ -196,7 +185,7 @@ bool SongStore::add(const SongInfo& song) {
   if (!record) return false;
   const bool is_new = !has_record(song.id);
   const auto content = lock_for_writing();
-  if (!store(key_of(song.id), *record))
+  if (!put(key_of(song.id), *record))
     log_printf("Error inserting file %s in database\n", song.fname.value_or("").c_str());
   ++songs_added_;
   if (is_new) ++new_songs_;
@@ -222,7 +211,7 @@ std::optional<SongInfo> SongStore::stored(std::uint32_t id) {
 std::uint64_t SongStore::count() {
   const auto guard = lock_gdbm();
   gdbm_count_t count = 0;
-  return db_ && gdbm_count(db_.get(), &count) == 0 ? count : 0;
+  return db() != nullptr && gdbm_count(db(), &count) == 0 ? count : 0;
 }
 
 std::vector<std::uint32_t> SongStore::ids_of(const std::function<bool(const SongInfo&)>& wanted) {
@@ -254,10 +243,11 @@ bool SongStore::is_modified(std::uint32_t id, const std::string& path) {
 void SongStore::remove(std::uint32_t id) {
   if (!contains(id)) return;
   const auto content = lock_for_writing();
-  const auto guard = lock_gdbm();
-  if (!db_) return;
-  gdbm_delete(db_.get(), as_datum(key_of(id)));
-  if (index_) index_->remove(key_of(id));
+  change([&](StoreFile& file) {
+    const bool removed = file.remove(key_of(id));
+    if (removed && index_) index_->remove(key_of(id));
+    return removed;
+  });
 }
 
 void SongStore::remove_first_below(std::string_view path) {

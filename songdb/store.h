@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <shared_mutex>
@@ -14,6 +15,7 @@
 #include "songdb/gdbm_file.h"
 #include "songdb/path_index.h"
 #include "songdb/record.h"
+#include "songdb/store_file.h"
 
 namespace corvexal {
 
@@ -29,21 +31,23 @@ class SongStore {
   // Opens the store, creating it where it is missing, and says so on standard output without a line end. With
   // `reload`, and when its first record is of another version, it is opened empty. A damaged store, such as a
   // killed run may leave behind, is repaired and the loss named on standard error. False, with the reason in
-  // the log and on standard error, when there is no such folder, or the file is no gdbm file of this host or
-  // beyond repair (it is left as it is). Without a mount path nothing is opened and the result is true.
+  // the log and on standard error, when there is no such folder, or the file is refused (base/place.h), no
+  // gdbm file of this host or beyond repair (it is left as it is). Without a mount path nothing is opened and
+  // the result is true. All changes are made in a copy; where there is no room for one, none are taken.
   bool open(const std::string& mount_path, bool reload = false);
 
   // Opens an existing store, and changes nothing in it. False, in silence, when there is none that can be
   // read.
   bool open_to_read(const std::string& mount_path);
 
-  // Closes the store; harmless on a closed one.
-  void close();
+  // Puts the changes in the store's place, all at once, and closes it; harmless on a closed one. False, after
+  // a line on standard error, when changes that were taken are lost and the store is as it was. Without
+  // close() they are dropped.
+  bool close();
 
   // Stores a song under its id, in place of an earlier record. In the stored copy a missing time_added or
-  // time_modified is now, time_stored is now and time_played 0. A record that gdbm refuses is named in the
-  // log, and counted all the same; when gdbm has given up on the file, that is rebuilt first, once, and a
-  // rebuild that fails is tried again with the next song. False when the song cannot be packed.
+  // time_modified is now, time_stored is now and time_played 0. A record that is not taken, as on a full
+  // disk, is named in the log, and counted all the same. False when the song cannot be packed.
   bool add(const SongInfo& song);
 
   // The song of that id, as unpack_song gives it.
@@ -99,22 +103,20 @@ class SongStore {
   std::optional<std::uint32_t> first_record_below(std::string_view path);
   PathIndex index_for(std::string_view path);
   PathIndex::Answer ask_index(std::string_view path);
-  bool put_record(Bytes key, Bytes record);
+  GDBM_FILE db() const { return file_ ? file_->db() : nullptr; }
   void let_go();
-  bool gave_up() const;
-  void rebuild();
-  bool store(Bytes key, Bytes record);
+  template <class Change>
+  bool change(Change make_change);
+  bool put(Bytes key, Bytes record);
 
   // Locked in this order: the first parts readers of the content from writers, the second guards each call of
   // gdbm, the handle and the index.
   std::shared_mutex content_lock_;
   std::mutex gdbm_lock_;
 
-  GdbmFile db_;                     // none as well while the open store waits for a rebuild
-  std::uint64_t generation_ = 0;    // changes with the handle
-  std::string path_;                // empty while the store is not open
-  bool was_rebuilt_ = false;        // since it was opened
-  std::optional<PathIndex> index_;  // in step with the open store, once it was asked
+  std::unique_ptr<StoreFile> file_;  // none while the store is not open
+  std::uint64_t generation_ = 0;     // changes with the file's handle
+  std::optional<PathIndex> index_;   // in step with the open store, once it was asked
   std::uint32_t songs_added_ = 0, new_songs_ = 0;
 };
 

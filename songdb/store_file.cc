@@ -4,91 +4,77 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <optional>
-#include <system_error>
 #include <utility>
 #include <vector>
 
+#include "base/file.h"
 #include "songdb/record.h"
 
 namespace corvexal {
 namespace {
 
-namespace fs = std::filesystem;
+// What gdbm may need for one change besides the record itself: a bucket or two, blocks of free space, and
+// twice the directory, whose size goes with the file's.
+constexpr off_t kRoomForBuckets = 64 * 1024;
+constexpr off_t kFilePerDirectory = 256;
 
-constexpr mode_t kOwnerOnly = 0600;
-
-bool is_missing_or_empty(const std::string& path) {
+std::optional<struct stat> status_of(int file) {
   struct stat status {};
-  return stat(path.c_str(), &status) != 0 ? errno == ENOENT : S_ISREG(status.st_mode) && status.st_size == 0;
+  if (fstat(file, &status) != 0) return std::nullopt;
+  return status;
+}
+
+// Sets aside the room that a change may need, so that a full disk refuses the change instead of cutting it
+// short. True as well where the file system cannot do that.
+bool has_room_for(GDBM_FILE db, std::size_t record_size) {
+  const auto status = status_of(gdbm_fdesc(db));
+  if (!status) return true;
+  const off_t room = static_cast<off_t>(record_size) + kRoomForBuckets + status->st_size / kFilePerDirectory;
+  const int result = fallocate(gdbm_fdesc(db), FALLOC_FL_KEEP_SIZE, status->st_size, room);
+  return result == 0 || (errno != ENOSPC && errno != EDQUOT && errno != EFBIG);
+}
+
+void give_room_back(int file) {
+  if (const auto status = status_of(file)) [[maybe_unused]]
+    const int result = ftruncate(file, status->st_size);
 }
 
 // Some file systems know no owners, and only root may give files away: the store is usable all the same.
-void keep_owner_and_mode(const std::string& path, GDBM_FILE successor) {
-  struct stat old {};
-  if (stat(path.c_str(), &old) != 0) return;
-  const int file = gdbm_fdesc(successor);
-  [[maybe_unused]] const int owner = fchown(file, old.st_uid, old.st_gid);
-  fchmod(file, old.st_mode & 0777);
+void keep_owner_and_mode(const Descriptor& original, int successor) {
+  const auto old = original ? status_of(original.get()) : std::nullopt;
+  if (!old) return;
+  [[maybe_unused]] const int owner = fchown(successor, old->st_uid, old->st_gid);
+  fchmod(successor, old->st_mode & 0777);
 }
 
-// The store may live on another volume, with a link to it that is to stay.
-std::string target_of_links(std::string path) {
-  std::error_code error;
-  for (int links = 0; links < 40 && fs::is_symlink(path, error); ++links)
-    path = fs::path(path).parent_path() / fs::read_symlink(path, error);
-  return path;
-}
-
-// A folder beside the store that is this program's alone, where no one can have planted a link: a new store
-// is made there and takes its final name only once it is complete, so that a kill leaves either the old store
-// or the new one. What a killed run left goes away with the folder.
-class StagingFolder {
- public:
-  explicit StagingFolder(const std::string& store) : path_(store + ".new") {
-    std::error_code seen_when_used;
-    fs::remove_all(path_, seen_when_used);
-    made_ = mkdir(path_.c_str(), 0700) == 0;
-    if (!made_) gdbm_errno = GDBM_FILE_OPEN_ERROR;
+bool write_all(int to, Bytes bytes) {
+  while (!bytes.empty()) {
+    const ssize_t n = write(to, bytes.data(), bytes.size());
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    bytes = bytes.subspan(static_cast<std::size_t>(n));
   }
-  StagingFolder(const StagingFolder&) = delete;
-  StagingFolder& operator=(const StagingFolder&) = delete;
-  ~StagingFolder() {
-    const int reason = errno;
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-    errno = reason;
-  }
-
-  // False, with errno and gdbm_errno set, when the folder could not be made.
-  explicit operator bool() const { return made_; }
-
-  [[nodiscard]] std::string file() const { return path_ + "/songs.gdb"; }
-
- private:
-  std::string path_;
-  bool made_ = false;
-};
-
-bool replace_by_empty(const std::string& path) {
-  const StagingFolder staging(path);
-  if (!staging) return false;
-  GdbmFile db(
-      gdbm_open(staging.file().c_str(), 0, GDBM_NEWDB | GDBM_SYNC | GDBM_NOLOCK, kOwnerOnly, nullptr));
-  if (!db) return false;
-  keep_owner_and_mode(path, db.get());
-  db.reset();
-  if (std::rename(staging.file().c_str(), path.c_str()) == 0) return true;
-  gdbm_errno = GDBM_FILE_WRITE_ERROR;
-  return false;
+  return true;
 }
 
-// A kill in the middle of a write may leave other bytes where a record was, and a rebuild takes them along
-// under whatever key they spell.
+bool copy_bytes(const Descriptor& from, const Descriptor& to) {
+  File source(from.duplicate());
+  std::array<std::uint8_t, 64 * 1024> piece{};
+  for (std::uint64_t at = 0; at < source.size();) {
+    const std::size_t size = source.read_at(at, piece);
+    if (size == 0 || !write_all(to.get(), Bytes(piece).first(size))) return false;
+    at += size;
+  }
+  return static_cast<bool>(source);
+}
+
+// A damaged store may hold other bytes where a record was, and a rebuild takes them along under whatever key
+// they spell.
 std::size_t remove_torn_records(GDBM_FILE db) {
   std::vector<std::vector<std::uint8_t>> torn;
   for (KeyWalk walk(db); walk.next();) {
@@ -110,76 +96,122 @@ bool holds_records_of_another_version(GDBM_FILE db) {
   return record.bytes().size() >= sizeof kRecordVersion && record_version(record.bytes()) != kRecordVersion;
 }
 
-GdbmFile open_for_writing(const std::string& path) {
-  GdbmFile db = open_gdbm(path, GDBM_WRITER | GDBM_SYNC);
-  // The programs that a run starts have no business in the store.
-  if (db) fcntl(gdbm_fdesc(db.get()), F_SETFD, FD_CLOEXEC);
-  return db;
+}  // namespace
+
+std::unique_ptr<StoreFile> StoreFile::open(const std::string& path, bool emptied) {
+  std::unique_ptr<StoreFile> store(new StoreFile(path));
+  return store->load(emptied) ? std::move(store) : nullptr;
 }
 
-bool copy_store(const std::string& path, const std::string& copy) {
-  std::error_code failure;
-  if (fs::copy_file(path, copy, failure)) return true;
-  gdbm_errno = GDBM_FILE_WRITE_ERROR;
-  errno = failure.value();
+std::unique_ptr<StoreFile> StoreFile::open_to_read(const std::string& path) {
+  std::unique_ptr<StoreFile> store(new StoreFile(path));
+  store->db_ = open_gdbm(path, GDBM_READER);
+  return store->db_ ? std::move(store) : nullptr;
+}
+
+bool StoreFile::load(bool emptied) {
+  place_ = find_place(path_);
+  if (place_) original_ = open_plain_file(place_->folder.get(), place_->name, O_RDONLY);
+  if (!place_ || (!original_ && errno != ENOENT)) return fail("cannot be opened", why_refused(errno));
+  staging_ = StagingFolder::make(*place_);
+  const auto found = original_ ? status_of(original_.get()) : std::nullopt;
+  if (emptied || !found || found->st_size == 0) return begin_empty();
+
+  const Descriptor copy = copy_original();
+  const int no_copy = errno;
+  if (!copy) fail("is only read: there can be no copy to work on", std::strerror(no_copy));
+  takes_changes_ = static_cast<bool>(copy);
+  db_ = copy ? open_gdbm(copy.duplicate(), staging_->file_path(), GDBM_WRITER) : open_original();
+  const bool is_damaged = db_ ? !is_sound(db_.get()) : gdbm_errno == GDBM_BAD_AVAIL;
+  if (!db_ && !is_damaged) return fail("cannot be opened", gdbm_failure());
+  if (is_damaged && !copy) errno = no_copy;
+  if (is_damaged && !(copy && rebuild(copy))) return fail("is damaged and cannot be rebuilt", gdbm_failure());
+  return !holds_records_of_another_version(db_.get()) || begin_empty();
+}
+
+bool StoreFile::begin_empty() {
+  Descriptor file = make_copy_file();
+  if (!file) return fail("cannot be made", std::strerror(errno));
+  db_ = open_gdbm(std::move(file), staging_->file_path(), GDBM_NEWDB);
+  if (!db_) return fail("cannot be made", gdbm_failure());
+  takes_changes_ = has_changes_ = true;
+  return true;
+}
+
+// Empty, with errno set, where there is no room, or no folder to make it in.
+Descriptor StoreFile::make_copy_file() const {
+  return staging_ ? staging_->make_file() : Descriptor();
+}
+
+Descriptor StoreFile::copy_original() const {
+  Descriptor copy = make_copy_file();
+  return copy && copy_bytes(original_, copy) ? std::move(copy) : Descriptor();
+}
+
+GdbmFile StoreFile::open_original() {
+  staging_.reset();  // gives back what room a copy has taken
+  return original_ ? open_gdbm(original_.duplicate(), path_, GDBM_READER) : GdbmFile();
+}
+
+bool StoreFile::rebuild(const Descriptor& copy) {
+  db_.reset();
+  forget_free_space(copy);
+  db_ = open_gdbm(copy.duplicate(), staging_->file_path(), GDBM_WRITER);
+  gdbm_recovery outcome{};
+  if (!db_ || gdbm_recover(db_.get(), &outcome, GDBM_RCVR_FORCE) != 0) return false;
+  const std::size_t kept = outcome.recovered_keys - outcome.duplicate_keys - remove_torn_records(db_.get());
+  has_changes_ = true;
+  std::fprintf(stderr, "Song store %s was damaged and has been rebuilt with %zu records\n", path_.c_str(),
+               kept);
+  return true;
+}
+
+template <class Change>
+bool StoreFile::change(std::size_t record_size, Change make_change) {
+  if (!takes_changes_ || !has_room_for(db_.get(), record_size)) return false;
+  if (make_change(db_.get()) == 0) return has_changes_ = true;
+  if (gdbm_needs_recovery(db_.get()) != 0) lose_changes(gdbm_db_strerror(db_.get()));
   return false;
 }
 
-// Rebuilds a copy of the store and puts it in the store's place. Returns how many records it holds; nothing
-// on failure, with gdbm_errno and errno set and the store untouched.
-std::optional<std::size_t> rebuild_in_place_of(const std::string& path, const std::string& copy) {
-  if (!copy_store(path, copy)) return std::nullopt;
-  forget_free_space(copy);
-  const GdbmFile db = open_for_writing(copy);
-  gdbm_recovery outcome{};
-  if (!db || gdbm_recover(db.get(), &outcome, GDBM_RCVR_FORCE) != 0) return std::nullopt;
-  const std::size_t kept = outcome.recovered_keys - outcome.duplicate_keys - remove_torn_records(db.get());
-  keep_owner_and_mode(path, db.get());
-  if (gdbm_sync(db.get()) != 0 || std::rename(copy.c_str(), path.c_str()) != 0) return std::nullopt;
-  return kept;
+bool StoreFile::put(Bytes key, Bytes record) {
+  return change(record.size(),
+                [&](GDBM_FILE db) { return gdbm_store(db, as_datum(key), as_datum(record), GDBM_REPLACE); });
 }
 
-void say_failure(const char* what, const std::string& path) {
-  const int reason = errno;
-  const char* advice = reason == EINVAL ? "; move it away, and the next scan makes a new one" : "";
-  std::fprintf(stderr, "Song store %s%s: %s%s\n", path.c_str(), what, gdbm_failure().c_str(), advice);
-  errno = reason;
+bool StoreFile::remove(Bytes key) {
+  return change(0, [&](GDBM_FILE db) { return gdbm_delete(db, as_datum(key)); });
 }
 
-}  // namespace
-
-GdbmFile open_store_file(const std::string& name, bool emptied) {
-  const std::string path = target_of_links(name);
-  if ((emptied || is_missing_or_empty(path)) && !replace_by_empty(path)) {
-    say_failure(" cannot be made", path);
-    return {};
-  }
-  GdbmFile db = open_for_writing(path);
-  if (!db && gdbm_errno != GDBM_BAD_AVAIL) {
-    say_failure(" cannot be opened", path);
-    return {};
-  }
-  if (!db || !is_sound(db.get())) {
-    db.reset();
-    db = rebuild_store_file(path);
-  }
-  if (!db || !holds_records_of_another_version(db.get())) return db;
-  db.reset();
-  return open_store_file(path, true);
+void StoreFile::lose_changes(const std::string& reason) {
+  fail("is left as it was, without this run's changes", reason);
+  takes_changes_ = false;
+  lost_changes_ = has_changes_;
+  db_ = open_original();
 }
 
-GdbmFile rebuild_store_file(const std::string& name) {
-  const std::string path = target_of_links(name);
-  const StagingFolder staging(path);
-  const auto kept = staging ? rebuild_in_place_of(path, staging.file()) : std::nullopt;
-  GdbmFile db = kept ? open_for_writing(path) : GdbmFile();
-  if (!db) {
-    say_failure(" is damaged and cannot be rebuilt", path);
-    return {};
-  }
-  std::fprintf(stderr, "Song store %s was damaged and has been rebuilt with %zu records\n", path.c_str(),
-               *kept);
-  return db;
+bool StoreFile::save() {
+  if (takes_changes_ && has_changes_ && !replace_original()) lose_changes(gdbm_failure());
+  takes_changes_ = false;
+  return !lost_changes_;
+}
+
+// The disk must have the copy before it gets the store's name.
+bool StoreFile::replace_original() {
+  const int file = gdbm_fdesc(db_.get());
+  keep_owner_and_mode(original_, file);
+  give_room_back(file);
+  gdbm_errno = GDBM_FILE_SYNC_ERROR;
+  return gdbm_sync(db_.get()) == 0 && staging_->replace_store();
+}
+
+bool StoreFile::fail(const char* what, const std::string& reason) const {
+  const int error = errno;
+  const bool is_foreign = error == EINVAL || error == EMLINK;
+  std::fprintf(stderr, "Song store %s %s: %s%s\n", path_.c_str(), what, reason.c_str(),
+               is_foreign ? "; move it away, and the next scan makes a new one" : "");
+  errno = error;
+  return false;
 }
 
 }  // namespace corvexal

@@ -1,23 +1,75 @@
 #pragma once
 
+#include <cstddef>
+#include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
+#include "base/descriptor.h"
+#include "base/place.h"
 #include "songdb/gdbm_file.h"
+#include "songdb/staging_folder.h"
 
 namespace corvexal {
 
-// Both functions follow a link to the store and leave it; a new file is made in the folder "<store>.new"
-// first.
+// The song store's file while a run works on it. gdbm cannot take back a change that a full disk, a fault or
+// a kill cuts short, so all work is done on a copy in the store's staging folder, and save() puts the copy in
+// the store's place at once. Until then, and when anything fails, the store is as it was.
+class StoreFile {
+ public:
+  // Opens the store, or begins an empty one: where it is missing or empty, with `emptied`, and when the
+  // record of its first key is of another version. A damaged one is rebuilt from every record that can still
+  // be read, with a line on standard error. Where no copy can be made the store is only read, with such a
+  // line too. Nothing on failure, the reason on standard error and errno set: what is no gdbm file of this
+  // host, and what base/place.h refuses, is left as it is.
+  [[nodiscard]] static std::unique_ptr<StoreFile> open(const std::string& path, bool emptied);
 
-// Opens the song store's file for reading and writing, every write synced. It is made where it is missing or
-// empty; with `emptied`, and when the record of its first key is of another version, it is replaced by an
-// empty one that keeps owner and permissions where it can. A damaged file is rebuilt. On failure nothing, the
-// reason on standard error and errno set; what is no gdbm file of this host is left as it is.
-[[nodiscard]] GdbmFile open_store_file(const std::string& name, bool emptied);
+  // Opens an existing store that is only read. Nothing, in silence, when there is none that can be.
+  [[nodiscard]] static std::unique_ptr<StoreFile> open_to_read(const std::string& path);
 
-// Opens a damaged store's file that is not open now, rebuilt from every record that can still be read, with a
-// line on standard error. The work is done on a copy. On failure nothing, the file as it was, the reason on
-// standard error and errno set.
-[[nodiscard]] GdbmFile rebuild_store_file(const std::string& name);
+  StoreFile(const StoreFile&) = delete;
+  StoreFile& operator=(const StoreFile&) = delete;
+
+  // For look-ups; null when changes to a new store were lost.
+  [[nodiscard]] GDBM_FILE db() const { return db_.get(); }
+
+  // False from the moment on when the store is only read.
+  [[nodiscard]] bool takes_changes() const { return takes_changes_; }
+
+  // Stores a record in place of an earlier one of that key, or deletes one. False when that is not possible,
+  // as on a full disk, and nothing has changed. When gdbm fails half-way the copy, and with it all that was
+  // changed, is lost: one line on standard error says so, and from then on the store is only read, as it was
+  // found.
+  bool put(Bytes key, Bytes record);
+  bool remove(Bytes key);
+
+  // Makes the changes last, with the owner and permissions of the file that they replace where the file
+  // system knows them, and ends them: the store is only read from then on. False when any were lost, now with
+  // a line on standard error or before.
+  [[nodiscard]] bool save();
+
+ private:
+  explicit StoreFile(std::string path) : path_(std::move(path)) {}
+
+  bool load(bool emptied);
+  bool begin_empty();
+  [[nodiscard]] Descriptor make_copy_file() const;
+  [[nodiscard]] Descriptor copy_original() const;
+  GdbmFile open_original();
+  bool rebuild(const Descriptor& copy);
+  template <class Change>
+  bool change(std::size_t record_size, Change make_change);
+  bool replace_original();
+  void lose_changes(const std::string& reason);
+  bool fail(const char* what, const std::string& reason) const;
+
+  std::string path_;  // for messages
+  std::optional<Place> place_;
+  Descriptor original_;  // none where the store was missing
+  std::unique_ptr<StagingFolder> staging_;
+  GdbmFile db_;
+  bool takes_changes_ = false, has_changes_ = false, lost_changes_ = false;
+};
 
 }  // namespace corvexal

@@ -30,15 +30,17 @@ class StoreFixture : public ::testing::Test {
   }
   [[nodiscard]] std::string file() const { return song_store_path(mount_.path()); }
 
-  // The store as another process sees it, in gdbm's key order.
-  [[nodiscard]] std::vector<SongInfo> songs() const {
+  // The songs of a store's file, in gdbm's key order; what the open store holds is in its copy.
+  [[nodiscard]] static std::vector<SongInfo> songs_in(const std::string& path) {
     std::vector<SongInfo> songs;
-    const GdbmFile db = open_gdbm(file(), GDBM_READER);
+    const GdbmFile db = open_gdbm(path, GDBM_READER);
     if (!db) return songs;
     for (KeyWalk walk(db.get()); walk.next();)
       unpack_song(Datum(gdbm_fetch(db.get(), walk.key().borrowed())).bytes(), songs.emplace_back());
     return songs;
   }
+  [[nodiscard]] std::vector<SongInfo> songs() const { return songs_in(file()); }
+  [[nodiscard]] std::vector<SongInfo> changed_songs() const { return songs_in(file() + ".new/songs.gdb"); }
 
   testing::WorkingFolder mount_;
   SongStore store;
