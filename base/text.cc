@@ -69,6 +69,10 @@ std::string_view utf8_prefix(std::string_view text, std::size_t most) {
   return prefix;
 }
 
+bool is_ascii(std::string_view text) {
+  return std::none_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+}
+
 bool is_utf8(std::string_view text) {
   while (!text.empty()) {
     const std::size_t length = utf8_character_length(text);

@@ -26,6 +26,9 @@ void StringToLower(std::string& text);
 // The first bytes of a UTF-8 text, at most `most`, without a character that its end has cut in two.
 [[nodiscard]] std::string_view utf8_prefix(std::string_view text, std::size_t most);
 
+// True when every byte is below 0x80.
+[[nodiscard]] bool is_ascii(std::string_view text);
+
 // True when the text is UTF-8 characters and nothing else.
 [[nodiscard]] bool is_utf8(std::string_view text);
 

@@ -18,6 +18,7 @@
 #include "metadata/encoding_detector.h"
 #include "metadata/id3_tags.h"
 #include "metadata/mp3_stream.h"
+#include "metadata/song_scanners.h"
 #include "songdb/store.h"
 
 namespace {
@@ -48,7 +49,6 @@ void make_files() {
   if (fs::exists(share() + "/Music")) return;
   fs::create_directories(root() + "/etc");
   fs::create_directories(root() + "/var/log");
-  std::ofstream(root() + "/etc/upnpav.conf") << "sharepath=" << share() << "\nmntpath=" << share() << "\n";
   for (int i = 0; i < kFolders; ++i) {
     const std::string folder =
         share() + "/Music/Artist " + std::to_string(i / 10) + "/Album " + std::to_string(i % 10);
@@ -68,13 +68,19 @@ void use_detector(const std::string& program) {
   setenv("PATH", (folder.string() + ":/usr/bin:/bin").c_str(), 1);
 }
 
+void configure(bool standard_tags) {
+  std::ofstream(root() + "/etc/upnpav.conf") << "sharepath=" << share() << "\nmntpath=" << share() << "\n"
+                                             << (standard_tags ? "tags=standard\n" : "");
+}
+
 void fresh_stores() {
   fs::remove_all(share() + "/.systemfile");
   corvexal::create_catalogue(share());
 }
 
-void scan(benchmark::State& state, const std::string& detector) {
+void scan(benchmark::State& state, const std::string& detector, bool standard_tags = false) {
   make_files();
+  configure(standard_tags);
   use_detector(detector);
   corvexal::bench::measure_runs(state, root(), {"-R", share() + "/Gone", share() + "/Music"}, fresh_stores);
 }
@@ -84,6 +90,10 @@ void scan_without_detector(benchmark::State& state) {
 }
 void scan_with_detector(benchmark::State& state) {
   scan(state, CORVEXAL_DETECTOR);
+}
+
+void scan_with_standard_tags(benchmark::State& state) {
+  scan(state, "", true);
 }
 
 // The parts of one file's work, in this process.
@@ -103,6 +113,27 @@ void tag(benchmark::State& state) {
     corvexal::scan_get_mp3tags(decoder, path, song);
     benchmark::DoNotOptimize(song);
   }
+}
+
+// A song's tags and stream together, in each way to read tags.
+void song(benchmark::State& state, bool standard_tags) {
+  const std::string path = one_song();
+  use_detector("");
+  corvexal::TagDecoder decoder;
+  decoder.standard = standard_tags;
+  for (auto _ : state) {
+    corvexal::SongInfo song;
+    song.type = "mp3";
+    corvexal::scan_song(decoder, path, song);
+    benchmark::DoNotOptimize(song);
+  }
+}
+
+void song_by_default(benchmark::State& state) {
+  song(state, false);
+}
+void song_by_standard_tags(benchmark::State& state) {
+  song(state, true);
 }
 
 // One question, and what starting any program costs.
@@ -169,6 +200,9 @@ void store(benchmark::State& state) {
 
 BENCHMARK(scan_without_detector)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(scan_with_detector)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(scan_with_standard_tags)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(song_by_default)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(song_by_standard_tags)->UseRealTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(tag)->UseRealTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(detector)->UseRealTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(start_of_bin_true)->UseRealTime()->Unit(benchmark::kMicrosecond);

@@ -11,19 +11,19 @@ namespace {
 
 constexpr std::size_t kLongestSample = 1000;  // bytes
 
-// The UTF-8 that the text is, without a character that its end cut in two; absent when it is no UTF-8 or when
-// the cut one would be its only character outside ASCII, as the last letter of many a Latin-1 text would.
+// The UTF-8 that the text is (and no ISO-2022, whose escapes are ASCII too), without a character that its end
+// cut in two; absent when it is no UTF-8 or when the cut one would be its only character outside ASCII, as
+// the last letter of many a Latin-1 text would.
 Text as_utf8(const std::string& text) {
   const std::string_view whole = utf8_prefix(text, text.size());
-  if (!is_utf8(whole)) return std::nullopt;
-  const bool has_characters = std::any_of(whole.begin(), whole.end(), [](char c) { return (c & 0x80) != 0; });
-  if (whole.size() < text.size() && !has_characters) return std::nullopt;
+  if (!is_utf8(whole) || text.find('\x1B') != std::string::npos) return std::nullopt;
+  if (whole.size() < text.size() && is_ascii(whole)) return std::nullopt;
   return std::string(whole);
 }
 
 std::string sample_of(const std::vector<std::string>& texts) {
   std::string sample;
-  for (const std::string& text : texts) sample += (sample.empty() ? "" : " ") + text;
+  for (const std::string& text : texts) sample += text;
   sample.resize(std::min(sample.size(), kLongestSample));
   return sample;
 }
@@ -42,6 +42,7 @@ std::vector<Text> decode_legacy_texts(TagDecoder& decoder, const std::vector<std
     return convert_to_utf8(decoder.converters, text, charset.c_str()).text;
   };
   for (std::size_t i = 0; i < texts.size(); ++i) {
+    if (decoded[i] && is_ascii(*decoded[i])) continue;
     decoded[i] = answer.empty() ? std::nullopt : convert(texts[i], charset_of_answer(answer));
     if (!decoded[i]) decoded[i] = convert(texts[i], decoder.code_page_set);
   }

@@ -21,7 +21,9 @@
 #include <xiphcomment.h>
 
 #include <algorithm>
+#include <functional>
 #include <initializer_list>
+#include <map>
 #include <vector>
 
 #include "base/saturate.h"
@@ -69,7 +71,7 @@ std::string utf8_of(const TagLib::String& text) {
     utf8 += static_cast<char>(kLead[more] | c >> 6 * more);
     for (int i = more - 1; i >= 0; --i) utf8 += static_cast<char>(0x80 | (c >> 6 * i & 0x3F));
   };
-  const std::wstring units = text.toWString();
+  const std::wstring_view units(text.toCWString(), text.size());
   for (std::size_t i = 0; i < units.size() && units[i] != 0; ++i) {
     const auto unit = static_cast<unsigned long>(units[i]);
     const auto next = i + 1 < units.size() ? static_cast<unsigned long>(units[i + 1]) : 0;
@@ -83,28 +85,24 @@ std::string utf8_of(const TagLib::String& text) {
   return utf8;
 }
 
-// What the library says of a file: the fields of its tags, the first tag before the others.
+// What the library says of a file: the first value of each field, of the first tag that has one.
 class Fields {
  public:
   template <class Tag>
   void add(Tag* tag) {
-    if (tag != nullptr) tags_.push_back(tag->properties());
+    if (tag == nullptr || tag->isEmpty()) return;
+    for (const auto& [key, values] : tag->properties())
+      if (!values.isEmpty()) add(utf8_of(key), values.front());
   }
-  void add(const char* key, const TagLib::String& value) {
-    TagLib::PropertyMap one;
-    one.insert(key, value);
-    tags_.push_back(one);
+  void add(const std::string& key, const TagLib::String& value) {
+    std::string text = utf8_of(value);
+    if (text.find_first_not_of(' ') != std::string::npos) values_.try_emplace(key, std::move(text));
   }
 
-  // The first text under the first of the keys that has one.
+  // The text under the first of the keys that has one.
   [[nodiscard]] Text text(std::initializer_list<const char*> keys) const {
-    for (const TagLib::PropertyMap& tag : tags_)
-      for (const char* key : keys) {
-        const auto values = tag.find(key);
-        if (values == tag.end() || values->second.isEmpty()) continue;
-        std::string value = utf8_of(values->second.front());
-        if (value.find_first_not_of(' ') != std::string::npos) return value;
-      }
+    for (const char* key : keys)
+      if (const auto value = values_.find(key); value != values_.end()) return value->second;
     return std::nullopt;
   }
   [[nodiscard]] int number(std::initializer_list<const char*> keys) const {
@@ -112,7 +110,7 @@ class Fields {
   }
 
  private:
-  std::vector<TagLib::PropertyMap> tags_;
+  std::map<std::string, std::string, std::less<>> values_;
 };
 
 void take_stream(const TagLib::AudioProperties* properties, SongInfo& song) {
@@ -233,17 +231,21 @@ void take_fields(const Fields& fields, SongInfo& song) {
   song.compilation = decimal_value(compilation) != 0 || equal_ignoring_case(compilation, "true") ? 1 : 0;
 }
 
-// Texts in disguise become UTF-8, by one decision for all of them.
+// Texts in disguise become UTF-8, by one decision for all of them. Names in ASCII tell of the language that
+// the others are in.
 void decode_texts(TagDecoder& decoder, SongInfo& song) {
   std::vector<Text*> texts;
   std::vector<std::string> bytes;
-  for (Text* text :
-       {&song.title, &song.artist, &song.album, &song.composer, &song.genre, &song.grouping, &song.comment}) {
-    auto raw = *text ? undisguised(**text) : std::nullopt;
-    if (!raw) continue;
-    texts.push_back(text);
+  const auto add = [&](Text& text, bool ascii_too) {
+    if (!text) return;
+    std::optional<std::string> raw = undisguised(*text);
+    if (!raw && ascii_too && is_ascii(*text)) raw = *text;
+    if (!raw) return;
+    texts.push_back(&text);
     bytes.push_back(*std::move(raw));
-  }
+  };
+  for (Text* name : {&song.title, &song.artist, &song.album, &song.composer}) add(*name, true);
+  for (Text* text : {&song.genre, &song.grouping, &song.comment}) add(*text, false);
   const std::vector<Text> decoded = decode_legacy_texts(decoder, bytes);
   for (std::size_t i = 0; i < texts.size(); ++i) *texts[i] = decoded[i];
 }

@@ -9,8 +9,9 @@ namespace {
 
 constexpr std::string_view kMark = "\xEF\xA3\xBE";  // U+F8FE, for private use: no text begins with it
 
-bool is_ascii(std::string_view text) {
-  return std::none_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+// ISO-2022 sets are of ASCII bytes, but for the escapes between them.
+bool is_plain(std::string_view text) {
+  return is_ascii(text) && text.find('\x1B') == std::string_view::npos;
 }
 
 std::string disguised(std::string_view bytes) {
@@ -28,8 +29,8 @@ std::string disguised(std::string_view bytes) {
 std::string utf8_or_disguised(std::string_view bytes, bool claims_utf8) {
   const bool was_cut = bytes.size() >= kLongestTagText;
   bytes = bytes.substr(0, bytes.find('\0')).substr(0, kLongestTagText);
-  if (is_ascii(bytes)) return std::string(bytes);
-  if (!claims_utf8) return disguised(bytes);
+  if (is_plain(bytes)) return std::string(bytes);
+  if (!claims_utf8 || is_ascii(bytes)) return disguised(bytes);
   const std::string_view whole = was_cut ? utf8_prefix(bytes, bytes.size()) : bytes;
   return is_utf8(whole) ? std::string(whole) : disguised(bytes);
 }

@@ -14,8 +14,8 @@ namespace corvexal {
 inline constexpr std::size_t kLongestTagText = 4096;  // bytes
 
 // The text as UTF-8 for TagLib, up to its first zero byte: as it is when it is UTF-8 (ASCII alone where
-// `claims_utf8` is false), else disguised. An incomplete character at the end is dropped when the text was
-// cut at kLongestTagText.
+// `claims_utf8` is false) without an escape character, else disguised. An incomplete character at the end is
+// dropped when the text was cut at kLongestTagText.
 [[nodiscard]] std::string utf8_or_disguised(std::string_view bytes, bool claims_utf8);
 
 // The bytes of a disguised text; absent for any other.

@@ -1,17 +1,21 @@
 // Prints how many songs of each language come out right to the byte, title, artist and album, when an MP3
 // file's tag holds them as UTF-16, and as bytes of each old character set that it calls Latin-1. The detector
-// is the one on PATH; with "codepage" the working folder's etc/codepage is set to each set's own.
-//   PATH=build/check/bin build/check/bin/encoding_figures [codepage]
+// is the one on PATH; with "codepage" the working folder's etc/codepage is set to each set's own, with
+// "standard" tags are read as their standards say.
+//   PATH=build/check/bin build/check/bin/encoding_figures [codepage] [standard]
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "metadata/converter.h"
+#include "metadata/charset.h"
 #include "metadata/id3_tags.h"
+#include "metadata/standard_tags.h"
 #include "metadata/tag_decoder.h"
 #include "tests/detector/texts.h"
 #include "tests/metadata/id3_bytes.h"
@@ -36,6 +40,13 @@ struct Score {
 // One file, over and over.
 class Reader {
  public:
+  explicit Reader(bool standard) {
+    decoder_.standard = standard;
+    corvexal::NameCharset names;
+    names.CodePageType();
+    decoder_.code_page_set = names.charset();
+  }
+
   // True when the tag of these texts, each behind its encoding byte, is read as `song`.
   bool reads(const std::vector<std::string>& bodies, const SongTexts& song) {
     constexpr std::string_view kFrames[] = {"TIT2", "TPE1", "TALB"};
@@ -45,7 +56,8 @@ class Reader {
     std::ofstream(path_, std::ios::binary) << corvexal::testing::id3_tag_bytes(3, frames);
     corvexal::SongInfo info;
     info.type = "mp3";
-    if (corvexal::scan_get_mp3tags(decoder_, path_, info) != 0) return false;
+    const auto read = decoder_.standard ? corvexal::read_standard_tags : corvexal::scan_get_mp3tags;
+    if (read(decoder_, path_, info) != 0) return false;
     return info.title == song[0] && info.artist == song[1] && info.album == song[2];
   }
 
@@ -75,10 +87,14 @@ void set_code_page(std::string_view charset) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const bool set_code_pages = argc == 2 && std::string_view(argv[1]) == "codepage";
+  const std::span<char*> arguments(argv, static_cast<std::size_t>(argc));
+  const auto given = [&](std::string_view word) {
+    return std::find(arguments.begin() + 1, arguments.end(), word) != arguments.end();
+  };
+  const bool set_code_pages = given("codepage"), standard = given("standard");
   Score unicode, latin, old;
   for (const corvexal::testing::LanguageTexts& texts : corvexal::testing::all_texts()) {
-    Reader reader;
+    Reader reader(standard);
     Score in_unicode;
     for (const SongTexts& song : texts.songs)
       in_unicode.add(
@@ -87,7 +103,7 @@ int main(int argc, char** argv) {
     std::printf("%-8s UTF-16 %5.1f", texts.language.c_str(), in_unicode.percent());
     for (const std::string& charset : texts.charsets) {
       if (set_code_pages) set_code_page(charset);
-      Reader fresh;  // which remembers no answer of another code page
+      Reader fresh(standard);  // which remembers no answer of another code page
       Score score;
       for (const SongTexts& song : texts.songs)
         if (const auto bytes = corvexal::testing::encoded(song, charset); !bytes.empty())
