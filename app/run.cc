@@ -22,7 +22,6 @@
 #include "catalogue/session.h"
 #include "catalogue/sort_tables.h"
 #include "catalogue/sync.h"
-#include "metadata/standard_tags.h"
 
 namespace corvexal {
 namespace {
@@ -113,17 +112,6 @@ bool carry_out(Session& session, const Command& command) {
   return false;
 }
 
-// Has the session read tags as its configuration says. False, after a line on standard error, in a build that
-// cannot.
-bool choose_tag_readers(Session& session) {
-  if (!session.config.standard_tags) return true;
-  session.tags.standard = true;
-  session.tags.code_page_set = session.names.charset();
-  if (!kReadsStandardTags)
-    std::fputs("Corvexal: tags=standard needs a build with TagLib, which this one is not\n", stderr);
-  return kReadsStandardTags;
-}
-
 // The run once the lock is held: opens the catalogue, tells the DAAP server, carries the command out, links
 // playlists where that is pending, and closes both stores.
 int run_locked(const Command& command, std::span<const char* const> arguments, Session& session) {
@@ -134,7 +122,10 @@ int run_locked(const Command& command, std::span<const char* const> arguments, S
       std::printf("%s: SQL_open():Open DB fail %s, %s\n", "main", "", "");
       return kSuccess;
     }
-    if (!choose_tag_readers(session)) return kFailure;
+    if (!choose_tags(session.tags, session.config, session.names)) {
+      std::fprintf(stderr, "Corvexal: %s\n", kNoStandardTags);
+      return kFailure;
+    }
     if (session.db.open(catalogue_path(mount_path)) != SQLITE_OK) return kFailure;
   }
   if (command.updates_daap_server()) notify_daap_server();

@@ -21,6 +21,9 @@ class FileWindow {
 
   explicit operator bool() const { return static_cast<bool>(file_); }
 
+  // The file, for readers that need no window.
+  [[nodiscard]] File& file() { return file_; }
+
   // Size in bytes when the file was opened. Nothing beyond it is read, so a growing file ends too.
   [[nodiscard]] std::uint64_t file_size() const { return file_.size(); }
 

@@ -49,6 +49,10 @@ int scan_get_mp3fileinfo(const std::string& path, SongInfo& song) {
     err_log(kFileFailure, kReaders, "Could not open %s for reading\n", path.c_str());
     return -1;
   }
+  return scan_mp3_stream(file, path, song);
+}
+
+int scan_mp3_stream(File& file, const std::string& path, SongInfo& song) {
   song.file_size = saturated(file.size());
 
   Mp3Block block(file);

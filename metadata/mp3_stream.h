@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "base/file.h"
 #include "metadata/song_info.h"
 
 namespace corvexal {
@@ -11,5 +12,8 @@ namespace corvexal {
 // Returns -1 when the file cannot be opened or holds fewer than 1024 bytes, else 0: with file_size alone set
 // when no frame is found. Memory and the number of reads are bounded whatever the file holds.
 int scan_get_mp3fileinfo(const std::string& path, SongInfo& song);
+
+// The same for the file at `path` that is open already.
+int scan_mp3_stream(File& file, const std::string& path, SongInfo& song);
 
 }  // namespace corvexal

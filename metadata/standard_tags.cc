@@ -15,6 +15,7 @@
 #include <mpegfile.h>
 #include <opusfile.h>
 #include <tdebuglistener.h>
+#include <textidentificationframe.h>
 #include <tpropertymap.h>
 #include <vorbisfile.h>
 #include <wavfile.h>
@@ -85,6 +86,16 @@ std::string utf8_of(const TagLib::String& text) {
   return utf8;
 }
 
+struct Id3Field {
+  const char* frame;
+  const char* field;
+};
+constexpr Id3Field kId3Fields[] = {
+    {"TIT2", "TITLE"},    {"TPE1", "ARTIST"},      {"TALB", "ALBUM"},      {"TCON", "GENRE"},
+    {"TCOM", "COMPOSER"}, {"TRCK", "TRACKNUMBER"}, {"TPOS", "DISCNUMBER"}, {"TDRC", "DATE"},
+    {"TBPM", "BPM"},      {"TCMP", "COMPILATION"}, {"GRP1", "GROUPING"},   {"TIT1", "WORK"},
+};
+
 // What the library says of a file: the first value of each field, of the first tag that has one.
 class Fields {
  public:
@@ -93,6 +104,11 @@ class Fields {
     if (tag == nullptr || tag->isEmpty()) return;
     for (const auto& [key, values] : tag->properties())
       if (!values.isEmpty()) add(utf8_of(key), values.front());
+  }
+  // Straight from the frames: that halves what reading the tag costs.
+  void add(TagLib::ID3v2::Tag* tag) {
+    if (tag == nullptr) return;
+    for (const TagLib::ID3v2::Frame* frame : tag->frameList()) add(*frame);
   }
   void add(const std::string& key, const TagLib::String& value) {
     std::string text = utf8_of(value);
@@ -110,6 +126,16 @@ class Fields {
   }
 
  private:
+  void add(const TagLib::ID3v2::Frame& frame) {
+    const TagLib::ByteVector id = frame.frameID();
+    if (id == "COMM") return add("COMMENT", frame.toString());
+    const auto* const text = dynamic_cast<const TagLib::ID3v2::TextIdentificationFrame*>(&frame);
+    if (text == nullptr) return;
+    const TagLib::StringList values = text->fieldList();
+    for (const Id3Field& row : kId3Fields)
+      if (id == row.frame && !values.isEmpty()) add(row.field, values.front());
+  }
+
   std::map<std::string, std::string, std::less<>> values_;
 };
 
@@ -261,7 +287,7 @@ int read_standard_tags(TagDecoder& decoder, const std::string& path, SongInfo& s
   take_fields(read_digest(digest, song), song);
   decode_texts(decoder, song);
   if (song.genre) song.genre = genre_name_of(*song.genre);
-  if (content.format == AudioFormat::kMpeg) scan_get_mp3fileinfo(path, song);
+  if (content.format == AudioFormat::kMpeg) scan_mp3_stream(file.file(), path, song);
   song.file_size = saturated(file.file_size());
   return 0;
 }

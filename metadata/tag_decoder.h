@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "base/config.h"
+#include "metadata/charset.h"
 #include "metadata/converter.h"
 #include "metadata/encoding_detector.h"
 
@@ -11,8 +13,13 @@ namespace corvexal {
 struct TagDecoder {
   EncodingDetector detector;
   Converters converters;
-  bool standard = false;                         // tags are read as their standards say
+  bool standard = false;                          // tags are read as their standards say
   std::string code_page_set = "autodetect_utf8";  // then: of texts in an encoding that nothing tells
 };
+
+// Has the decoder read tags as the configuration says, with the code page's set for what nothing tells. False
+// when this build cannot; kNoStandardTags says why.
+[[nodiscard]] bool choose_tags(TagDecoder& decoder, const ConfigRecord& config, const NameCharset& names);
+inline constexpr char kNoStandardTags[] = "tags=standard needs a build with TagLib, which this one is not";
 
 }  // namespace corvexal

@@ -34,7 +34,8 @@ void require_folder(const std::string& share) {
 
 }  // namespace
 
-bool examine(const std::string& mount_path, const std::string& share_path, Report& report) {
+bool examine(const std::string& mount_path, const std::string& share_path, Report& report,
+             bool standard_tags) {
   const std::string share = with_one_slash(share_path), catalogue = catalogue_path(mount_path);
   report.figures.share = share;
   report.places = {.share = share, .song_store = song_store_path(mount_path)};
@@ -44,7 +45,9 @@ bool examine(const std::string& mount_path, const std::string& share_path, Repor
   SongRecords songs(report.places.song_store);
   const FolderRows folders(snapshot, share, report.problems);
   DiskWalk disk(share);
-  const RowCheck rows = check_rows(snapshot, disk, folders, songs, report.figures, report.problems);
+  RefusedTags refused_tags(standard_tags);
+  const RowCheck rows =
+      check_rows(snapshot, disk, folders, songs, refused_tags, report.figures, report.problems);
   check_identifiers(snapshot, report.problems);
   check_sort_tables(snapshot, catalogue, report.problems);
   check_texts(snapshot, report.figures, report.problems);

@@ -4,7 +4,7 @@
 
 namespace corvexal::report {
 
-RefusedTags::RefusedTags() {
+RefusedTags::RefusedTags(bool standard_tags) : left_(standard_tags ? 0 : 1000) {
   session_.names.CodePageType();
 }
 

@@ -9,14 +9,15 @@ namespace corvexal::report {
 // the updater reads it; of very many songs only the first thousand are, and the others count as not added.
 class RefusedTags {
  public:
-  RefusedTags();
+  // With `standard_tags` tags are read as their standards say, and no text keeps a row out.
+  explicit RefusedTags(bool standard_tags);
 
   // True when the artist, the album or the genre holds a double quote.
   [[nodiscard]] bool refuse(const DiskFile& file);
 
  private:
   Session session_;
-  int left_ = 1000;
+  int left_;
 };
 
 }  // namespace corvexal::report

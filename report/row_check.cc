@@ -14,7 +14,6 @@
 #include "base/text.h"
 #include "metadata/image_size.h"
 #include "report/file_status.h"
-#include "report/refused_tags.h"
 
 namespace corvexal::report {
 namespace {
@@ -97,14 +96,15 @@ class Counter {
 
 class RowWalk {
  public:
-  RowWalk(Snapshot& snapshot, DiskWalk& disk, const FolderRows& folders, SongRecords& songs, Figures& figures,
-          ProblemList& problems)
+  RowWalk(Snapshot& snapshot, DiskWalk& disk, const FolderRows& folders, SongRecords& songs,
+          RefusedTags& refused_tags, Figures& figures, ProblemList& problems)
       : rows_(snapshot.query(kRows)),
         disk_(disk),
         folders_(folders),
         songs_(songs),
         counter_(figures),
-        problems_(problems) {}
+        problems_(problems),
+        refused_tags_(refused_tags) {}
 
   RowCheck run() {
     step_disk();
@@ -197,7 +197,7 @@ class RowWalk {
   SongRecords& songs_;
   Counter counter_;
   ProblemList& problems_;
-  RefusedTags refused_tags_;
+  RefusedTags& refused_tags_;
   RowCheck result_;
   bool on_disk_ = false;
   bool has_row_ = false;  // the file that the disk's walk stands at
@@ -207,8 +207,8 @@ class RowWalk {
 }  // namespace
 
 RowCheck check_rows(Snapshot& snapshot, DiskWalk& disk, const FolderRows& folders, SongRecords& songs,
-                    Figures& figures, ProblemList& problems) {
-  return RowWalk(snapshot, disk, folders, songs, figures, problems).run();
+                    RefusedTags& refused_tags, Figures& figures, ProblemList& problems) {
+  return RowWalk(snapshot, disk, folders, songs, refused_tags, figures, problems).run();
 }
 
 }  // namespace corvexal::report

@@ -6,6 +6,7 @@
 #include "report/figures.h"
 #include "report/folder_rows.h"
 #include "report/problems.h"
+#include "report/refused_tags.h"
 #include "report/snapshot.h"
 #include "report/song_records.h"
 
@@ -20,6 +21,6 @@ struct RowCheck {
 // pass, whatever the size of the library. Adds what is wrong with rows and what lacks one, counts what the
 // catalogue holds, and lets the song records meet each file.
 RowCheck check_rows(Snapshot& snapshot, DiskWalk& disk, const FolderRows& folders, SongRecords& songs,
-                    Figures& figures, ProblemList& problems);
+                    RefusedTags& refused_tags, Figures& figures, ProblemList& problems);
 
 }  // namespace corvexal::report

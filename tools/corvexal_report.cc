@@ -7,7 +7,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "base/locations.h"
 #include "report/examine.h"
@@ -65,8 +64,13 @@ std::string_view without_slashes(std::string_view path) {
   return path.substr(0, path.find_last_not_of('/') + 1);
 }
 
+struct Library {
+  std::string mount_path, share;
+  bool standard_tags;
+};
+
 // The share is the configured one for the configured mount path; any other library lies where its stores are.
-std::optional<std::pair<std::string, std::string>> places(const Call& call, char** argv) {
+std::optional<Library> library(const Call& call, char** argv) {
   const bool is_needed = !call.mount_path || access(corvexal::kConfigFile, R_OK) == 0;
   const auto config = is_needed ? corvexal::read_configuration(argv) : corvexal::ConfigRecord();
   // Rows hold full paths.
@@ -76,18 +80,18 @@ std::optional<std::pair<std::string, std::string>> places(const Call& call, char
   if (mount_path.empty()) return std::nullopt;
   const bool is_configured =
       without_slashes(mount_path) == without_slashes(config.mntpath) && !config.sharepath.empty();
-  return std::pair(mount_path, is_configured ? config.sharepath : mount_path);
+  return Library{mount_path, is_configured ? config.sharepath : mount_path, config.standard_tags};
 }
 
 int report(const Call& call, char** argv) {
   using namespace corvexal::report;
-  const auto where = places(call, argv);
+  const auto where = library(call, argv);
   if (!where) {
     std::fputs("corvexal-report: no mount path given or configured\n", stderr);
     return 1;
   }
   Report report;
-  bool is_complete = examine(where->first, where->second, report);
+  bool is_complete = examine(where->mount_path, where->share, report, where->standard_tags);
   if (call.json)
     write_json(report, stdout);
   else if (!call.html_file)

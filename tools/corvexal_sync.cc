@@ -233,7 +233,7 @@ class Sync {
     share_ = folder_path(config.sharepath.empty() ? config.mntpath : config.sharepath);
     task_.share = share_;
     session_.names.CodePageType();
-    return true;
+    return corvexal::choose_tags(session_.tags, config, session_.names) || refuse(corvexal::kNoStandardTags);
   }
 
   bool accept_folders() {

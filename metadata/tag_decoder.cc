@@ -1,0 +1,13 @@
+#include "metadata/tag_decoder.h"
+
+#include "metadata/standard_tags.h"
+
+namespace corvexal {
+
+bool choose_tags(TagDecoder& decoder, const ConfigRecord& config, const NameCharset& names) {
+  decoder.standard = config.standard_tags;
+  decoder.code_page_set = names.charset();
+  return kReadsStandardTags || !config.standard_tags;
+}
+
+}  // namespace corvexal
