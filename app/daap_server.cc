@@ -1,5 +1,8 @@
 #include "app/daap_server.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 
@@ -10,11 +13,17 @@
 namespace corvexal {
 namespace {
 
-// 0 when there is none to read.
+// Whoever may write the file chooses the process that is signalled.
+bool is_trusted(std::FILE* file) {
+  struct stat status {};
+  return fstat(fileno(file), &status) == 0 && (status.st_uid == 0 || status.st_uid == geteuid());
+}
+
+// 0 when there is none to read or to believe.
 int daap_server_pid() {
   const Stream file = open_for_reading(kDaapPidFile);
   char line[1024] = "";
-  if (!file || std::fgets(line, sizeof line, file.get()) == nullptr) return 0;
+  if (!file || !is_trusted(file.get()) || std::fgets(line, sizeof line, file.get()) == nullptr) return 0;
   return decimal_value(line);
 }
 
@@ -22,7 +31,7 @@ int daap_server_pid() {
 
 void notify_daap_server() {
   const int pid = daap_server_pid();
-  if (pid > 0) kill(pid, SIGHUP);
+  if (pid > 1 && pid != getpid()) kill(pid, SIGHUP);
 }
 
 }  // namespace corvexal

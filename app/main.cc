@@ -7,6 +7,7 @@
 #include <span>
 
 #include "app/run.h"
+#include "base/log.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ int main(int argc, char** argv) {
   try {
     return corvexal::run(std::span<const char* const>(argv, static_cast<std::size_t>(argc)));
   } catch (const std::exception& error) {  // memory has run out: nothing else here throws
-    std::fprintf(stderr, "Corvexal: %s\n", error.what());
+    corvexal::error_printf("Corvexal: %s\n", error.what());
     return -1;
   }
 }

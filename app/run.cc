@@ -3,8 +3,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <utility>
@@ -12,6 +14,9 @@
 #include "app/command_line.h"
 #include "app/daap_server.h"
 #include "app/run_lock.h"
+#include "base/file.h"
+#include "base/locations.h"
+#include "base/log.h"
 #include "catalogue/add_file.h"
 #include "catalogue/playlists.h"
 #include "catalogue/remove.h"
@@ -31,6 +36,13 @@ constexpr int kSuccess = 0, kFailure = -1;
 bool is_directory(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 && (status.st_mode & 0x4000U) != 0;
+}
+
+// A file outside the device's media that only an untrusted link leads to counts as missing.
+bool may_be_read(const Session& session, const std::string& path) {
+  if (leads_where_it_may(path, session.config.mntpath)) return true;
+  error_printf("Corvexal: %s is not read: a symbolic link that is not root's leads to it\n", path.c_str());
+  return false;
 }
 
 // The song store stays open to the end of the run, so that the whole scan is one session.
@@ -54,7 +66,7 @@ bool rename_folder(Session& session, const Command& command) {
 
 bool rename_file(Session& session, const Command& command) {
   const int removed = RemoveMediaFile(session, command.path, Rebuild::kByCaller);
-  const int added = MmsAddMediaFile(session, command.new_path);
+  const int added = may_be_read(session, command.new_path) ? MmsAddMediaFile(session, command.new_path) : -1;
   if (removed == -1 && added == -1) return false;  // the add has said why
   rebuild_for_whole_catalogue(session);
   return true;
@@ -69,8 +81,7 @@ bool delete_tree(Session& session, const Command& command) {
 
 bool delete_file(Session& session, const Command& command) {
   if (RemoveMediaFile(session, command.path) == -1) {
-    std::fprintf(stderr, "Corvexal: cannot remove %s: no extension that removal knows\n",
-                 command.path.c_str());
+    error_printf("Corvexal: cannot remove %s: no extension that removal knows\n", command.path.c_str());
     return false;
   }
   rebuild_for_whole_catalogue(session);
@@ -89,7 +100,7 @@ bool add_folder(Session& session, const Command& command) {
 }
 
 bool add_file(Session& session, const Command& command) {
-  if (access(command.path.c_str(), F_OK) != 0) return true;
+  if (access(command.path.c_str(), F_OK) != 0 || !may_be_read(session, command.path)) return true;
   if (MmsAddMediaFile(session, command.path) == -1) return false;
   rebuild_for_whole_catalogue(session);
   return true;
@@ -116,25 +127,30 @@ bool carry_out(Session& session, const Command& command) {
 // playlists where that is pending, and closes both stores.
 int run_locked(const Command& command, std::span<const char* const> arguments, Session& session) {
   if (command.updates_catalogue()) {
-    readconfig(1, arguments, session.config);
+    errno = 0;
+    if (readconfig(1, arguments, session.config) == -1 && errno != 0 && !says_gone(errno)) {
+      error_printf("Corvexal: cannot read the configuration %s: %s\n", kConfigFile, std::strerror(errno));
+      return kFailure;
+    }
     const std::string& mount_path = session.config.mntpath;
     if (mount_path.empty()) {
       std::printf("%s: SQL_open():Open DB fail %s, %s\n", "main", "", "");
       return kSuccess;
     }
     if (!choose_tags(session.tags, session.config, session.names)) {
-      std::fprintf(stderr, "Corvexal: %s\n", kNoStandardTags);
+      error_printf("Corvexal: %s\n", kNoStandardTags);
       return kFailure;
     }
     if (session.db.open(catalogue_path(mount_path)) != SQLITE_OK) return kFailure;
   }
   if (command.updates_daap_server()) notify_daap_server();
   const bool succeeded = carry_out(session, command);
-  if (succeeded && session.playlist_pending && parser_playlist(session.db) == 0)
+  if (succeeded && session.playlist_pending && parser_playlist(session.db, session.config.mntpath) == 0)
     std::puts("parser_playlist fail");
   session.db.close();
   const bool songs_kept = session.songs.close();
-  return succeeded && songs_kept && !session.db.lost_work() ? kSuccess : kFailure;
+  const bool is_whole = songs_kept && !session.is_incomplete && !session.db.lost_work();
+  return succeeded && is_whole ? kSuccess : kFailure;
 }
 
 }  // namespace
@@ -149,12 +165,11 @@ int run(std::span<const char* const> arguments) {
   NameCharset names;
   names.CodePageType();
 
-  const int sem_id = GetSemaphoreID(kRunLockKey);
-  if (sem_id == -1) {
-    std::fprintf(stderr, "#%d %s\n", 1052, "main");
+  const RunLock lock;
+  if (!lock) {
+    error_printf("#%d %s\n", 1052, "main");
     return kFailure;
   }
-  const RunLock lock(sem_id);
   Session session;  // made after the lock, so that what it holds open is closed before the lock is given back
   session.names = std::move(names);
   return run_locked(*command, arguments, session);

@@ -1,6 +1,7 @@
 #include "base/config.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <string_view>
 
@@ -48,7 +49,9 @@ void apply_line(const Line& line, std::size_t length, ConfigRecord& record) {
 }
 
 int fail(std::span<const char* const> arguments) {
+  const int reason = errno;
   std::printf("error happen: %s\n", arguments.empty() ? "" : arguments[0]);
+  errno = reason;
   return -1;
 }
 
@@ -62,7 +65,10 @@ const char* file_to_read(int mode, std::span<const char* const> arguments) {
 
 int readconfig(int mode, std::span<const char* const> arguments, ConfigRecord& record) {
   const char* name = file_to_read(mode, arguments);
-  if (name == nullptr) return fail(arguments);
+  if (name == nullptr) {
+    errno = 0;
+    return fail(arguments);
+  }
   const Stream file = open_for_reading(name);
   if (!file) return fail(arguments);
 
@@ -76,6 +82,7 @@ int readconfig(int mode, std::span<const char* const> arguments, ConfigRecord& r
       length = 0;
     } else if (length == kLineSize) {
       std::puts("error: singel line string too long");
+      errno = 0;
       return fail(arguments);
     }
   }

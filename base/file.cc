@@ -6,11 +6,44 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "base/place.h"
 
 namespace corvexal {
+
+bool says_gone(int error) {
+  return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG;
+}
+
+namespace {
+
+bool is_reached_by_trusted_links(const std::string& path) {
+  for (std::size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
+    struct stat status {};
+    const std::string part = path.substr(0, end);
+    if (lstat(part.c_str(), &status) == 0 && S_ISLNK(status.st_mode) && status.st_uid != 0 &&
+        status.st_uid != geteuid())
+      return false;
+    if (end == std::string::npos) return true;
+  }
+}
+
+bool lies_below(const std::string& path, const std::string& folder) {
+  std::error_code error;
+  const std::string real = std::filesystem::canonical(path, error).string();
+  if (error) return false;
+  const std::string top = std::filesystem::canonical(folder, error).string();
+  return !error && real.starts_with(top == "/" ? top : top + '/');
+}
+
+}  // namespace
+
+bool leads_where_it_may(const std::string& path, const std::string& mount_path) {
+  return is_reached_by_trusted_links(path) || lies_below(path, mount_path);
+}
 
 namespace {
 

@@ -9,6 +9,15 @@
 
 namespace corvexal {
 
+// True for the errno values that say of a path that nothing is there. Any other one (a disk that does not
+// answer, no rights, no memory) says nothing of it.
+[[nodiscard]] bool says_gone(int error);
+
+// Whether a full path may be read for whoever wrote it: its real path lies below `mount_path`, or every
+// symbolic link on the way belongs to root or, without root's rights, to the user that runs. Who may write to
+// a share could else make root read any file of the device.
+[[nodiscard]] bool leads_where_it_may(const std::string& path, const std::string& mount_path);
+
 // A regular file open for reading. Directories, pipes and devices count as files that cannot be opened, and
 // are not: they have no bytes to look at, and a pipe would keep the run waiting.
 class File {

@@ -11,6 +11,10 @@ extern std::uint32_t log_categories;  // mask of the categories that are written
 extern int log_destination;           // 0 standard error, 1 syslog, 2 log_file
 extern std::FILE* log_file;           // borrowed; open while log_destination is 2
 
+// Writes a message to standard error. Control characters that its texts bring, from file names and tags, show
+// as "\\x" and two digits: they form no lines of their own and tell the terminal nothing.
+void error_printf(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
 // Appends one entry to the media server's log file: a line with the time (ctime), then ":" and the message,
 // of any length, and a line end. The file is opened and closed for each entry; any failure drops the entry
 // silently.

@@ -6,6 +6,8 @@
 #include <thread>
 #include <utility>
 
+#include "base/log.h"
+
 namespace corvexal {
 namespace {
 
@@ -74,7 +76,7 @@ int Database::open(const std::string& path, int flags, std::chrono::milliseconds
   std::string reason = sqlite3_errstr(SQLITE_CANTOPEN);
   const int code = open_handle(path, flags, reason);
   if (code != SQLITE_OK) {
-    std::fprintf(stderr, "Corvexal: cannot open the catalogue %s: %s\n", path.c_str(), reason.c_str());
+    error_printf("Corvexal: cannot open the catalogue %s: %s\n", path.c_str(), reason.c_str());
     handle_.reset();
     return code;
   }
@@ -130,7 +132,7 @@ int Database::settle(int code, bool had_transaction) {
 
 void Database::note_loss(int code) {
   loss_ = {code, error_text()};
-  std::fprintf(stderr, "Corvexal: the run's work since its last commit is lost: %s\n", error_text());
+  error_printf("Corvexal: the run's work since its last commit is lost: %s\n", error_text());
   if (in_transaction()) simple("ROLLBACK");  // at once, since a commit that waits locks other clients out
 }
 

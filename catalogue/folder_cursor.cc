@@ -5,13 +5,10 @@
 
 #include <cerrno>
 
+#include "base/file.h"
 #include "catalogue/scan.h"
 
 namespace corvexal {
-
-bool says_gone(int error) {
-  return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG;
-}
 
 FolderCursor::FolderCursor(const std::string& folder)
     : path_size_(folder.size()), entries_(folder), error_(entries_.error()) {

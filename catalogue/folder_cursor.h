@@ -27,9 +27,6 @@ struct FolderEntry {
   struct stat status {};                // of a file
 };
 
-// True for the errors that say of a path that nothing is there; any other one says nothing of it.
-[[nodiscard]] bool says_gone(int error);
-
 // The entries of one folder that matter to the catalogue, in the order of their names' bytes. Each is looked
 // at when its turn comes, so memory holds names only.
 class FolderCursor {

@@ -7,6 +7,8 @@
 #include <deque>
 #include <utility>
 
+#include "base/file.h"
+#include "base/log.h"
 #include "catalogue/media_rows.h"
 #include "catalogue/path_depth.h"
 #include "songdb/update.h"
@@ -73,14 +75,14 @@ class Surveyor {
  private:
   void fail(const std::string& path, int error) {
     ++counts_.failed;
-    std::fprintf(stderr, "Corvexal: cannot look at %s: %s; what is known of it stays\n", path.c_str(),
+    error_printf("Corvexal: cannot look at %s: %s; what is known of it stays\n", path.c_str(),
                  std::strerror(error));
   }
 
   bool catalogue_fails() {
     if (!std::exchange(catalogue_failed_, true)) {
       ++counts_.failed;
-      std::fprintf(stderr, "Corvexal: cannot read the catalogue: %s\n", session_.db.error_text());
+      error_printf("Corvexal: cannot read the catalogue: %s\n", session_.db.error_text());
     }
     return false;
   }
@@ -244,8 +246,8 @@ class Surveyor {
     if (rows.failed()) catalogue_fails();
   }
 
-  // A song that is gone leaves its record, and so does one that another file replaced. What earlier runs left,
-  // the count of the whole library's records shows.
+  // A song that is gone leaves its record, and so does one that another file replaced. What earlier runs
+  // left, the count of the whole library's records shows.
   void look_for_stale_songs() {
     std::sort(survey_.songs.begin(), survey_.songs.end());
     const auto last = std::unique(survey_.songs.begin(), survey_.songs.end());

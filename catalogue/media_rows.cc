@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/log.h"
 #include "base/text.h"
 #include "metadata/id3_tags.h"
 #include "metadata/mp3_stream.h"
@@ -210,14 +211,14 @@ void report_conversions(const MediaRow& row, std::span<const ConversionReport> r
 int insert_media_row(Session& session, const MediaRow& row, std::int64_t number, std::uint64_t parent) {
   const int code = insert(session, row, {number, parent});
   if (code != SQLITE_OK)
-    std::fprintf(stderr, "Corvexal: cannot add %s: %s\n", row.file.path.c_str(), session.db.error_text());
+    error_printf("Corvexal: cannot add %s: %s\n", row.file.path.c_str(), session.db.error_text());
   return code;
 }
 
 int update_media_row(Session& session, const MediaRow& row, std::int64_t rowid, std::uint64_t parent) {
   const int code = update(session.db, row, rowid, parent);
   if (code != SQLITE_OK)
-    std::fprintf(stderr, "Corvexal: cannot refresh %s: %s\n", row.file.path.c_str(), session.db.error_text());
+    error_printf("Corvexal: cannot refresh %s: %s\n", row.file.path.c_str(), session.db.error_text());
   return code;
 }
 

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/file.h"
+#include "base/log.h"
 #include "base/text.h"
 #include "catalogue/playlist_entries.h"
 
@@ -124,9 +126,14 @@ bool is_readable_folder(const std::string& path) {
 }
 
 // The numbers of the songs that the playlist's file names; absent when it cannot be read.
-std::optional<std::string> songs_of(Database& db, const PlaylistFormat& format, const Playlist& playlist) {
+std::optional<std::string> songs_of(Database& db, const PlaylistFormat& format, const Playlist& playlist,
+                                    const std::string& mount_path) {
   PlaylistFile file(playlist.path());
-  if (!file && !is_readable_folder(playlist.path())) {
+  const bool is_trusted = leads_where_it_may(playlist.path(), mount_path);
+  if (!is_trusted)
+    error_printf("Corvexal: %s is not read: a symbolic link that is not root's leads to it\n",
+                 playlist.path().c_str());
+  if (!is_trusted || (!file && !is_readable_folder(playlist.path()))) {
     std::printf("parser_playlist():Open [%s] fail\n", playlist.path().c_str());
     return std::nullopt;
   }
@@ -143,30 +150,31 @@ bool store(Database& db, const PlaylistFormat& format, const Playlist& playlist,
   return false;
 }
 
-bool parse(Database& db, const PlaylistFormat& format, const Playlist& playlist) {
-  const auto songs = songs_of(db, format, playlist);
+bool parse(Database& db, const PlaylistFormat& format, const Playlist& playlist,
+           const std::string& mount_path) {
+  const auto songs = songs_of(db, format, playlist, mount_path);
   return songs && store(db, format, playlist, *songs);
 }
 
 }  // namespace
 
-int parser_playlist(Database& db) {
+int parser_playlist(Database& db, const std::string& mount_path) {
   for (const PlaylistFormat& format : kFormats) {
     const auto playlists = playlists_of(db, format);
     if (!playlists) return 0;
     for (const Playlist& playlist : *playlists)
-      if (!parse(db, format, playlist)) return 0;
+      if (!parse(db, format, playlist, mount_path)) return 0;
   }
   return 1;
 }
 
-std::optional<PlaylistLinks> relink_playlists(Database& db, bool write) {
+std::optional<PlaylistLinks> relink_playlists(Database& db, const std::string& mount_path, bool write) {
   PlaylistLinks links;
   for (const PlaylistFormat& format : kFormats) {
     const auto playlists = playlists_of(db, format);
     if (!playlists) return std::nullopt;
     for (const Playlist& playlist : *playlists) {
-      const auto songs = songs_of(db, format, playlist);
+      const auto songs = songs_of(db, format, playlist, mount_path);
       if (!songs) links.unreadable.push_back(playlist.path());
       if (!songs || *songs == playlist.songs) continue;
       if (write && !store(db, format, playlist, *songs)) return std::nullopt;

@@ -13,10 +13,11 @@ namespace corvexal {
 // own folder; one that names another folder is not found. At most 256 songs a playlist are kept. A file is
 // read in pieces of 511 characters, a longer line counting as several; memory does not grow with it.
 //
-// What is found missing is printed. A folder where a row points counts as an empty playlist. Returns 1, or 0
-// at the first playlist that cannot be opened (regular files only) or stored, or when the playlists cannot be
+// What is found missing is printed. A playlist to which an untrusted link leads out of the mount path
+// (base/file.h) cannot be opened. A folder where a row points counts as an empty playlist. Returns 1, or 0 at
+// the first playlist that cannot be opened (regular files only) or stored, or when the playlists cannot be
 // read from the catalogue.
-int parser_playlist(Database& db);
+int parser_playlist(Database& db, const std::string& mount_path);
 
 // What became of the playlists.
 struct PlaylistLinks {
@@ -26,6 +27,7 @@ struct PlaylistLinks {
 
 // Compares each playlist's stored songs with what its file names now, and with `write` stores what differs.
 // Absent when the playlists cannot be read from the catalogue or not be stored.
-[[nodiscard]] std::optional<PlaylistLinks> relink_playlists(Database& db, bool write);
+[[nodiscard]] std::optional<PlaylistLinks> relink_playlists(Database& db, const std::string& mount_path,
+                                                            bool write);
 
 }  // namespace corvexal

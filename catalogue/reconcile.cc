@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/log.h"
 #include "base/text.h"
 #include "catalogue/folder_flags.h"
 #include "catalogue/library_survey.h"
@@ -47,7 +48,7 @@ class Reconciler {
 
   void fail(const std::string& path, const char* what) {
     ++counts_.failed;
-    std::fprintf(stderr, "Corvexal: %s: %s\n", path.c_str(), what);
+    error_printf("Corvexal: %s: %s\n", path.c_str(), what);
   }
 
   // Every write of the work goes through here: a preview does none of them.
@@ -304,7 +305,7 @@ class Reconciler {
       if (!task_.preview && !write_sort_tables(session_, media_class))
         fail(table_of(media_class), "its sort tables cannot be written");
     }
-    const auto links = relink_playlists(db_, !task_.preview);
+    const auto links = relink_playlists(db_, session_.config.mntpath, !task_.preview);
     if (!links) return fail("playlists", db_.error_text());
     for (const std::string& path : links->unreadable) fail(path, "this playlist cannot be read");
     for (const std::string& path : links->relinked) listener_.changed(Change::kRefreshed, path);

@@ -139,7 +139,7 @@ class FolderScan {
 int ScanMusic(Session& session, const ScanFolder& folder, ScanMode mode, std::deque<ScanFolder>& queue) {
   const FolderEntries entries(folder.path);
   if (entries.error() != 0)
-    std::fprintf(stderr, "Corvexal: cannot read the folder %s: %s\n", folder.path.c_str(),
+    error_printf("Corvexal: cannot read the folder %s: %s\n", folder.path.c_str(),
                  std::strerror(entries.error()));
   if (entries.listed() < 1) return 1;
   FolderScan scan(session, folder, mode, queue);

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <vector>
 
+#include "base/log.h"
 #include "base/place.h"
 
 namespace corvexal {
@@ -77,13 +78,13 @@ int create_catalogue(const std::string& mount_path) {
   std::error_code ignored;
   std::filesystem::create_directories(mount_path.substr(0, kMountPathSize), ignored);
   if (!find_place(path, MissingFolders::kMake)) {
-    std::fprintf(stderr, "Corvexal: cannot create the folder of %s: %s\n", path.c_str(), why_refused(errno));
+    error_printf("Corvexal: cannot create the folder of %s: %s\n", path.c_str(), why_refused(errno));
     return -1;
   }
   Database db;
   if (db.open(path) != SQLITE_OK) return -1;
   if (create_tables(db) != SQLITE_OK) {
-    std::fprintf(stderr, "Corvexal: cannot create the tables of %s: %s\n", path.c_str(), db.error_text());
+    error_printf("Corvexal: cannot create the tables of %s: %s\n", path.c_str(), db.error_text());
     return -1;
   }
   db.close();

@@ -18,6 +18,7 @@ struct Session {
   SongStore songs;
   Database db;
   ObjectIds ids;
+  bool is_incomplete = false;     // something could not be looked at: the run must be done again
   bool playlist_pending = false;  // playlists must be parsed before the run ends
 };
 

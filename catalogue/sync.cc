@@ -2,13 +2,17 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "base/file.h"
+#include "base/log.h"
 #include "catalogue/remove.h"
 
 namespace corvexal {
@@ -30,13 +34,25 @@ bool exists(const std::string& path) {
   return stat(path.c_str(), &status) == 0;
 }
 
-// The files of a table that cannot be found; absent when the table cannot be read.
-std::optional<std::vector<std::string>> vanished_files(Database& db, const SyncedTable& table) {
+// The files that the disk would not tell of, and the first reason.
+struct Unknown {
+  std::size_t files = 0;
+  int error = 0;
+};
+
+// The files of a table that are gone; absent when the table cannot be read.
+std::optional<std::vector<std::string>> vanished_files(Database& db, const SyncedTable& table,
+                                                       Unknown& unknown) {
   std::vector<std::string> vanished;
   Rows rows = db.select("select UTF_Path,UTF_fname from %s;", table.name);
-  while (rows.next())
-    if (std::string path = std::string(rows.text(0)).append(rows.text(1)); !exists(path))
+  while (rows.next()) {
+    std::string path = std::string(rows.text(0)).append(rows.text(1));
+    if (exists(path)) continue;
+    if (says_gone(errno))
       vanished.push_back(std::move(path));
+    else if (unknown.files++ == 0)
+      unknown.error = errno;
+  }
   if (rows.failed()) return std::nullopt;
   return vanished;
 }
@@ -53,7 +69,7 @@ int remove_rows(Database& db, const SyncedTable& table, const std::vector<std::s
 // An unplugged disk looks like one whose files were all deleted; whoever started the run should learn of it.
 void report_lost_mount_path(const std::string& mount_path, const std::string& removals) {
   if (exists(mount_path)) return;
-  std::fprintf(stderr, "Corvexal: the mount path %s cannot be found; rows removed from the catalogue:%s\n",
+  error_printf("Corvexal: the mount path %s cannot be found; rows removed from the catalogue:%s\n",
                mount_path.c_str(), removals.c_str());
 }
 
@@ -62,8 +78,9 @@ void report_lost_mount_path(const std::string& mount_path, const std::string& re
 int sync_mms_db(Session& session) {
   // The disk is asked before anything is written: it may take minutes to answer.
   std::vector<std::vector<std::string>> vanished;
+  Unknown unknown;
   for (const SyncedTable& table : kTables) {
-    auto files = vanished_files(session.db, table);
+    auto files = vanished_files(session.db, table, unknown);
     if (!files) {
       if (table.unreadable_message != nullptr) std::puts(table.unreadable_message);
       break;
@@ -77,6 +94,11 @@ int sync_mms_db(Session& session) {
         .append(" ")
         .append(std::to_string(remove_rows(session.db, kTables[i], vanished[i])));
   report_lost_mount_path(session.config.mntpath, removals);
+  if (unknown.files > 0) {
+    session.is_incomplete = true;
+    error_printf("Corvexal: the disk does not tell of %zu files, whose rows stay: %s\n", unknown.files,
+                 std::strerror(unknown.error));
+  }
   return vanished.size() == std::size(kTables) ? 1 : 0;
 }
 

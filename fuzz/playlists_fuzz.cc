@@ -32,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       db.exec("update music_tbl set Real_fname = \"%s\" where No < '3';", path.substr(name)) != SQLITE_OK)
     std::abort();
 
-  if (corvexal::parser_playlist(db) != 1) std::abort();
+  if (corvexal::parser_playlist(db, "/") != 1) std::abort();
   corvexal::Rows lists = db.select("select PlsFile from music_tbl where No < '3';");
   while (lists.next())
     if (std::ranges::count(lists.text(0), ',') > 256) std::abort();

@@ -51,12 +51,14 @@ class SpawnOptions {
   SpawnOptions(const SpawnOptions&) = delete;
   SpawnOptions& operator=(const SpawnOptions&) = delete;
 
-  // Starts a program, found through PATH unless it has a slash. Returns 0 or an errno value.
-  int spawn(std::vector<std::string> command, pid_t& id) const {
+  // Starts a program, with nothing in its environment but PATH. Returns 0 or an errno value.
+  int spawn(std::vector<std::string> command, std::string path, pid_t& id) const {
     std::vector<char*> arguments;
     for (std::string& argument : command) arguments.push_back(argument.data());
     arguments.push_back(nullptr);
-    return posix_spawnp(&id, arguments[0], &files_, &attributes_, arguments.data(), environ);
+    path.insert(0, "PATH=");
+    char* const environment[] = {path.data(), nullptr};
+    return posix_spawn(&id, arguments[0], &files_, &attributes_, arguments.data(), environment);
   }
 
  private:
@@ -96,17 +98,32 @@ class EndOfProcess {
   int descriptor_;
 };
 
-// The file that a program of PATH is.
-std::string file_of(const std::string& program) {
+// The parts of PATH that name the same folder wherever the run was started: an empty part and "." would start
+// whatever lies in the working folder, which may be on a share.
+std::vector<std::string> search_path() {
   const char* const path = std::getenv("PATH");
-  std::istringstream folders(path != nullptr ? path : kPathWithoutPath);
-  for (std::string folder; std::getline(folders, folder, ':');) {
-    std::string file = (folder.empty() ? "." : folder) + "/" + program;
+  std::istringstream parts(path != nullptr ? path : kPathWithoutPath);
+  std::vector<std::string> folders;
+  for (std::string folder; std::getline(parts, folder, ':');)
+    if (folder.starts_with('/')) folders.push_back(folder);
+  return folders;
+}
+
+std::string joined(const std::vector<std::string>& folders) {
+  std::string path;
+  for (const std::string& folder : folders) path.append(path.empty() ? "" : ":").append(folder);
+  return path;
+}
+
+// The file that a program of the folders is; empty when there is none.
+std::string file_of(const std::string& program, const std::vector<std::string>& folders) {
+  for (const std::string& folder : folders) {
+    std::string file = folder + "/" + program;
     struct stat status {};
     if (stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) && access(file.c_str(), X_OK) == 0)
       return file;
   }
-  return program;
+  return {};
 }
 
 }  // namespace
@@ -114,24 +131,35 @@ std::string file_of(const std::string& program) {
 ChildProcess::ChildProcess(const std::string& program, const std::string& argument, int output,
                            Clock::time_point deadline)
     : deadline_(deadline) {
+  const std::vector<std::string> folders = search_path();
+  const std::string file = file_of(program, folders), path = joined(folders);
+  is_missing_ = file.empty();
+  if (is_missing_) return;
   const SpawnOptions options(output);
-  int failure = options.spawn({program, argument}, id_);
-  if (failure == ENOEXEC) failure = options.spawn({kShell, file_of(program), argument}, id_);
+  int failure = options.spawn({file, argument}, path, id_);
+  if (failure == ENOEXEC) failure = options.spawn({kShell, file, argument}, path, id_);
   if (failure != 0) id_ = -1;
   is_missing_ = failure == ENOENT;
 }
 
+bool ChildProcess::has_ended() const {
+  siginfo_t ended{};
+  if (id_ < 0) return true;
+  return waitid(P_PID, static_cast<id_t>(id_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 && ended.si_pid != 0;
+}
+
 bool ChildProcess::end() {
-  const pid_t id = std::exchange(id_, -1);
-  if (id < 0) return true;
-  const EndOfProcess ended(id);
-  for (microseconds pause{50}; Clock::now() < deadline_; pause = std::min(2 * pause, microseconds{20'000})) {
-    if (waitpid(id, nullptr, WNOHANG) != 0) return true;
+  if (id_ < 0) return true;
+  const EndOfProcess ended(id_);
+  bool in_time = has_ended();
+  for (microseconds pause{50}; !in_time && Clock::now() < deadline_; in_time = has_ended()) {
     ended.wait(deadline_, pause);
+    pause = std::min(2 * pause, microseconds{20'000});
   }
-  kill(-id, SIGKILL);
-  while (waitpid(id, nullptr, 0) < 0 && errno == EINTR) continue;
-  return false;
+  kill(-id_, SIGKILL);  // with all that it started
+  while (waitpid(id_, nullptr, 0) < 0 && errno == EINTR) continue;
+  id_ = -1;
+  return in_time;
 }
 
 }  // namespace corvexal

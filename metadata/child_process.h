@@ -12,7 +12,8 @@ class ChildProcess {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // Starts the program, found through PATH, with one argument. Its input is empty, its output the descriptor.
+  // Starts the program, found through the absolute parts of PATH, with one argument and no other environment.
+  // Its input is empty, its output the descriptor.
   // A script that names no interpreter in its first line is run by /bin/sh.
   ChildProcess(const std::string& program, const std::string& argument, int output,
                Clock::time_point deadline);
@@ -23,8 +24,11 @@ class ChildProcess {
   // True when there is no such program.
   [[nodiscard]] bool is_missing() const { return is_missing_; }
 
-  // Waits for the program's end. False when it outlived the deadline and was killed, with all that it
-  // started.
+  // True once the program itself has ended, whatever it left running.
+  [[nodiscard]] bool has_ended() const;
+
+  // Waits for the program's end and kills what it left running. False when it outlived the deadline and was
+  // killed, too.
   bool end();
 
  private:

@@ -4,10 +4,12 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
 
+#include "base/log.h"
 #include "metadata/child_process.h"
 
 namespace corvexal {
@@ -47,21 +49,26 @@ class Pipe {
   int ends_[2];
 };
 
-bool wait_for_bytes(int descriptor, Clock::time_point deadline) {
+// False when there are none, and none will come from the program itself: something that it left running may
+// hold the pipe for as long as it likes.
+bool wait_for_bytes(int descriptor, const ChildProcess& child, Clock::time_point deadline) {
+  constexpr milliseconds kLookAfterChild{20};
   while (true) {
+    const bool is_over = child.has_ended();
     const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
     if (left.count() <= 0) return false;
     pollfd wanted{descriptor, POLLIN, 0};
-    const int ready = poll(&wanted, 1, static_cast<int>(left.count()));
+    const int ready =
+        poll(&wanted, 1, is_over ? 0 : static_cast<int>(std::min(left, kLookAfterChild).count()));
     if (ready > 0) return true;
-    if (ready == 0 || errno != EINTR) return false;
+    if (is_over || (ready < 0 && errno != EINTR)) return false;
   }
 }
 
-std::string read_answer(int descriptor, Clock::time_point deadline) {
+std::string read_answer(int descriptor, const ChildProcess& child, Clock::time_point deadline) {
   std::string answer(kAnswerLength, '\0');
   std::size_t count = 0;
-  while (count < answer.size() && wait_for_bytes(descriptor, deadline)) {
+  while (count < answer.size() && wait_for_bytes(descriptor, child, deadline)) {
     const ssize_t n = read(descriptor, answer.data() + count, answer.size() - count);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) break;
@@ -86,12 +93,12 @@ std::string EncodingDetector::ask(const std::string& sample) {
   const Clock::time_point deadline = Clock::now() + time_limit_;
   ChildProcess child(kProgram, sample.substr(0, sample.find('\0')), pipe.in(), deadline);
   pipe.close_in();
-  std::string answer = read_answer(pipe.out(), deadline);
+  std::string answer = read_answer(pipe.out(), child, deadline);
   pipe.close_out();
   if (child.is_missing()) usable_ = false;
   if (!child.end()) {
     usable_ = false;
-    std::fprintf(stderr, "%s does not end, and is not started again\n", kProgram);
+    error_printf("%s does not end, and is not started again\n", kProgram);
   }
   return answer.substr(0, answer.find('\0'));
 }

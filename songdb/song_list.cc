@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "base/json_text.h"
+#include "base/log.h"
 #include "songdb/gdbm_file.h"
 #include "songdb/record.h"
 
@@ -39,7 +40,7 @@ bool print_record(Bytes key, Bytes record) {
 int print_song_store(const std::string& path) {
   const GdbmFile db = open_gdbm(path, GDBM_READER);
   if (!db) {
-    std::fprintf(stderr, "%s: %s\n", path.c_str(), gdbm_failure().c_str());
+    error_printf("%s: %s\n", path.c_str(), gdbm_failure().c_str());
     return 1;
   }
   bool sound = true;
@@ -47,11 +48,11 @@ int print_song_store(const std::string& path) {
   while (walk.next()) {
     const Datum record(gdbm_fetch(db.get(), walk.key().borrowed()));
     if (print_record(walk.key().bytes(), record.bytes())) continue;
-    std::fprintf(stderr, "%s: the record of song %u is damaged\n", path.c_str(), record_id(record.bytes()));
+    error_printf("%s: the record of song %u is damaged\n", path.c_str(), record_id(record.bytes()));
     sound = false;
   }
   if (walk.damaged()) {
-    std::fprintf(stderr, "%s: damaged, songs may be missing: %s\n", path.c_str(), gdbm_db_strerror(db.get()));
+    error_printf("%s: damaged, songs may be missing: %s\n", path.c_str(), gdbm_db_strerror(db.get()));
     sound = false;
   }
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {

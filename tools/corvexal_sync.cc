@@ -208,9 +208,8 @@ class Sync {
 
   int run() {
     if (!read_configuration() || !accept_folders()) return result_;
-    const int sem_id = corvexal::GetSemaphoreID(corvexal::kRunLockKey);
-    if (sem_id == -1) return fail("the run lock cannot be had");
-    const corvexal::RunLock lock(sem_id);
+    const corvexal::RunLock lock;
+    if (!lock) return fail("the run lock cannot be had");
     if (!open_catalogue() || !share_is_there()) return result_;
     return reconcile();
   }

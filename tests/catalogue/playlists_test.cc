@@ -14,7 +14,7 @@ class PlaylistsTest : public testing::CatalogueTest {
   std::string parse(const std::string& name, std::string_view content) {
     write_file(name, content);
     add_row("music_tbl", path(""), name);
-    const std::string output = printed([this] { EXPECT_EQ(parser_playlist(db), 1); });
+    const std::string output = printed([this] { EXPECT_EQ(parser_playlist(db, "/"), 1); });
     const std::string songs = column("select PlsFile from music_tbl where PlsFile != ''");
     run("delete from music_tbl where Real_fname == '%s';", name);
     return songs + ' ' + output;
