@@ -43,6 +43,9 @@ class Reconciler {
     return counts_;
   }
 
+  // True when the song store turned out to be damaged and lost records that the survey had still seen.
+  [[nodiscard]] bool songs_were_lost() const { return songs_were_lost_; }
+
  private:
   [[nodiscard]] bool stopped() { return db_.lost_work() || listener_.wants_to_stop(); }
 
@@ -271,9 +274,11 @@ class Reconciler {
   // Opens the song store for writing when it is first needed.
   bool songs_are_open() {
     if (songs_open_) return *songs_open_;
+    const std::uint64_t records = session_.songs.count();
     session_.songs.close();
     songs_open_ = session_.songs.open(session_.config.mntpath);
     if (!*songs_open_) ++counts_.failed;  // the store has said why
+    songs_were_lost_ = *songs_open_ && session_.songs.count() < records;
     return *songs_open_;
   }
 
@@ -339,12 +344,17 @@ class Reconciler {
   IdentifierSource folder_ids_{kFolderIds};
   std::uint64_t files_done_ = 0;
   std::optional<bool> songs_open_;
+  bool songs_were_lost_ = false;
 };
 
 }  // namespace
 
 ReconcileCounts reconcile(Session& session, const ReconcileTask& task, ReconcileListener& listener) {
-  return Reconciler(session, task, listener).run();
+  Reconciler first(session, task, listener);
+  ReconcileCounts counts = first.run();
+  if (!first.songs_were_lost() || listener.wants_to_stop()) return counts;
+  counts.mended += Reconciler(session, task, listener).run().mended;
+  return counts;
 }
 
 bool holds_files_below(Database& db, std::string_view folder) {

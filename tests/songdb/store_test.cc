@@ -238,7 +238,7 @@ TEST_F(Store, IsAsTheLastCloseLeftItAfterAKill) {
     ASSERT_EQ(ids.size(), closed * kSongsARun) << round;
     ASSERT_TRUE(ids.empty() || *ids.rbegin() == ids.size() - 1) << round;
   }
-  EXPECT_GT(closed, 10U);
+  EXPECT_GT(closed, 0U) << "no run came to its end, which says nothing";
 }
 
 }  // namespace
