@@ -35,28 +35,50 @@ std::string share() {
   return root() + "/share";
 }
 
+std::string start_of_sample(const std::string& name) {
+  std::ifstream sample(CORVEXAL_SAMPLES "/music/" + name, std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(sample), {}};
+  bytes.resize(std::min(bytes.size(), kFileSize));
+  return bytes;
+}
+
+void replace(std::string& bytes, std::string_view text, const std::string& number) {
+  bytes.replace(bytes.find(text), number.size(), number);
+}
+
 // The start of a real song: its tag and some thirty frames. The artist gets a number, since what the detector
 // has said of a text is not asked again.
 std::string song_bytes(int number) {
-  std::ifstream sample(CORVEXAL_SAMPLES "/music/tag-id3v24-utf8.mp3", std::ios::binary);
-  std::string bytes{std::istreambuf_iterator<char>(sample), {}};
-  bytes.resize(std::min(bytes.size(), kFileSize));
-  constexpr std::string_view kArtist = "Corvexal";
-  return bytes.replace(bytes.find(kArtist), kArtist.size(), std::to_string(10'000'000 + number));
+  std::string bytes = start_of_sample("tag-id3v24-utf8.mp3");
+  replace(bytes, "Corvexal", std::to_string(10'000'000 + number));
+  return bytes;
+}
+
+// The same with texts in Big5: a title of its own, an artist for each album.
+std::string old_song_bytes(int number) {
+  std::string bytes = start_of_sample("tag-id3v23-latin1-big5.mp3");
+  replace(bytes, "\xA4\xA4\xB0\xEA", std::to_string(1000 + number % 9000));
+  replace(bytes, "\xA4\xFD", std::to_string(10 + number / kFilesPerFolder % 90));
+  return bytes;
+}
+
+void make_library(const std::string& root, std::string (*bytes_of)(int)) {
+  for (int i = 0; i < kFolders; ++i) {
+    const std::string folder =
+        root + "/Artist " + std::to_string(i / 10) + "/Album " + std::to_string(i % 10);
+    fs::create_directories(folder);
+    for (int song = 0; song < kFilesPerFolder; ++song)
+      std::ofstream(folder + "/" + std::to_string(song) + " - Song.mp3", std::ios::binary)
+          << bytes_of(i * kFilesPerFolder + song);
+  }
 }
 
 void make_files() {
   if (fs::exists(share() + "/Music")) return;
   fs::create_directories(root() + "/etc");
   fs::create_directories(root() + "/var/log");
-  for (int i = 0; i < kFolders; ++i) {
-    const std::string folder =
-        share() + "/Music/Artist " + std::to_string(i / 10) + "/Album " + std::to_string(i % 10);
-    fs::create_directories(folder);
-    for (int song = 0; song < kFilesPerFolder; ++song)
-      std::ofstream(folder + "/" + std::to_string(song) + " - Song.mp3", std::ios::binary)
-          << song_bytes(i * kFilesPerFolder + song);
-  }
+  make_library(share() + "/Old", old_song_bytes);
+  make_library(share() + "/Music", song_bytes);
 }
 
 // Puts `program` on PATH as the encoding detector; none when it is empty.
@@ -78,11 +100,12 @@ void fresh_stores() {
   corvexal::create_catalogue(share());
 }
 
-void scan(benchmark::State& state, const std::string& detector, bool standard_tags = false) {
+void scan(benchmark::State& state, const std::string& detector, bool standard_tags = false,
+          const std::string& library = "/Music") {
   make_files();
   configure(standard_tags);
   use_detector(detector);
-  corvexal::bench::measure_runs(state, root(), {"-R", share() + "/Gone", share() + "/Music"}, fresh_stores);
+  corvexal::bench::measure_runs(state, root(), {"-R", share() + "/Gone", share() + library}, fresh_stores);
 }
 
 void scan_without_detector(benchmark::State& state) {
@@ -91,9 +114,15 @@ void scan_without_detector(benchmark::State& state) {
 void scan_with_detector(benchmark::State& state) {
   scan(state, CORVEXAL_DETECTOR);
 }
-
 void scan_with_standard_tags(benchmark::State& state) {
   scan(state, "", true);
+}
+// Texts that no tag says to be Unicode, where the detector is asked only then.
+void scan_old_with_standard_tags(benchmark::State& state) {
+  scan(state, "", true, "/Old");
+}
+void scan_old_with_both(benchmark::State& state) {
+  scan(state, CORVEXAL_DETECTOR, true, "/Old");
 }
 
 // The parts of one file's work, in this process.
@@ -201,6 +230,8 @@ void store(benchmark::State& state) {
 BENCHMARK(scan_without_detector)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(scan_with_detector)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(scan_with_standard_tags)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(scan_old_with_standard_tags)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(scan_old_with_both)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(song_by_default)->UseRealTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(song_by_standard_tags)->UseRealTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(tag)->UseRealTime()->Unit(benchmark::kMicrosecond);

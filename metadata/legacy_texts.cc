@@ -28,23 +28,38 @@ std::string sample_of(const std::vector<std::string>& texts) {
   return sample;
 }
 
+Text to_utf8(TagDecoder& decoder, const std::string& text, const std::string& charset) {
+  return convert_to_utf8(decoder.converters, text, charset.c_str()).text;
+}
+
+// The detector's answer for these texts of a song of the album.
+std::string answer_for(TagDecoder& decoder, const std::vector<std::string>& texts, const std::string& album) {
+  AlbumAnswer& last = decoder.last_album;
+  const bool fits = !album.empty() && album == last.album && !last.answer.empty() &&
+                    std::all_of(texts.begin(), texts.end(), [&](const std::string& text) {
+                      return to_utf8(decoder, text, charset_of_answer(last.answer)).has_value();
+                    });
+  if (fits) return last.answer;
+  const std::string answer = decoder.detector.detect(sample_of(texts));
+  if (!is_ascii(album)) last = {album, answer};
+  return answer;
+}
+
 }  // namespace
 
-std::vector<Text> decode_legacy_texts(TagDecoder& decoder, const std::vector<std::string>& texts) {
+std::vector<Text> decode_legacy_texts(TagDecoder& decoder, const std::vector<std::string>& texts,
+                                      const std::string& album) {
   std::vector<Text> decoded;
   if (texts.empty()) return decoded;
   for (const std::string& text : texts) decoded.push_back(as_utf8(text));
   if (std::all_of(decoded.begin(), decoded.end(), [](const Text& text) { return text.has_value(); }))
     return decoded;
 
-  const std::string answer = decoder.detector.detect(sample_of(texts));
-  const auto convert = [&](const std::string& text, const std::string& charset) {
-    return convert_to_utf8(decoder.converters, text, charset.c_str()).text;
-  };
+  const std::string answer = answer_for(decoder, texts, album);
   for (std::size_t i = 0; i < texts.size(); ++i) {
     if (decoded[i] && is_ascii(*decoded[i])) continue;
-    decoded[i] = answer.empty() ? std::nullopt : convert(texts[i], charset_of_answer(answer));
-    if (!decoded[i]) decoded[i] = convert(texts[i], decoder.code_page_set);
+    decoded[i] = answer.empty() ? std::nullopt : to_utf8(decoder, texts[i], charset_of_answer(answer));
+    if (!decoded[i]) decoded[i] = to_utf8(decoder, texts[i], decoder.code_page_set);
   }
   return decoded;
 }

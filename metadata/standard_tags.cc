@@ -272,7 +272,8 @@ void decode_texts(TagDecoder& decoder, SongInfo& song) {
   };
   for (Text* name : {&song.title, &song.artist, &song.album, &song.composer}) add(*name, true);
   for (Text* text : {&song.genre, &song.grouping, &song.comment}) add(*text, false);
-  const std::vector<Text> decoded = decode_legacy_texts(decoder, bytes);
+  const std::string album = song.artist.value_or("") + '\n' + song.album.value_or("");
+  const std::vector<Text> decoded = decode_legacy_texts(decoder, bytes, album);
   for (std::size_t i = 0; i < texts.size(); ++i) *texts[i] = decoded[i];
 }
 

@@ -9,10 +9,17 @@
 
 namespace corvexal {
 
+// What the detector said of a song whose album's name is no ASCII.
+struct AlbumAnswer {
+  std::string album;  // artist and album, as the tag's bytes; empty before the first
+  std::string answer;
+};
+
 // What turns the texts of one tag after another into UTF-8.
 struct TagDecoder {
   EncodingDetector detector;
   Converters converters;
+  AlbumAnswer last_album;
   bool standard = false;                          // tags are read as their standards say
   std::string code_page_set = "autodetect_utf8";  // then: of texts in an encoding that nothing tells
 };
