@@ -36,6 +36,11 @@ struct Finding {
   const StoredRow* row = nullptr;               // of the others
 };
 
+// The name that a finding is about.
+[[nodiscard]] inline std::string_view name_of(const Finding& finding) {
+  return finding.entry != nullptr ? finding.entry->name : std::string_view(finding.row->name);
+}
+
 // The table in which a file of a kind has its row.
 [[nodiscard]] MediaClass media_class_of(MediaKind kind);
 [[nodiscard]] const char* table_of(MediaClass media_class);

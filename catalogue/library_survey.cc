@@ -62,6 +62,7 @@ class Surveyor {
       : session_(session), task_(task), counts_(counts), listener_(listener), survey_(task.folders) {}
 
   LibrarySurvey run() {
+    for (const std::string& file : task_.left_files) survey_.scope.keep(file + '/');
     if (read_catalogue()) {
       walk();
       look_for_gone_folders();
@@ -148,6 +149,7 @@ class Surveyor {
       return;
     }
     FolderRef& folder = *survey_.folders.try_emplace(path).first;
+    if (!visited_.insert(path).second) return;  // one of the task's folders may lie in another
     folder.second.is_visited = true;
     folder.second.holds_entries = entries.holds_entries();
     ++counts_.folders;
@@ -158,6 +160,7 @@ class Surveyor {
   }
 
   void take(FolderRef& folder, const Finding& finding) {
+    if (survey_.scope.leaves(folder.first + std::string(name_of(finding)))) return;
     const auto path = [&] { return folder.first + std::string(finding.entry->name); };
     switch (finding.kind) {
       case FindingKind::kPresent:
@@ -177,7 +180,7 @@ class Surveyor {
         add_gone(finding.media_class, folder.first, *finding.row);
         break;
       case FindingKind::kFolder:
-        return enter(path() + '/');
+        return enter(folder.first, path() + '/');
       case FindingKind::kUnknown:
         fail(path(), EIO);
         return survey_.scope.keep(path() + '/');
@@ -186,12 +189,16 @@ class Surveyor {
     note_work(folder);
   }
 
-  void enter(std::string folder) {
+  void enter(const std::string& around, std::string folder) {
+    const auto holds = [](const std::vector<std::string>& folders, const std::string& wanted) {
+      return std::find(folders.begin(), folders.end(), wanted) != folders.end();
+    };
     const auto known = survey_.folders.find(folder);
     const bool has_row = known != survey_.folders.end() && known->second.rowid != 0;
-    if (task_.known_folders_too || !has_row)
+    const bool entries_only = !task_.known_folders_too || holds(task_.entries_only, around);
+    if (!entries_only || !has_row)
       queue_.push_back(std::move(folder));
-    else
+    else if (!holds(task_.folders, folder))
       survey_.scope.keep(std::move(folder));
   }
 
@@ -328,6 +335,7 @@ class Surveyor {
   ReconcileListener& listener_;
   LibrarySurvey survey_;
   std::deque<std::string> queue_;
+  std::set<std::string> visited_;
   bool has_new_files_ = false;
   bool songs_differ_ = false;
   bool catalogue_failed_ = false;

@@ -29,6 +29,9 @@ class SurveyScope {
   // Whether a path of a file or, with its trailing "/", of a folder is in the scope.
   [[nodiscard]] bool holds(std::string_view path) const;
 
+  // Whether a path must be left as it is.
+  [[nodiscard]] bool leaves(std::string_view path) const { return !kept_.empty() && is_kept(path); }
+
  private:
   [[nodiscard]] bool is_kept(std::string_view path) const;
 

@@ -144,6 +144,7 @@ class Reconciler {
   }
 
   void handle(const FolderRef& folder, const Finding& finding) {
+    if (survey_.scope.leaves(folder.first + std::string(name_of(finding)))) return;
     switch (finding.kind) {
       case FindingKind::kPresent:
         return bring_row_in_line(folder, finding);

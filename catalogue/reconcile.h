@@ -45,12 +45,14 @@ struct FolderRename {
 };
 
 struct ReconcileTask {
-  std::string share;                  // the outermost folder of the library, with its trailing "/"
-  std::vector<std::string> folders;   // to be brought in line, with their trailing "/"
-  std::vector<FolderRename> renames;  // that are known to have happened
-  bool whole_library = true;          // the folders hold all that the stores know of
-  bool known_folders_too = true;      // without, sub-folders that have a row are left alone
-  bool preview = false;               // nothing is written; the listener is told what would be done
+  std::string share;                      // the outermost folder of the library, with its trailing "/"
+  std::vector<std::string> folders;       // to be brought in line, with their trailing "/"
+  std::vector<std::string> entries_only;  // those of the folders whose known sub-folders are left alone
+  std::vector<std::string> left_files;    // files to be left as they are: somebody is still writing them
+  std::vector<FolderRename> renames;      // that are known to have happened
+  bool whole_library = true;              // the folders hold all that the stores know of
+  bool known_folders_too = true;          // without, sub-folders that have a row are left alone
+  bool preview = false;                   // nothing is written; the listener is told what would be done
 };
 
 // Brings both stores in line with the disk below the task's folders, under the scan's rules: rows for new

@@ -41,6 +41,8 @@ constexpr char kUsage[] =
     "  --dry-run        show what would be done, one line each: + new, - gone, ~ changed, > moved\n"
     "  --even-if-empty  go on when the share is missing or empty and the catalogue is not\n"
     "  --shallow        leave sub-folders alone that the catalogue knows\n"
+    "  --entries FOLDER a folder whose known sub-folders are left alone (may be repeated)\n"
+    "  --leave FILE     a file that is left as it is (may be repeated)\n"
     "  --rename OLD NEW a folder that was renamed: its rows keep their identifiers (may be repeated)\n"
     "  --quiet          say nothing when all went well\n"
     "  --verbose        show what is done, as --dry-run does\n"
@@ -54,7 +56,7 @@ constexpr char kUsage[] =
 struct Options {
   bool dry_run = false, even_if_empty = false, shallow = false, quiet = false, verbose = false, json = false;
   std::vector<corvexal::FolderRename> renames;
-  std::vector<std::string> folders;
+  std::vector<std::string> folders, entries_only, left_files;
 };
 
 struct Switch {
@@ -85,6 +87,11 @@ std::optional<Options> parse(std::span<char* const> arguments) {
     } else if (word == "--rename" && i + 2 < arguments.size()) {
       options.renames.push_back({folder_path(arguments[i + 1]), folder_path(arguments[i + 2])});
       i += 2;
+    } else if (word == "--entries" && i + 1 < arguments.size()) {
+      options.entries_only.push_back(folder_path(arguments[++i]));
+      options.folders.push_back(options.entries_only.back());
+    } else if (word == "--leave" && i + 1 < arguments.size()) {
+      options.left_files.push_back(fs::absolute(arguments[++i]).lexically_normal().string());
     } else if (word.empty() || word.starts_with('-')) {
       return std::nullopt;
     } else {
@@ -247,7 +254,9 @@ class Sync {
       return false;
     }
     std::sort(task_.folders.begin(), task_.folders.end());
-    if (!options_.shallow) drop_inner_folders();
+    if (!options_.shallow && options_.entries_only.empty()) drop_inner_folders();
+    task_.entries_only = options_.entries_only;
+    task_.left_files = options_.left_files;
     task_.known_folders_too = !options_.shallow;
     task_.preview = options_.dry_run;
     task_.renames = options_.renames;
