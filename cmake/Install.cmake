@@ -30,6 +30,8 @@ install_compressed(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog ${doc})
 install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog.Debian changelog.Debian ${doc})
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/copyright ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${doc})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/packaging/examples DESTINATION ${doc})
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/lintian-overrides RENAME corvexal
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides)
 get_property(compressed_files GLOBAL PROPERTY compressed_files)
 add_custom_target(compressed_pages ALL DEPENDS ${compressed_files})
 
