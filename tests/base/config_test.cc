@@ -39,8 +39,13 @@ TEST(Readconfig, TakesEachLineAsItStands) {
 
 TEST(Readconfig, HoldsLinesOfUpTo511CharactersAndFieldsOfTheirSize) {
   ConfigRecord record;
-  EXPECT_EQ(read("mntpath=" + std::string(503, 'x') + "\nsd_status=0123456789\n", record), 0);
-  EXPECT_EQ(record.mntpath, std::string(255, 'x'));
+  const std::string longest = std::string(503, 'x') + "\n";
+  EXPECT_EQ(read("mntpath=" + longest + "sharepath=" + longest.substr(200) +
+                     "sharename=" + longest.substr(200) + "sd_status=0123456789\n",
+                 record),
+            0);
+  for (const std::string& path : {record.mntpath, record.sharepath, record.sharename})
+    EXPECT_EQ(path, std::string(255, 'x'));
   EXPECT_EQ(record.sd_status, "012345678");
   EXPECT_EQ(read("sharename=kept\nmntpath=" + std::string(504, 'x') + "\n", record), -1);
   EXPECT_EQ(record.sharename, "kept");

@@ -28,6 +28,11 @@ TEST(File, EndsWhereItEndedWhenItWasOpened) {
   std::filesystem::resize_file(path, 1);
   EXPECT_EQ(file.read_at(0, bytes), 1U);
   EXPECT_FALSE(file.failed());
+
+  for (int turn = 0; turn < 2; ++turn) {  // each copy stands at the beginning
+    const Descriptor copy(file.duplicate());
+    EXPECT_EQ(read(copy.get(), bytes.data(), bytes.size()), 1) << turn;
+  }
 }
 
 TEST(File, OpensRegularFilesOnly) {

@@ -19,11 +19,12 @@ TEST(Text, FoldsAsciiLettersOnlyAndReadsTheNumberInFront) {
   EXPECT_EQ(decimal_value(" \t-3x"), -3);
   EXPECT_EQ(decimal_value("x17"), 0);
   EXPECT_EQ(decimal_value("99999999999999999999"), INT_MAX);
+  EXPECT_EQ(decimal_value("-2147483649"), INT_MIN);
 }
 
 TEST(Utf8, IsCheckedStrictly) {
   for (const char* text : {"", "\x7F\xC2\x80\xDF\xBF", "\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF",
-                           "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"})
+                           "\xF0\x90\x80\x80\xF1\x80\x80\x80\xF3\xBF\xBF\xBF\xF4\x8F\xBF\xBF"})
     EXPECT_TRUE(is_utf8(text)) << text;
   // Continuations alone, overlong forms, a surrogate, what lies above U+10FFFF, and cut characters.
   for (const char* text :
