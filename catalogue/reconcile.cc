@@ -26,10 +26,14 @@ class Reconciler {
   Reconciler(Session& session, const ReconcileTask& task, ReconcileListener& listener)
       : session_(session), db_(session.db), task_(task), listener_(listener), survey_({}) {}
 
+  // True when opening the song store, which may have to be rebuilt, took records that the survey had counted
+  // on.
+  [[nodiscard]] bool lost_songs() const { return lost_songs_; }
+
   ReconcileCounts run() {
     if (!task_.preview)
       for (const FolderRename& rename : task_.renames) apply(rename);
-    session_.songs.open_to_read(session_.config.mntpath);
+    open_songs_to_read();
     db_.read_in_one_transaction();
     survey_ = survey_library(session_, task_, counts_, listener_);
     db_.exec("COMMIT;");
@@ -272,6 +276,13 @@ class Reconciler {
     return songs_are_open() && refresh_song(session_.songs, session_.tags, path, status);
   }
 
+  void open_songs_to_read() {
+    const std::string& mount_path = session_.config.mntpath;
+    if (!session_.songs.open_to_read(mount_path) || task_.preview || !session_.songs.is_damaged()) return;
+    ++(session_.songs.open(mount_path) && session_.songs.close() ? counts_.mended : counts_.failed);
+    session_.songs.open_to_read(mount_path);
+  }
+
   // Opens the song store for writing when it is first needed.
   bool songs_are_open() {
     if (songs_open_) return *songs_open_;
@@ -285,14 +296,15 @@ class Reconciler {
 
   void remove_stale_songs() {
     if (!survey_.has_stale_songs || stopped()) return;
-    const auto stale = session_.songs.ids_of([this](const SongInfo& song) {
-      return song.path && survey_.scope.holds(*song.path) &&
-             !std::binary_search(survey_.songs.begin(), survey_.songs.end(), song.id);
+    const auto stale = session_.songs.keys_of([this](const SongInfo* song) {
+      if (song == nullptr) return task_.whole_library;  // damaged, so nobody knows whose it is
+      return song->path && survey_.scope.holds(*song->path) &&
+             !std::binary_search(survey_.songs.begin(), survey_.songs.end(), song->id);
     });
     if (stale.empty()) return;
     counts_.mended += stale.size();
     if (task_.preview || !songs_are_open()) return;
-    for (const std::uint32_t id : stale) session_.songs.remove(id);
+    for (const SongStore::Key& key : stale) session_.songs.remove(key);
   }
 
   void done_with_file() {
@@ -354,7 +366,9 @@ ReconcileCounts reconcile(Session& session, const ReconcileTask& task, Reconcile
   Reconciler first(session, task, listener);
   ReconcileCounts counts = first.run();
   if (!first.songs_were_lost() || listener.wants_to_stop()) return counts;
-  counts.mended += Reconciler(session, task, listener).run().mended;
+  const ReconcileCounts again = Reconciler(session, task, listener).run();
+  counts.mended += again.mended;
+  counts.failed += again.failed;
   return counts;
 }
 

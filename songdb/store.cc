@@ -31,6 +31,15 @@ Bytes key_of(const std::uint32_t& id) {
   return {reinterpret_cast<const std::uint8_t*>(&id), sizeof id};
 }
 
+// Absent for a record that is damaged or another key's.
+std::optional<SongInfo> song_in(Bytes record, Bytes key) {
+  const std::uint32_t id = record_id(record);
+  if (!is_whole_record(record) || !std::ranges::equal(key, key_of(id))) return std::nullopt;
+  SongInfo song;
+  read_stored_song(record, song);
+  return song;
+}
+
 std::optional<PackedSong> pack_for_store(const SongInfo& song) try {
   SongInfo stored = song;
   stored.time_stored = saturated(std::time(nullptr));
@@ -74,8 +83,8 @@ Datum SongStore::fetch_record(std::uint32_t id) {
   return db() != nullptr ? Datum(gdbm_fetch(db(), as_datum(key_of(id)))) : Datum();
 }
 
-// Calls visit(record) for each record in gdbm's key order until it returns false. When another thread reopens
-// the store or loses its changes meanwhile, the walk begins anew and may visit records again.
+// Calls visit(record, key) for each record in gdbm's key order until it returns false. When another thread
+// reopens the store or loses its changes meanwhile, the walk begins anew and may visit records again.
 template <class Visit>
 void SongStore::walk_records(Visit visit) {
   std::optional<KeyWalk> walk;
@@ -89,12 +98,12 @@ void SongStore::walk_records(Visit visit) {
     return Datum(gdbm_fetch(db(), walk->key().borrowed()));
   };
   while (const auto record = next_record())
-    if (*record && !visit(record->bytes())) return;
+    if (*record && !visit(record->bytes(), walk->key().bytes())) return;
 }
 
 std::optional<std::uint32_t> SongStore::first_record_below(std::string_view path) {
   std::optional<std::uint32_t> id;
-  walk_records([&](Bytes record) {
+  walk_records([&](Bytes record, Bytes) {
     SongInfo song;
     unpack_song(record, song);
     if (song.path && starts_with_ignoring_case(*song.path, path)) id = song.id;
@@ -202,10 +211,12 @@ std::optional<SongInfo> SongStore::fetch(std::uint32_t id) {
 
 std::optional<SongInfo> SongStore::stored(std::uint32_t id) {
   const Datum record = fetch_record(id);
-  if (!record || !is_whole_record(record.bytes())) return std::nullopt;
-  SongInfo song;
-  read_stored_song(record.bytes(), song);
-  return song;
+  return song_in(record.bytes(), key_of(id));
+}
+
+bool SongStore::is_damaged() {
+  const auto guard = lock_gdbm();
+  return db() != nullptr && !is_sound(db());
 }
 
 std::uint64_t SongStore::count() {
@@ -214,15 +225,14 @@ std::uint64_t SongStore::count() {
   return db() != nullptr && gdbm_count(db(), &count) == 0 ? count : 0;
 }
 
-std::vector<std::uint32_t> SongStore::ids_of(const std::function<bool(const SongInfo&)>& wanted) {
-  std::vector<std::uint32_t> ids;
-  walk_records([&](Bytes record) {
-    SongInfo song;
-    read_stored_song(record, song);
-    if (wanted(song)) ids.push_back(song.id);
+std::vector<SongStore::Key> SongStore::keys_of(const std::function<bool(const SongInfo* song)>& wanted) {
+  std::vector<Key> keys;
+  walk_records([&](Bytes record, Bytes key) {
+    const auto song = song_in(record, key);
+    if (wanted(song ? &*song : nullptr)) keys.emplace_back(key.begin(), key.end());
     return true;
   });
-  return ids;
+  return keys;
 }
 
 bool SongStore::contains(std::uint32_t id) {
@@ -241,11 +251,15 @@ bool SongStore::is_modified(std::uint32_t id, const std::string& path) {
 }
 
 void SongStore::remove(std::uint32_t id) {
-  if (!contains(id)) return;
+  const Bytes key = key_of(id);
+  if (contains(id)) remove(Key(key.begin(), key.end()));
+}
+
+void SongStore::remove(const Key& key) {
   const auto content = lock_for_writing();
   change([&](StoreFile& file) {
-    const bool removed = file.remove(key_of(id));
-    if (removed && index_) index_->remove(key_of(id));
+    const bool removed = file.remove(key);
+    if (removed && index_) index_->remove(key);
     return removed;
   });
 }
@@ -259,7 +273,7 @@ void SongStore::remove_first_below(std::string_view path) {
 
 void SongStore::remove_below(std::span<const std::string> paths, bool keep) {
   std::vector<std::uint32_t> doomed;
-  walk_records([&](Bytes record) {
+  walk_records([&](Bytes record, Bytes) {
     SongInfo song;
     unpack_song(record, song);
     const bool matches = song.path && std::any_of(paths.begin(), paths.end(), [&](const std::string& path) {

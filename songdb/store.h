@@ -57,11 +57,17 @@ class SongStore {
   // version.
   [[nodiscard]] std::optional<SongInfo> stored(std::uint32_t id);
 
+  // True for an open store that a killed run, or something else, left unsound: opening it for writing repairs
+  // it. Every key is looked at.
+  [[nodiscard]] bool is_damaged();
+
   // How many records there are.
   [[nodiscard]] std::uint64_t count();
 
-  // The ids of the records for which wanted(song) is true, songs as stored() gives them.
-  [[nodiscard]] std::vector<std::uint32_t> ids_of(const std::function<bool(const SongInfo&)>& wanted);
+  // The keys of the records for which wanted(song) is true, songs as stored() gives them: null for a damaged
+  // record, whose key may be any bytes.
+  using Key = std::vector<std::uint8_t>;
+  [[nodiscard]] std::vector<Key> keys_of(const std::function<bool(const SongInfo* song)>& wanted);
 
   [[nodiscard]] bool contains(std::uint32_t id);
 
@@ -72,8 +78,9 @@ class SongStore {
   // never does, so the update driver sees every file as modified: known files are always scanned anew.
   [[nodiscard]] bool is_modified(std::uint32_t id, const std::string& path);
 
-  // Deletes the record of that id, if there is one.
+  // Deletes the record of that id or key, if there is one.
   void remove(std::uint32_t id);
+  void remove(const Key& key);
 
   // Deletes the first record, in gdbm's key order, whose shortened path begins with `path`, compared without
   // regard to case, if there is one.
