@@ -26,10 +26,6 @@ class Reconciler {
   Reconciler(Session& session, const ReconcileTask& task, ReconcileListener& listener)
       : session_(session), db_(session.db), task_(task), listener_(listener), survey_({}) {}
 
-  // True when opening the song store, which may have to be rebuilt, took records that the survey had counted
-  // on.
-  [[nodiscard]] bool lost_songs() const { return lost_songs_; }
-
   ReconcileCounts run() {
     if (!task_.preview)
       for (const FolderRename& rename : task_.renames) apply(rename);

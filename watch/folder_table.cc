@@ -13,7 +13,7 @@ constexpr std::size_t kDeepest = 256;  // more than a path of 511 bytes can have
 }  // namespace
 
 void FolderTable::put(int watch, int parent, std::string_view name) {
-  const auto at = folders_.begin() + (from(watch) - folders_.cbegin());
+  const auto at = folders_.begin() + (place(watch) - folders_.cbegin());
   if (at == folders_.end() || at->watch != watch) {
     folders_.insert(at, {watch, parent, keep(name)});
     return;
@@ -29,7 +29,7 @@ void FolderTable::put(int watch, int parent, std::string_view name) {
 void FolderTable::remove(int watch) {
   if (!contains(watch)) return;
   constexpr std::size_t kFew = 1024;
-  Folder& folder = folders_[static_cast<std::size_t>(from(watch) - folders_.cbegin())];
+  Folder& folder = folders_[static_cast<std::size_t>(place(watch) - folders_.cbegin())];
   drop_name(folder);
   folder.parent = kRemoved;
   if (++removed_ > kFew && removed_ > folders_.size() / 2) {
@@ -57,8 +57,8 @@ std::optional<std::string> FolderTable::path(int watch) const {
   return path;
 }
 
-int FolderTable::after(int watch) const {
-  auto at = from(watch + 1);
+int FolderTable::first_from(int watch) const {
+  auto at = place(watch);
   while (at != folders_.end() && at->parent == kRemoved) ++at;
   return at == folders_.end() ? 0 : at->watch;
 }
@@ -74,13 +74,13 @@ std::size_t FolderTable::bytes() const {
   return folders_.size() * sizeof(Folder) + names_.size() * kBlock;
 }
 
-FolderTable::Folders::const_iterator FolderTable::from(int watch) const {
+FolderTable::Folders::const_iterator FolderTable::place(int watch) const {
   return std::lower_bound(folders_.begin(), folders_.end(), watch,
                           [](const Folder& folder, int number) { return folder.watch < number; });
 }
 
 const FolderTable::Folder* FolderTable::find(int watch) const {
-  const auto at = from(watch);
+  const auto at = place(watch);
   return at == folders_.end() || at->watch != watch || at->parent == kRemoved ? nullptr : &*at;
 }
 

@@ -27,8 +27,11 @@ class FolderTable {
   // The folder's path; nothing for an unknown number and for a folder that hangs below none.
   [[nodiscard]] std::optional<std::string> path(int watch) const;
 
-  // The next higher number in the table; 0 after the last.
-  [[nodiscard]] int after(int watch) const;
+  // The first number in the table from `watch` on; 0 when there is none.
+  [[nodiscard]] int first_from(int watch) const;
+
+  // The highest number that was in the table lately; 0 when there was none.
+  [[nodiscard]] int last() const { return folders_.empty() ? 0 : folders_.back().watch; }
 
   // The folders that hang below none, because one above them was removed.
   [[nodiscard]] std::vector<int> orphans() const;
@@ -46,7 +49,7 @@ class FolderTable {
   static constexpr int kRemoved = -1;  // for a parent: room that is cleared away by and by
   using Folders = std::deque<Folder>;
 
-  [[nodiscard]] Folders::const_iterator from(int watch) const;
+  [[nodiscard]] Folders::const_iterator place(int watch) const;
   [[nodiscard]] const Folder* find(int watch) const;
   [[nodiscard]] const char* name_of(const Folder& folder) const;
   std::uint32_t keep(std::string_view name);

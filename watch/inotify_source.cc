@@ -1,4 +1,6 @@
 #include <dirent.h>
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 
@@ -6,10 +8,11 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <deque>
 #include <memory>
+#include <set>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "base/descriptor.h"
 #include "watch/change_source.h"
@@ -24,15 +27,18 @@ constexpr std::uint32_t kWatched = IN_CREATE | IN_DELETE | IN_CLOSE_WRITE | IN_A
 // What the table of folders may take, so that the program stays small whatever it watches.
 constexpr std::size_t kMostBytes = 3 << 19;
 
+// What may wait for the end of the events.
+constexpr std::size_t kMostWaiting = 1000;
+
 struct CloseFolder {
   void operator()(DIR* folder) const noexcept { closedir(folder); }
 };
 using Folder = std::unique_ptr<DIR, CloseFolder>;
 
-bool is_folder_entry(const dirent& entry, const std::string& path) {
+bool is_folder(DIR* folder, const dirent& entry) {
   if (entry.d_type != DT_UNKNOWN) return entry.d_type == DT_DIR;
   struct stat status {};
-  return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+  return fstatat(dirfd(folder), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
 }
 
 ChangeKind kind_of_file_event(std::uint32_t mask) {
@@ -43,23 +49,22 @@ ChangeKind kind_of_file_event(std::uint32_t mask) {
   return ChangeKind::kFileGone;
 }
 
-// A folder's move arrives as up to three events: from a place, to a place, and that the folder itself moved,
-// which tells its watch.
-struct Move {
+// A folder that left its place. If it came to another one, the event of that has the same cookie.
+struct Departure {
   std::uint32_t cookie;
-  int from_parent;
-  std::string from_name, from_path;
-  int to_parent = 0;  // 0: to where nothing is watched
-  std::string to_name;
+  std::string path;
 };
 
+// While events wait to be read, a path may lead to another folder than the one that an event is about. So
+// events about folders only say where to look, and nothing is entered into the table but what was found there
+// in a folder that was made sure of. What cannot be made sure of is looked at again after the last event.
 class InotifySource : public ChangeSource {
  public:
   InotifySource(const Share& share, std::function<bool()> is_to_end)
       : share_(share), is_to_end_(std::move(is_to_end)), events_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
 
   [[nodiscard]] bool is_open() const { return static_cast<bool>(events_); }
-  // Watches the share from its top; errno tells why not.
+  // Watches the share from its top.
   [[nodiscard]] State start();
 
   [[nodiscard]] const char* name() const override { return "inotify"; }
@@ -67,18 +72,19 @@ class InotifySource : public ChangeSource {
   State read(const Report& report) override;
 
  private:
-  int watch(const std::string& path, std::uint32_t flags = kWatched | IN_DONT_FOLLOW);
-  void watch_tree(int parent, std::string_view name, const Report& report);
-  void watch_folders_from(int first, const Report& report);
-  void look_into(int folder, const Report& report);
+  int watch(const std::string& path, std::uint32_t flags);
+  Folder open_folder(int number);
+  void look_at(int parent, const char* name, const Report& report);
+  bool look_into(int number, const Report& report);
+  void look_into_new_ones(int first, const Report& report);
+  bool enter(DIR* folder, int number, const char* name);
   void handle(const inotify_event& event, const char* name, const Report& report);
   void handle_folder(const inotify_event& event, const char* name, const std::string& path,
                      const Report& report);
-  void folder_arrives(const inotify_event& event, const char* name, const std::string& path,
-                      const Report& report);
-  void folder_moved(int folder, const Report& report);
-  void forget(int folder);
-  void forget_orphans();
+  void report_arrival(std::uint32_t cookie, const std::string& path, const Report& report);
+  [[nodiscard]] bool is_to_settle() const;
+  void settle(const Report& report);
+  void forget(int number);
   void stop(State state, std::string trouble);
 
   const Share share_;
@@ -86,8 +92,8 @@ class InotifySource : public ChangeSource {
   Descriptor events_;
   FolderTable folders_;
   int top_ = 0;
-  std::deque<Move> moves_;  // the last few
-  bool has_orphans_ = false;
+  std::vector<Departure> departures_;  // without an arrival so far
+  std::set<int> unsure_;               // folders to look for, and into, after the last event
   State state_ = State::kWatching;
 };
 
@@ -99,8 +105,8 @@ void InotifySource::stop(State state, std::string trouble) {
 
 // The number of the folder's watch; 0 when there is no such folder (any more) or the source has to stop.
 int InotifySource::watch(const std::string& path, std::uint32_t flags) {
-  const int watch = inotify_add_watch(events_.get(), path.c_str(), flags);
-  if (watch > 0) return watch;
+  const int number = inotify_add_watch(events_.get(), path.c_str(), flags);
+  if (number > 0) return number;
   if (errno == ENOSPC || errno == ENOMEM)
     stop(State::kTooMany, "the limit of watches is reached (fs.inotify.max_user_watches) with " +
                               std::to_string(folders_.size()) + " folders");
@@ -108,49 +114,76 @@ int InotifySource::watch(const std::string& path, std::uint32_t flags) {
 }
 
 InotifySource::State InotifySource::start() {
-  top_ = watch(share_.folder(), kWatched);  // the share itself may be named by a link
+  top_ = watch(share_.folder(), kWatched);
   if (top_ == 0) stop(State::kBroken, std::strerror(errno));
   if (state_ != State::kWatching) return state_;
   folders_.put(top_, 0, share_.folder());
-  watch_folders_from(top_, [](const Change&) {});
+  look_into_new_ones(top_, [](const Change&) {});
   return state_;
 }
 
-// Watches a folder and all below it. Its files may have been begun before it was watched, so they are
-// reported.
-void InotifySource::watch_tree(int parent, std::string_view name, const Report& report) {
-  const auto path = folders_.path(parent);
-  if (!path) return;
-  const int first = watch(*path + "/" + std::string(name));
-  if (first == 0 || folders_.contains(first)) return;
-  folders_.put(first, parent, name);
-  watch_folders_from(first, report);
+// Opens the folder of a watch by its path, if that leads to it: watching a folder twice gives the same
+// number.
+Folder InotifySource::open_folder(int number) {
+  const auto path = folders_.path(number);
+  Folder folder(path ? opendir(path->c_str()) : nullptr);
+  if (!folder) return nullptr;
+  const int found = watch(descriptor_path(dirfd(folder.get())), kWatched);
+  if (found == number) return folder;
+  if (found != 0 && !folders_.contains(found)) inotify_rm_watch(events_.get(), found);
+  return nullptr;
+}
+
+// Enters what is found under the name in the open folder; true when it is a folder that was not watched yet.
+bool InotifySource::enter(DIR* folder, int number, const char* name) {
+  const int found = watch(descriptor_path(dirfd(folder)) + "/" + name, kWatched | IN_DONT_FOLLOW);
+  if (found == 0) return false;
+  const bool is_new = !folders_.contains(found);
+  if (!folders_.is_at(found, number, name)) folders_.put(found, number, name);
+  if (is_new && folders_.bytes() > kMostBytes)
+    stop(State::kTooMany,
+         "the limit of folders watched one by one is reached with " + std::to_string(folders_.size()));
+  return is_new;
+}
+
+void InotifySource::look_at(int parent, const char* name, const Report& report) {
+  const Folder folder = open_folder(parent);
+  const int last = folders_.last();
+  if (!folder)
+    unsure_.insert(parent);
+  else if (enter(folder.get(), parent, name))
+    look_into_new_ones(last + 1, report);
+}
+
+// Enters the folder's sub-folders; false when it is not where it was last seen. Its files may have been begun
+// before it was watched, so they are reported as begun.
+bool InotifySource::look_into(int number, const Report& report) {
+  if (is_to_end_()) stop(State::kBroken, "it was given up");
+  if (state_ != State::kWatching || !folders_.contains(number)) return false;
+  const Folder folder = open_folder(number);
+  if (!folder) {
+    unsure_.insert(number);
+    return false;
+  }
+  const std::string path = folders_.path(number).value_or("");
+  while (const dirent* entry = readdir(folder.get())) {
+    const std::string entry_path = path + "/" + entry->d_name;
+    const bool is_a_folder = is_folder(folder.get(), *entry);
+    if (share_.passes_over(entry_path, is_a_folder)) continue;
+    if (!is_a_folder)
+      report({ChangeKind::kFileBegun, entry_path, {}});
+    else if (enter(folder.get(), number, entry->d_name))
+      report({ChangeKind::kFolderAppeared, entry_path, {}});
+    if (state_ != State::kWatching) return false;
+  }
+  return true;
 }
 
 // New watches have ever higher numbers, so the table itself is the queue of the folders to look into.
-void InotifySource::watch_folders_from(int first, const Report& report) {
-  for (int folder = first; folder != 0 && state_ == State::kWatching; folder = folders_.after(folder))
-    look_into(folder, report);
-}
-
-void InotifySource::look_into(int folder, const Report& report) {
-  if (is_to_end_()) return stop(State::kBroken, "it was given up");
-  const auto path = folders_.path(folder);
-  const Folder stream(path ? opendir(path->c_str()) : nullptr);
-  if (!stream) return;
-  while (const dirent* entry = readdir(stream.get())) {
-    const std::string entry_path = *path + "/" + entry->d_name;
-    const bool is_folder = is_folder_entry(*entry, entry_path);
-    if (share_.passes_over(entry_path, is_folder)) continue;
-    if (!is_folder)
-      report({ChangeKind::kFileBegun, entry_path, {}});
-    else if (const int found = watch(entry_path); found != 0)
-      folders_.put(found, folder, entry->d_name);
-    if (folders_.bytes() > kMostBytes)
-      stop(State::kTooMany, "the limit of folders that are watched one by one is reached with " +
-                                std::to_string(folders_.size()));
-    if (state_ != State::kWatching) return;
-  }
+void InotifySource::look_into_new_ones(int first, const Report& report) {
+  for (int number = folders_.first_from(first); number != 0 && state_ == State::kWatching;
+       number = folders_.first_from(number + 1))
+    look_into(number, report);
 }
 
 InotifySource::State InotifySource::read(const Report& report) {
@@ -162,7 +195,7 @@ InotifySource::State InotifySource::read(const Report& report) {
     std::memcpy(&event, events.data() + at, sizeof event);
     handle(event, events.data() + at + sizeof event, report);
   }
-  if (has_orphans_) forget_orphans();
+  if (is_to_settle()) settle(report);
   return state_;
 }
 
@@ -173,13 +206,17 @@ void InotifySource::handle(const inotify_event& event, const char* name, const R
   if (event.wd == top_ && (event.mask & (IN_IGNORED | IN_DELETE_SELF | IN_MOVE_SELF)) != 0)
     return stop(State::kBroken, "the folder was moved or deleted");
   if ((event.mask & IN_IGNORED) != 0) return folders_.remove(event.wd);
-  if ((event.mask & IN_MOVE_SELF) != 0) return folder_moved(event.wd, report);
+  if ((event.mask & IN_MOVE_SELF) != 0) unsure_.insert(event.wd);
+  if (event.len == 0) return;
   const auto folder = folders_.path(event.wd);
-  if (event.len == 0 || !folder) return;
+  if (!folder) {
+    unsure_.insert(event.wd);
+    return;
+  }
   const std::string path = *folder + "/" + name;
-  const bool is_folder = (event.mask & IN_ISDIR) != 0;
-  if (share_.passes_over(path, is_folder)) return;
-  if (is_folder)
+  const bool is_about_folder = (event.mask & IN_ISDIR) != 0;
+  if (share_.passes_over(path, is_about_folder)) return;
+  if (is_about_folder)
     handle_folder(event, name, path, report);
   else
     report({kind_of_file_event(event.mask), path, {}});
@@ -187,54 +224,54 @@ void InotifySource::handle(const inotify_event& event, const char* name, const R
 
 void InotifySource::handle_folder(const inotify_event& event, const char* name, const std::string& path,
                                   const Report& report) {
-  if ((event.mask & IN_CREATE) != 0) {
-    watch_tree(event.wd, name, report);
-    report({ChangeKind::kFolderAppeared, path, {}});
+  if ((event.mask & (IN_CREATE | IN_MOVED_TO)) != 0) {
+    report_arrival(event.cookie, path, report);
+    look_at(event.wd, name, report);
   } else if ((event.mask & IN_MOVED_FROM) != 0) {
-    constexpr std::size_t kKept = 16;
-    if (moves_.size() == kKept) moves_.pop_front();
-    moves_.push_back({event.cookie, event.wd, name, path, 0, {}});
-  } else if ((event.mask & IN_MOVED_TO) != 0) {
-    folder_arrives(event, name, path, report);
+    departures_.push_back({event.cookie, path});
   } else {
     report({(event.mask & IN_DELETE) != 0 ? ChangeKind::kFolderGone : ChangeKind::kFolderTouched, path, {}});
   }
 }
 
-void InotifySource::folder_arrives(const inotify_event& event, const char* name, const std::string& path,
-                                   const Report& report) {
-  const auto move = std::find_if(moves_.rbegin(), moves_.rend(),
-                                 [&event](const Move& each) { return each.cookie == event.cookie; });
-  if (move == moves_.rend()) {
-    report({ChangeKind::kFolderAppeared, path, {}});
-  } else {
-    move->to_parent = event.wd;
-    move->to_name = name;
-    report({ChangeKind::kFolderRenamed, path, move->from_path});
-  }
-  // A folder that is watched already is given its new place when its own event comes.
-  watch_tree(event.wd, name, report);
+// A folder that was made has the cookie 0, which no departure has.
+void InotifySource::report_arrival(std::uint32_t cookie, const std::string& path, const Report& report) {
+  const auto departure = std::find_if(departures_.begin(), departures_.end(),
+                                      [cookie](const Departure& each) { return each.cookie == cookie; });
+  if (departure == departures_.end()) return report({ChangeKind::kFolderAppeared, path, {}});
+  report({ChangeKind::kFolderRenamed, path, departure->path});
+  departures_.erase(departure);
 }
 
-void InotifySource::folder_moved(int folder, const Report& report) {
-  const auto move = std::find_if(moves_.rbegin(), moves_.rend(), [&](const Move& each) {
-    return folders_.is_at(folder, each.from_parent, each.from_name);
-  });
-  if (move == moves_.rend()) return;
-  if (move->to_parent != 0) return folders_.put(folder, move->to_parent, move->to_name);
-  report({ChangeKind::kFolderGone, move->from_path, {}});
-  forget(folder);
-  has_orphans_ = true;
+bool InotifySource::is_to_settle() const {
+  if (state_ != State::kWatching || (departures_.empty() && unsure_.empty())) return false;
+  pollfd more{events_.get(), POLLIN, 0};
+  return poll(&more, 1, 0) == 0 || departures_.size() + unsure_.size() > kMostWaiting;
 }
 
-void InotifySource::forget(int folder) {
-  inotify_rm_watch(events_.get(), folder);
-  folders_.remove(folder);
+// Decides what no further event will: folders that arrived nowhere are gone, and those that are not found
+// where they were last seen are in the share no more. What happened in one that is found may not have been
+// reported.
+void InotifySource::settle(const Report& report) {
+  for (const Departure& departure : std::exchange(departures_, {}))
+    report({ChangeKind::kFolderGone, departure.path, {}});
+  // One that is found may be above others that were not.
+  for (bool has_found = true; std::exchange(has_found, false);)
+    for (const int number : std::exchange(unsure_, {})) {
+      const int last = folders_.last();
+      if (!look_into(number, report)) continue;
+      has_found = true;
+      look_into_new_ones(last + 1, report);
+      report({ChangeKind::kFolderTouched, folders_.path(number).value_or(share_.folder()), {}});
+    }
+  if (unsure_.empty()) return;
+  for (const int number : std::exchange(unsure_, {})) forget(number);
+  for (const int number : folders_.orphans()) forget(number);
 }
 
-void InotifySource::forget_orphans() {
-  for (const int folder : folders_.orphans()) forget(folder);
-  has_orphans_ = false;
+void InotifySource::forget(int number) {
+  inotify_rm_watch(events_.get(), number);
+  folders_.remove(number);
 }
 
 }  // namespace

@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <random>
 #include <vector>
 
 #include "tests/support/test_files.h"
@@ -31,15 +34,15 @@ class ChangeSourceTest : public ::testing::TestWithParam<SourceKind> {
     if (!source_) GTEST_SKIP() << opened.trouble;
   }
 
-  // Reads changes until a mark in the share's folder "end" comes by: the whole machine's changes may come,
-  // too. A source that has to be replaced, or a loss of changes, is the end as well.
+  // Reads changes until a mark in the share's folder "end" has come by and no more wait: the whole machine's
+  // changes may come, too. A source that has to be replaced, or a loss of changes, is the end as well.
   ChangeSource::State read(Gatherer& gatherer) {
     const std::string end = share_.folder() + "/end/" + std::to_string(++ends_) + ".mp3";
     std::ofstream(end).close();
     bool is_over = false;
     auto state = ChangeSource::State::kWatching;
     for (pollfd changes{source_->descriptor(), POLLIN, 0};
-         state == ChangeSource::State::kWatching && !is_over && poll(&changes, 1, 10'000) == 1;)
+         state == ChangeSource::State::kWatching && poll(&changes, 1, is_over ? 0 : 10'000) == 1;)
       state = source_->read([&](const Change& change) {
         is_over |= change.kind == ChangeKind::kLost ||
                    (change.kind == ChangeKind::kFileClosed && change.path == end);
@@ -112,6 +115,52 @@ TEST_P(ChangeSourceTest, SeesADayOfChanges) {
     ASSERT_EQ(shell(row.commands), 0) << row.commands;
     EXPECT_EQ(call(), row.call) << row.commands;
   }
+}
+
+// Folders are made, moved about, into and out of the share, and deleted faster than the changes are read.
+// Then each folder that is left has to be watched under the name that it has.
+TEST_P(ChangeSourceTest, KnowsEveryFolderAfterATurmoil) {
+  namespace fs = std::filesystem;
+  open();
+  if (IsSkipped()) return;
+  std::mt19937 random(3);
+  const auto some_folder = [&](const std::string& top) {
+    std::vector<std::string> folders{top};
+    for (const auto& entry : fs::recursive_directory_iterator(top))
+      if (entry.is_directory() && entry.path().filename() != "end") folders.push_back(entry.path());
+    std::sort(folders.begin(), folders.end());  // the same ones on every file system
+    return folders[random() % folders.size()];
+  };
+  const auto share_or_outside = [&] {
+    return random() % 4 != 0 ? share_.folder() : folder_.path() + "/outside";
+  };
+  Gatherer gatherer(share_.folder(), {});
+  for (int i = 0; i < 400; ++i) {
+    const std::string name(1, static_cast<char>('a' + random() % 5));
+    const std::string target = some_folder(share_or_outside()) + "/" + name;
+    const std::string top = share_or_outside();
+    const std::string victim = some_folder(top);
+    std::error_code refused;
+    if (random() % 2 == 0 || victim == top)
+      fs::create_directory(target, refused);
+    else if (random() % 8 == 0)
+      fs::remove_all(victim, refused);
+    else
+      fs::rename(victim, target, refused);
+    if (random() % 10 != 0) continue;
+    ASSERT_EQ(read(gatherer), ChangeSource::State::kWatching);
+  }
+  ASSERT_EQ(read(gatherer), ChangeSource::State::kWatching);
+  (void)gatherer.take(Clock::now());
+
+  int folders = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(share_.folder())) {
+    if (!entry.is_directory() || entry.path().filename() == "end") continue;
+    ++folders;
+    std::ofstream(entry.path() / "1.mp3").close();
+    EXPECT_EQ(call(), "--entries @" + entry.path().string().substr(share_.folder().size()));
+  }
+  EXPECT_GT(folders, 20);
 }
 
 TEST_P(ChangeSourceTest, LeavesWhatIsBeingWritten) {

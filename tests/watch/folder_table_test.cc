@@ -18,8 +18,8 @@ TEST(FolderTable, KeepsPathsRightUnderRenamedFolders) {
   EXPECT_EQ(table.path(5), "/share/renamed/b");
   EXPECT_TRUE(table.is_at(5, 2, "b"));
   EXPECT_FALSE(table.is_at(5, 1, "b"));
-  EXPECT_EQ(table.after(2), 5);
-  EXPECT_EQ(table.after(5), 0);
+  EXPECT_EQ(table.first_from(3), 5);
+  EXPECT_EQ(table.first_from(6), 0);
   table.remove(2);
   EXPECT_EQ(table.path(5), std::nullopt);
   EXPECT_EQ(table.orphans(), std::vector<int>{5});
@@ -50,7 +50,7 @@ TEST(FolderTable, HoldsManyFoldersAndForgetsThemInNoOrder) {
   EXPECT_LT(table.bytes(), 3'000'000U) << "room is used again";
   int watch = 1;
   for (const auto& [expected, name] : model) {
-    watch = table.after(watch);
+    watch = table.first_from(watch + 1);
     ASSERT_EQ(watch, expected);
     ASSERT_EQ(table.path(watch), "/s/" + name);
   }
