@@ -1,5 +1,4 @@
 #include <getopt.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -9,9 +8,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <variant>
 
-#include "base/config.h"
+#include "tools/common_switches.h"
+#include "tools/configuration.h"
 #include "watch/watcher.h"
 
 namespace {
@@ -72,33 +71,29 @@ bool take_option(int option, const char* value, corvexal::WatchOptions& options)
   }
 }
 
-// The options, or the status to end with at once.
-std::variant<corvexal::WatchOptions, int> read_command_line(int argc, char** argv) {
+// The options; nothing for a wrong call.
+std::optional<corvexal::WatchOptions> read_command_line(int argc, char** argv) {
   constexpr option kOptions[] = {{"source", required_argument, nullptr, 's'},
                                  {"quiet-time", required_argument, nullptr, 'q'},
                                  {"full-sync-every", required_argument, nullptr, 'f'},
-                                 {"help", no_argument, nullptr, 'h'},
-                                 {"version", no_argument, nullptr, 'v'},
                                  {nullptr, 0, nullptr, 0}};
   corvexal::WatchOptions options;
-  for (int option; (option = getopt_long(argc, argv, "", kOptions, nullptr)) != -1;) {
-    if (option == 'h') return std::puts(kUsage), 0;
-    if (option == 'v') return std::puts("corvexal-watch " CORVEXAL_VERSION), 0;
-    if (!take_option(option, optarg, options)) return std::fprintf(stderr, "%s\n", kUsage), 2;
-  }
-  if (optind < argc) return std::fprintf(stderr, "%s\n", kUsage), 2;
+  for (int option; (option = getopt_long(argc, argv, "", kOptions, nullptr)) != -1;)
+    if (!take_option(option, optarg, options)) return std::nullopt;
+  if (optind < argc) return std::nullopt;
   return options;
 }
 
 int watch(int argc, char** argv) {
+  if (corvexal::answer_common_switch(argc, argv, "corvexal-watch", kUsage)) return 0;
   const auto options = read_command_line(argc, argv);
-  if (const int* status = std::get_if<int>(&options)) return *status;
-  dup2(STDERR_FILENO, STDOUT_FILENO);  // all that is left to say is for the log
-  return corvexal::Watcher(std::get<corvexal::WatchOptions>(options),
+  if (!options) {
+    std::fprintf(stderr, "%s\n", kUsage);
+    return 2;
+  }
+  return corvexal::Watcher(*options,
                            [argv] {
-                             corvexal::ConfigRecord config;
-                             corvexal::readconfig(1, {argv, 1}, config);
-                             std::fflush(stdout);
+                             const corvexal::ConfigRecord config = corvexal::read_configuration(argv);
                              return config.sharepath.empty() ? config.mntpath : config.sharepath;
                            })
       .run();

@@ -20,12 +20,12 @@ enum class ChangeKind {
   kLost,            // changes are missing; no path
 };
 
-struct Change {
+struct DiskChange {
   ChangeKind kind;
   std::string path;
   std::string old_path;  // of a renamed folder only
 };
 
-using Report = std::function<void(const Change&)>;
+using Report = std::function<void(const DiskChange&)>;
 
 }  // namespace corvexal

@@ -10,7 +10,7 @@ Gatherer::Gatherer(std::string top, Clock::duration quiet_time,
                    std::function<FileState(const std::string&)> look)
     : top_(std::move(top)), quiet_time_(quiet_time), look_(std::move(look)), folders_(top_) {}
 
-void Gatherer::add(const Change& change, Clock::time_point now) {
+void Gatherer::add(const DiskChange& change, Clock::time_point now) {
   switch (change.kind) {
     case ChangeKind::kFileBegun:
     case ChangeKind::kFileArrived:
@@ -94,7 +94,7 @@ Clock::duration Gatherer::failed(Batch batch, Clock::time_point now) {
   return pause;
 }
 
-void Gatherer::add_new_file(const Change& change, Clock::time_point now) {
+void Gatherer::add_new_file(const DiskChange& change, Clock::time_point now) {
   const bool was_moved = change.kind == ChangeKind::kFileArrived;
   const auto known = find_new_file(change.path);
   if (known != new_files_.end())
@@ -119,7 +119,7 @@ bool Gatherer::forget_unseen(std::string_view path) {
   return !was_moved;
 }
 
-void Gatherer::rename(const Change& change) {
+void Gatherer::rename(const DiskChange& change) {
   for (NewFile& file : new_files_)
     if (lies_in(file.path, change.old_path)) file.path = moved_path(file.path, change.old_path, change.path);
   folders_.rename(change.old_path, change.path);

@@ -29,7 +29,7 @@ class Gatherer {
   Gatherer(std::string top, Clock::duration quiet_time,
            std::function<FileState(const std::string&)> look = file_state);
 
-  void add(const Change& change, Clock::time_point now);
+  void add(const DiskChange& change, Clock::time_point now);
 
   // Asks for the whole share, due at once.
   void add_everything(Clock::time_point now);
@@ -53,10 +53,10 @@ class Gatherer {
     Clock::time_point since;
   };
 
-  void add_new_file(const Change& change, Clock::time_point now);
+  void add_new_file(const DiskChange& change, Clock::time_point now);
   std::vector<NewFile>::iterator find_new_file(std::string_view path);
   bool forget_unseen(std::string_view path);
-  void rename(const Change& change);
+  void rename(const DiskChange& change);
   void settle_new_files(Clock::time_point now);
   bool is_settled(const NewFile& file, Clock::time_point now);
 

@@ -118,7 +118,7 @@ InotifySource::State InotifySource::start() {
   if (top_ == 0) stop(State::kBroken, std::strerror(errno));
   if (state_ != State::kWatching) return state_;
   folders_.put(top_, 0, share_.folder());
-  look_into_new_ones(top_, [](const Change&) {});
+  look_into_new_ones(top_, [](const DiskChange&) {});
   return state_;
 }
 

@@ -237,7 +237,7 @@ void Watcher::handle_end_of_sync() {
 
 void Watcher::handle_changes() {
   const ChangeSource::State state =
-      source_->read([this](const Change& change) { followed_->gatherer.add(change, Clock::now()); });
+      source_->read([this](const DiskChange& change) { followed_->gatherer.add(change, Clock::now()); });
   if (state == ChangeSource::State::kWatching) return;
   const std::string trouble = source_->trouble();
   if (state == ChangeSource::State::kBroken) return close_source(trouble);

@@ -43,7 +43,7 @@ class ChangeSourceTest : public ::testing::TestWithParam<SourceKind> {
     auto state = ChangeSource::State::kWatching;
     for (pollfd changes{source_->descriptor(), POLLIN, 0};
          state == ChangeSource::State::kWatching && poll(&changes, 1, is_over ? 0 : 10'000) == 1;)
-      state = source_->read([&](const Change& change) {
+      state = source_->read([&](const DiskChange& change) {
         is_over |= change.kind == ChangeKind::kLost ||
                    (change.kind == ChangeKind::kFileClosed && change.path == end);
         if (!change.path.starts_with(share_.folder() + "/end")) gatherer.add(change, Clock::now());

@@ -46,7 +46,7 @@ class GathererTest : public ::testing::Test {
 TEST_F(GathererTest, MakesTheSmallestCallThatCoversAllChanges) {
   const struct {
     const char* what;
-    std::vector<Change> changes;
+    std::vector<DiskChange> changes;
     const char* call;
   } rows[] = {
       {"files of one folder",
@@ -73,7 +73,7 @@ TEST_F(GathererTest, MakesTheSmallestCallThatCoversAllChanges) {
       {"but what is known is said", {{kLost, "", ""}, {kFolderRenamed, "/s/b", "/s/a"}}, "--rename @/a @/b"},
   };
   for (const auto& row : rows) {
-    for (const Change& change : row.changes) gatherer_.add(change, kStart);
+    for (const DiskChange& change : row.changes) gatherer_.add(change, kStart);
     EXPECT_EQ(take(2), row.call) << row.what;
     EXPECT_EQ(due(), -1) << row.what;
   }
