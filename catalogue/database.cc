@@ -41,7 +41,7 @@ Rows::~Rows() {
 bool Rows::next() {
   if (!statement_ || failed()) return false;
   const bool had_transaction = database_->in_transaction();
-  const int code = sqlite3_step(statement_.get());
+  const int code = database_->guard_.step(statement_.get(), work_);
   if (code == SQLITE_ROW) return true;
   result_ = database_->check(code);
   database_->give_back(std::move(sql_), std::move(statement_));
@@ -56,19 +56,21 @@ std::string_view Rows::text(int column) const {
           static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
 }
 
-int Database::open(const std::string& path, std::chrono::milliseconds busy_timeout) {
-  return open(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, busy_timeout);
+int Database::open(const std::string& path, std::chrono::milliseconds busy_timeout,
+                   std::chrono::milliseconds longest_step) {
+  return open(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, busy_timeout, longest_step);
 }
 
 int Database::open_to_read(const std::string& path, std::span<const std::string> setup) {
-  const int code = open(path, SQLITE_OPEN_READONLY, kBusyTimeout);
+  const int code = open(path, SQLITE_OPEN_READONLY, kBusyTimeout, kLongestStep);
   if (code != SQLITE_OK) return code;
   simple("PRAGMA temp_store=memory");
   for (const std::string& statement : setup) simple(statement.c_str());
   return SQLITE_OK;
 }
 
-int Database::open(const std::string& path, int flags, std::chrono::milliseconds busy_timeout) {
+int Database::open(const std::string& path, int flags, std::chrono::milliseconds busy_timeout,
+                   std::chrono::milliseconds longest_step) {
   close();
   loss_.reset();
   joined_ = false;
@@ -82,6 +84,8 @@ int Database::open(const std::string& path, int flags, std::chrono::milliseconds
   }
   busy_timeout_ = busy_timeout;
   sqlite3_busy_handler(handle_.get(), wait_for_lock, this);
+  guard_.attach(handle_.get(), longest_step);
+  simple("PRAGMA cell_size_check=1");
   // A spill locks other clients out from there to the commit, so only a change of much of a large catalogue
   // may spill: past 10,000 pages, 40 MiB.
   simple("PRAGMA cache_spill=10000");
@@ -149,11 +153,12 @@ int Database::fail(int code, const char* text) {
 
 int Database::check(int code) {
   if (code == SQLITE_OK || code == SQLITE_DONE) return SQLITE_OK;
-  return fail(code & 0xFF, sqlite3_errmsg(handle_.get()));
+  const bool was_ended = (code & 0xFF) == SQLITE_INTERRUPT;
+  return fail(code & 0xFF, was_ended ? "a statement takes too long" : sqlite3_errmsg(handle_.get()));
 }
 
 int Database::simple(const char* sql) {
-  return sqlite3_exec(handle_.get(), sql, nullptr, nullptr, nullptr);
+  return guard_.execute(sql);
 }
 
 int Database::run(std::string_view format, std::span<const SqlValue> values) {
@@ -202,8 +207,9 @@ int Database::execute(sqlite3_stmt* statement) {
 }
 
 int Database::step_to_end(sqlite3_stmt* statement) {
-  int code = sqlite3_step(statement);
-  while (code == SQLITE_ROW) code = sqlite3_step(statement);
+  StatementGuard::Work work;
+  int code = guard_.step(statement, work);
+  while (code == SQLITE_ROW) code = guard_.step(statement, work);
   return check(code);
 }
 

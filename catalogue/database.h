@@ -13,6 +13,7 @@
 
 #include "catalogue/catalogue_files.h"
 #include "catalogue/sql_text.h"
+#include "catalogue/statement_guard.h"
 
 namespace corvexal {
 
@@ -52,6 +53,7 @@ class Rows {
   Database* database_;
   std::string sql_;
   Statement statement_;
+  StatementGuard::Work work_;
   int result_;
 };
 
@@ -73,9 +75,10 @@ class Database {
   Database& operator=(const Database&) = delete;
 
   // Opens (or creates) the file, reached as find_place says. A lock held by another connection is waited for,
-  // each time up to `busy_timeout`. Returns SQLite's result code; on failure one line on standard error says
-  // why and the catalogue is closed.
-  int open(const std::string& path, std::chrono::milliseconds busy_timeout = kBusyTimeout);
+  // each time up to `busy_timeout`, and a statement ends after `longest_step` of work (see StatementGuard).
+  // Returns SQLite's result code; on failure one line on standard error says why and the catalogue is closed.
+  int open(const std::string& path, std::chrono::milliseconds busy_timeout = kBusyTimeout,
+           std::chrono::milliseconds longest_step = kLongestStep);
 
   // Opens an existing file, reached alike, that is not written to, and sets it up with statements that write
   // nothing to it. Returns as open() does.
@@ -138,7 +141,7 @@ class Database {
   // The error's text of the last statement, for a message; empty when it succeeded.
   [[nodiscard]] const char* error_text() const { return error_.c_str(); }
 
-  static constexpr std::chrono::milliseconds kBusyTimeout{60'000};
+  static constexpr std::chrono::milliseconds kBusyTimeout{60'000}, kLongestStep{60'000};
 
  private:
   friend class Rows;
@@ -146,7 +149,8 @@ class Database {
     void operator()(sqlite3* handle) const noexcept { sqlite3_close_v2(handle); }
   };
 
-  int open(const std::string& path, int flags, std::chrono::milliseconds busy_timeout);
+  int open(const std::string& path, int flags, std::chrono::milliseconds busy_timeout,
+           std::chrono::milliseconds longest_step);
   int open_handle(const std::string& path, int flags, std::string& reason);
   int run(std::string_view format, std::span<const SqlValue> values);
   int run(BoundSql sql);
@@ -171,6 +175,7 @@ class Database {
     std::string text;
   };
 
+  StatementGuard guard_;
   std::unique_ptr<CatalogueFiles> files_;
   std::unique_ptr<sqlite3, CloseHandle> handle_;
   std::unordered_map<std::string, Statement> prepared_;  // statements not in use, by their text

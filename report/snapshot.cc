@@ -9,8 +9,6 @@ namespace corvexal::report {
 namespace {
 
 constexpr int kLockWaitMs = 60'000;
-constexpr std::chrono::seconds kLongestQuery{60};
-constexpr int kLongestValue = 1 << 20;  // bytes
 
 std::string reason(sqlite3* handle) {
   switch (sqlite3_extended_errcode(handle)) {
@@ -30,7 +28,7 @@ std::string reason(sqlite3* handle) {
 }  // namespace
 
 bool Query::next() {
-  const int code = sqlite3_step(statement_.get());
+  const int code = guard_->step(statement_.get(), work_);
   if (code != SQLITE_ROW && code != SQLITE_DONE) fail(sqlite3_db_handle(statement_.get()));
   return code == SQLITE_ROW;
 }
@@ -53,36 +51,18 @@ Snapshot::Snapshot(const std::string& path) {
   const int code = sqlite3_open_v2(files_->database(), &handle, kFlags, files_->file_system());
   handle_.reset(handle);
   if (code != SQLITE_OK) throw Unreadable("cannot open the catalogue " + path + ": " + sqlite3_errstr(code));
-  restrict();
+  sqlite3_busy_timeout(handle, kLockWaitMs);
+  guard_.attach(handle);
   // The transaction begins with the first read.
   if (sqlite3_exec(handle, "BEGIN", nullptr, nullptr, nullptr) != SQLITE_OK) fail(handle);
   static_cast<void>(has_table("music_tbl"));
 }
 
-void Snapshot::restrict() {
-  sqlite3* const handle = handle_.get();
-  sqlite3_busy_timeout(handle, kLockWaitMs);
-  sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, kLongestValue);
-  sqlite3_limit(handle, SQLITE_LIMIT_ATTACHED, 0);
-  for (const int off :
-       {SQLITE_DBCONFIG_ENABLE_VIEW, SQLITE_DBCONFIG_ENABLE_TRIGGER, SQLITE_DBCONFIG_TRUSTED_SCHEMA})
-    sqlite3_db_config(handle, off, 0, nullptr);
-  sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-  constexpr int kInstructionsBetweenLooks = 100'000;
-  sqlite3_progress_handler(handle, kInstructionsBetweenLooks, is_overdue, this);
-}
-
-int Snapshot::is_overdue(void* snapshot) {
-  const auto& self = *static_cast<Snapshot*>(snapshot);
-  return std::chrono::steady_clock::now() - self.query_began_ > kLongestQuery ? 1 : 0;
-}
-
 Query Snapshot::query(const std::string& sql) {
-  query_began_ = std::chrono::steady_clock::now();
   sqlite3_stmt* statement = nullptr;
   const int code =
       sqlite3_prepare_v2(handle_.get(), sql.c_str(), static_cast<int>(sql.size() + 1), &statement, nullptr);
-  Query query{Statement(statement)};
+  Query query(guard_, Statement(statement));
   if (code != SQLITE_OK) fail(handle_.get());
   return query;
 }

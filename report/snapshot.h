@@ -2,7 +2,6 @@
 
 #include <sqlite3.h>
 
-#include <chrono>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -28,15 +27,17 @@ class Query {
 
  private:
   friend class Snapshot;
-  explicit Query(Statement statement) : statement_(std::move(statement)) {}
+  Query(StatementGuard& guard, Statement statement) : guard_(&guard), statement_(std::move(statement)) {}
 
+  StatementGuard* guard_;
   Statement statement_;
+  StatementGuard::Work work_;
 };
 
 // A catalogue as it is at one moment: opened for reading only, all its queries in one read transaction.
 // Nothing is written, created or rolled back, so that it can be read from a medium that is read-only; a run
-// that writes meanwhile waits for the snapshot's end with its commit. A foreign catalogue is harmless: views
-// and triggers do not run, and a query that takes longer than a minute ends.
+// that writes meanwhile waits for the snapshot's end with its commit. A foreign catalogue is harmless
+// (StatementGuard).
 class Snapshot {
  public:
   // Throws Unreadable; a lock is waited for up to a minute.
@@ -54,12 +55,10 @@ class Snapshot {
   struct CloseHandle {
     void operator()(sqlite3* handle) const noexcept { sqlite3_close_v2(handle); }
   };
-  static int is_overdue(void* snapshot);
-  void restrict();
 
+  StatementGuard guard_;
   std::unique_ptr<CatalogueFiles> files_;
   std::unique_ptr<sqlite3, CloseHandle> handle_;
-  std::chrono::steady_clock::time_point query_began_;
 };
 
 }  // namespace corvexal::report

@@ -22,14 +22,15 @@ TEST_F(RenameTest, SelectsByLikeAndSplicesLetterByLetter) {
       {"/s/1/s/%/x/", "/s/%", "/n", "/n/x/"},        // a wildcard selects, the splice finds it further on
       {"/s/A/Bob's/", "/s/A", "/n", "/s/A/Bob's/"},  // a quote fails the update
   };
-  run("create view media as select UTF_Path from music_tbl union select UTF_Path from video_tbl union "
-      "select UTF_Path from photo_tbl;");
+  constexpr const char* kPathsOfMedia =
+      "select UTF_Path from music_tbl union select UTF_Path from video_tbl union select UTF_Path from "
+      "photo_tbl";
   for (const auto& row : rows) {
     add_folder(row.stored);
     for (const char* table : {"music_tbl", "video_tbl", "photo_tbl"}) add_row(table, row.stored, "file.xyz");
     printed([&] { Update_File_Path(db, row.old_path, row.new_path); });
     EXPECT_EQ(column("select path from path_objid_tbl"), row.expected) << row.stored;
-    EXPECT_EQ(column("select UTF_Path from media"), row.expected) << row.stored;
+    EXPECT_EQ(column(kPathsOfMedia), row.expected) << row.stored;
     for (const char* table : {"path_objid_tbl", "music_tbl", "video_tbl", "photo_tbl"})
       run("delete from %s;", table);
   }
