@@ -1,22 +1,10 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <csignal>
-#include <filesystem>
-
 #include "catalogue/row_counts.h"
-#include "catalogue/schema.h"
 #include "tests/catalogue/catalogue_fixture.h"
-#include "tests/faults/swapped_paths.h"
-#include "tests/support/bytes.h"
 
 namespace corvexal {
 namespace {
 
-namespace fs = std::filesystem;
 using testing::CapturedOutput;
-using testing::read_file;
 
 constexpr const char* kInsert = R"(insert into music_tbl (No,Title) values ("%d","%s");)";
 
@@ -28,30 +16,38 @@ class HostileCatalogue : public testing::CatalogueTest {
     db.close();
     sqlite3* client = nullptr;
     ASSERT_EQ(sqlite3_open(path("catalogue.db").c_str(), &client), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(client, statement, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(client);
+    EXPECT_EQ(sqlite3_exec(client, statement, nullptr, nullptr, nullptr), SQLITE_OK)
+        << sqlite3_errmsg(client);
     sqlite3_close(client);
-    ASSERT_EQ(db.open(path("catalogue.db"), std::chrono::seconds(1), std::chrono::milliseconds(50)), SQLITE_OK);
+    ASSERT_EQ(db.open(path("catalogue.db"), std::chrono::seconds(1), std::chrono::milliseconds(50)),
+              SQLITE_OK);
   }
 };
 
 TEST_F(HostileCatalogue, RunsNoTriggers) {
-  spoil("create trigger endless after insert on music_tbl begin insert into video_tbl (No) "
-        "with recursive n(i) as (select 1 union all select i + 1 from n) select i from n; end");
+  spoil(
+      "create trigger endless after insert on music_tbl begin insert into video_tbl (No) "
+      "with recursive n(i) as (select 1 union all select i + 1 from n) select i from n; end");
   EXPECT_EQ(db.exec(kInsert, 1, "a"), SQLITE_OK);
   EXPECT_EQ(column("select (select count(*) from music_tbl) || (select count(*) from video_tbl)"), "10");
 }
 
 TEST_F(HostileCatalogue, TakesNoViewOrVirtualTableForATable) {
-  for (const char* form : {"create view music_tbl as with recursive n(i) as (select 1 union all select i + 1 from n) "
-                           "select i as No, 'x' as Title from n",
-                           "create virtual table music_tbl using fts5 (No, Title)"}) {
+  struct Form {
+    const char *create, *drop;
+  };
+  for (const auto& [form, drop] :
+       {Form{"create view music_tbl as with recursive n(i) as (select 1 union all select i + 1 from n) "
+             "select i as No, 'x' as Title from n",
+             "drop view music_tbl"},
+        Form{"create virtual table music_tbl using fts5 (No, Title)", "drop table music_tbl"}}) {
     spoil("drop table if exists music_tbl");
     spoil(form);
     CapturedOutput out;
     EXPECT_EQ(LastRowNo(db, "music_tbl"), -1) << form;
     EXPECT_EQ(db.exec(kInsert, 1, "a"), SQLITE_ERROR) << form;
     EXPECT_FALSE(db.lost_work());
-    spoil(form[7] == 'v' && form[8] == 'i' && form[9] == 'e' ? "drop view music_tbl" : "drop table music_tbl");
+    spoil(drop);
   }
 }
 
@@ -62,8 +58,9 @@ TEST_F(HostileCatalogue, EndsAStatementThatTakesTooLong) {
   CapturedOutput errors(2);
   int code = SQLITE_OK;
   for (int i = 0; i < 3 && code == SQLITE_OK; ++i)
-    code = db.exec("insert into music_tbl (No,Title) select a.No, a.Title from music_tbl a, music_tbl b, "
-                   "(select 1 union select 2 union select 3 union select 4);");
+    code = db.exec(
+        "insert into music_tbl (No,Title) select a.No, a.Title from music_tbl a, music_tbl b, "
+        "(select 1 union select 2 union select 3 union select 4);");
   EXPECT_EQ(code, SQLITE_INTERRUPT);
   EXPECT_TRUE(db.lost_work());
   EXPECT_EQ(errors.text(),
