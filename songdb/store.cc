@@ -135,14 +135,14 @@ void SongStore::let_go() {
   ++generation_;
 }
 
-// Makes a change in the file, which then has another handle when gdbm failed.
+// Makes a change in the file, which may have another handle afterwards.
 template <class Change>
 bool SongStore::change(Change make_change) {
   const auto guard = lock_gdbm();
   if (!file_) return false;
-  const bool took_changes = file_->takes_changes();
+  const unsigned handles_made = file_->handles_made();
   const bool changed = make_change(*file_);
-  if (took_changes && !file_->takes_changes()) let_go();
+  if (file_->handles_made() != handles_made) let_go();
   return changed;
 }
 

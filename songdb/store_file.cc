@@ -6,13 +6,13 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <optional>
 #include <utility>
 #include <vector>
 
 #include "base/file.h"
+#include "base/log.h"
 #include "songdb/record.h"
 
 namespace corvexal {
@@ -99,29 +99,29 @@ bool holds_records_of_another_version(GDBM_FILE db) {
 }  // namespace
 
 std::unique_ptr<StoreFile> StoreFile::open(const std::string& path, bool emptied) {
-  std::unique_ptr<StoreFile> store(new StoreFile(path));
-  return store->load(emptied) ? std::move(store) : nullptr;
+  std::unique_ptr<StoreFile> store(new StoreFile(path, emptied));
+  return store->load() ? std::move(store) : nullptr;
 }
 
 std::unique_ptr<StoreFile> StoreFile::open_to_read(const std::string& path) {
-  std::unique_ptr<StoreFile> store(new StoreFile(path));
-  store->db_ = open_gdbm(path, GDBM_READER);
+  std::unique_ptr<StoreFile> store(new StoreFile(path, false));
+  store->set_handle(open_gdbm(path, GDBM_READER));
   return store->db_ ? std::move(store) : nullptr;
 }
 
-bool StoreFile::load(bool emptied) {
+bool StoreFile::load() {
   place_ = find_place(path_);
   if (place_) original_ = open_plain_file(place_->folder.get(), place_->name, O_RDONLY);
   if (!place_ || (!original_ && errno != ENOENT)) return fail("cannot be opened", why_refused(errno));
   staging_ = StagingFolder::make(*place_);
   const auto found = original_ ? status_of(original_.get()) : std::nullopt;
-  if (emptied || !found || found->st_size == 0) return begin_empty();
+  if (emptied_ || !found || found->st_size == 0) return begin_empty();
 
   const Descriptor copy = copy_original();
   const int no_copy = errno;
   if (!copy) fail("is only read: there can be no copy to work on", std::strerror(no_copy));
   takes_changes_ = static_cast<bool>(copy);
-  db_ = copy ? open_gdbm(copy.duplicate(), staging_->file_path(), GDBM_WRITER) : open_original();
+  set_handle(copy ? open_gdbm(copy.duplicate(), staging_->file_path(), GDBM_WRITER) : open_original());
   const bool is_damaged = db_ ? !is_sound(db_.get()) : gdbm_errno == GDBM_BAD_AVAIL;
   if (!db_ && !is_damaged) return fail("cannot be opened", gdbm_failure());
   if (is_damaged && !copy) errno = no_copy;
@@ -132,7 +132,7 @@ bool StoreFile::load(bool emptied) {
 bool StoreFile::begin_empty() {
   Descriptor file = make_copy_file();
   if (!file) return fail("cannot be made", std::strerror(errno));
-  db_ = open_gdbm(std::move(file), staging_->file_path(), GDBM_NEWDB);
+  set_handle(open_gdbm(std::move(file), staging_->file_path(), GDBM_NEWDB));
   if (!db_) return fail("cannot be made", gdbm_failure());
   takes_changes_ = has_changes_ = true;
   return true;
@@ -156,19 +156,25 @@ GdbmFile StoreFile::open_original() {
 bool StoreFile::rebuild(const Descriptor& copy) {
   db_.reset();
   forget_free_space(copy);
-  db_ = open_gdbm(copy.duplicate(), staging_->file_path(), GDBM_WRITER);
+  set_handle(open_gdbm(copy.duplicate(), staging_->file_path(), GDBM_WRITER));
   gdbm_recovery outcome{};
   if (!db_ || gdbm_recover(db_.get(), &outcome, GDBM_RCVR_FORCE) != 0) return false;
   const std::size_t kept = outcome.recovered_keys - outcome.duplicate_keys - remove_torn_records(db_.get());
   has_changes_ = true;
-  std::fprintf(stderr, "Song store %s was damaged and has been rebuilt with %zu records\n", path_.c_str(),
-               kept);
+  error_printf("Song store %s was damaged and has been rebuilt with %zu records\n", path_.c_str(), kept);
   return true;
+}
+
+// A fault that cost one copy may have passed.
+bool StoreFile::can_change() {
+  if (takes_changes_ || !may_try_anew_ || new_copies_left_ == 0) return takes_changes_;
+  --new_copies_left_;
+  return load() && takes_changes_;
 }
 
 template <class Change>
 bool StoreFile::change(std::size_t record_size, Change make_change) {
-  if (!takes_changes_ || !has_room_for(db_.get(), record_size)) return false;
+  if (!can_change() || !has_room_for(db_.get(), record_size)) return false;
   if (make_change(db_.get()) == 0) return has_changes_ = true;
   if (gdbm_needs_recovery(db_.get()) != 0) lose_changes(gdbm_db_strerror(db_.get()));
   return false;
@@ -185,9 +191,15 @@ bool StoreFile::remove(Bytes key) {
 
 void StoreFile::lose_changes(const std::string& reason) {
   fail("is left as it was, without this run's changes", reason);
-  takes_changes_ = false;
-  lost_changes_ = has_changes_;
-  db_ = open_original();
+  lost_changes_ = lost_changes_ || has_changes_;
+  takes_changes_ = has_changes_ = false;
+  may_try_anew_ = true;
+  set_handle(open_original());
+}
+
+void StoreFile::set_handle(GdbmFile db) {
+  db_ = std::move(db);
+  ++handles_made_;
 }
 
 bool StoreFile::save() {
@@ -208,7 +220,7 @@ bool StoreFile::replace_original() {
 bool StoreFile::fail(const char* what, const std::string& reason) const {
   const int error = errno;
   const bool is_foreign = error == EINVAL || error == EMLINK;
-  std::fprintf(stderr, "Song store %s %s: %s%s\n", path_.c_str(), what, reason.c_str(),
+  error_printf("Song store %s %s: %s%s\n", path_.c_str(), what, reason.c_str(),
                is_foreign ? "; move it away, and the next scan makes a new one" : "");
   errno = error;
   return false;

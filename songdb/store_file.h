@@ -31,16 +31,14 @@ class StoreFile {
   StoreFile(const StoreFile&) = delete;
   StoreFile& operator=(const StoreFile&) = delete;
 
-  // For look-ups; null when changes to a new store were lost.
+  // For look-ups; null when changes to a new store were lost. Good while handles_made() stays the same.
   [[nodiscard]] GDBM_FILE db() const { return db_.get(); }
-
-  // False from the moment on when the store is only read.
-  [[nodiscard]] bool takes_changes() const { return takes_changes_; }
+  [[nodiscard]] unsigned handles_made() const { return handles_made_; }
 
   // Stores a record in place of an earlier one of that key, or deletes one. False when that is not possible,
   // as on a full disk, and nothing has changed. When gdbm fails half-way the copy, and with it all that was
-  // changed, is lost: one line on standard error says so, and from then on the store is only read, as it was
-  // found.
+  // changed, is lost, as one line on standard error says. The next change then tries a new copy, a few times
+  // a run; after that the store is only read, as it was found.
   bool put(Bytes key, Bytes record);
   bool remove(Bytes key);
 
@@ -50,10 +48,11 @@ class StoreFile {
   [[nodiscard]] bool save();
 
  private:
-  explicit StoreFile(std::string path) : path_(std::move(path)) {}
+  StoreFile(std::string path, bool emptied) : path_(std::move(path)), emptied_(emptied) {}
 
-  bool load(bool emptied);
+  bool load();
   bool begin_empty();
+  bool can_change();
   [[nodiscard]] Descriptor make_copy_file() const;
   [[nodiscard]] Descriptor copy_original() const;
   GdbmFile open_original();
@@ -62,14 +61,18 @@ class StoreFile {
   bool change(std::size_t record_size, Change make_change);
   bool replace_original();
   void lose_changes(const std::string& reason);
+  void set_handle(GdbmFile db);
   bool fail(const char* what, const std::string& reason) const;
 
   std::string path_;  // for messages
+  bool emptied_;
   std::optional<Place> place_;
   Descriptor original_;  // none where the store was missing
   std::unique_ptr<StagingFolder> staging_;
   GdbmFile db_;
-  bool takes_changes_ = false, has_changes_ = false, lost_changes_ = false;
+  unsigned handles_made_ = 0;
+  int new_copies_left_ = 3;  // each costs a copy of the whole store
+  bool takes_changes_ = false, has_changes_ = false, lost_changes_ = false, may_try_anew_ = false;
 };
 
 }  // namespace corvexal

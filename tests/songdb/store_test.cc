@@ -10,6 +10,7 @@
 #include <ctime>
 #include <random>
 #include <set>
+#include <sstream>
 
 #include "base/text.h"
 #include "tests/songdb/store_fixture.h"
@@ -189,26 +190,41 @@ TEST_F(DamagedStore, IsLeftAsItWasWhenThereIsNoRoomToRebuildIt) {
   }
 }
 
-// gdbm has no way back from a write that fails. What cannot be stored is logged and counted.
+// gdbm has no way back from a write that fails. What cannot be stored is logged and counted, and what comes
+// later is tried again.
 TEST_F(DamagedStore, IsLeftAsItWasWhenGdbmFailsHalfWay) {
-  const rlimit full = {healthy_.size() + 40'000, RLIM_INFINITY};
-  const auto fills_up = [&] {
+  const auto fills_up = [&](std::uint32_t songs_until_there_is_room) {
     std::signal(SIGXFSZ, SIG_IGN);
     open();
     SongInfo song = song_of(1000, "/mnt/" + std::string(10'000, 'x'));
     song.fname = "long.mp3";
-    setrlimit(RLIMIT_FSIZE, &full);
-    for (; song.id < 1010; ++song.id) store.add(song);
-    const std::string log = read_file("var/log/MediaServer.log");
-    const std::string line = ":Error inserting file long.mp3 in database\n\n";
-    std::size_t lines = 0;
-    for (std::size_t at = 0; (at = log.find(line, at)) != std::string::npos; ++at) ++lines;
-    return lines > 5 && lines < 9 && store.songs_added() == 410 && store.contains(399) &&
-           !store.contains(1000) && !store.close() && read_file(file()) == healthy_;
+    rlimit limit = {healthy_.size() + 40'000, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    for (; song.id < 1000 + songs_until_there_is_room; ++song.id) store.add(song);
+    limit.rlim_cur = RLIM_INFINITY;
+    setrlimit(RLIMIT_FSIZE, &limit);
+    for (; song.id < 1030; ++song.id) store.add(song);
+    EXPECT_EQ(store.songs_added(), 430U);
+    EXPECT_TRUE(store.contains(399) && !store.contains(1000));
+    EXPECT_FALSE(store.close());
   };
-  fs::create_directories("var/log");
-  EXPECT_EXIT(_exit(fills_up() ? 0 : 1), ::testing::ExitedWithCode(0),
-              "is left as it was, without this run's changes: ");
+  struct Case {
+    std::uint32_t songs_until_there_is_room;
+    bool is_as_it_was;
+  };
+  for (const auto& [songs, is_as_it_was] : {Case{5, false}, Case{30, true}}) {
+    mount_.write(".systemfile/songs.gdb", healthy_);
+    fs::remove_all("var");
+    fs::create_directories("var/log");
+    EXPECT_EXIT((fills_up(songs), _exit(HasFailure() ? 1 : 0)), ::testing::ExitedWithCode(0),
+                "is left as it was, without this run's changes: ");
+    EXPECT_EQ(read_file(file()) == healthy_, is_as_it_was);
+    std::istringstream log(read_file("var/log/MediaServer.log"));
+    std::ptrdiff_t lines = 0;
+    for (std::string line; std::getline(log, line);)
+      lines += line.ends_with(":Error inserting file long.mp3 in database");
+    EXPECT_EQ(lines > 10, is_as_it_was) << lines;
+  }
 }
 
 // The run may be killed at any moment: the next one finds what the last close() left, or the one that was
