@@ -138,6 +138,11 @@ class Database {
   // The ROWID of the last row that was inserted.
   [[nodiscard]] std::int64_t last_rowid() const { return sqlite3_last_insert_rowid(handle_.get()); }
 
+  // How many rows the last statement that wrote has changed.
+  [[nodiscard]] std::uint64_t changed_rows() const {
+    return static_cast<std::uint64_t>(sqlite3_changes(handle_.get()));
+  }
+
   // The error's text of the last statement, for a message; empty when it succeeded.
   [[nodiscard]] const char* error_text() const { return error_.c_str(); }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "catalogue/media_rows.h"
+
 namespace corvexal {
 
 MediaClass media_class_of(MediaKind kind) {
@@ -59,7 +61,8 @@ void FolderComparison::TableRows::step() {
 }
 
 FolderComparison::FolderComparison(Database& db, const std::string& folder, FolderCursor* entries)
-    : entries_(entries),
+    : takes_files_(catalogue_takes(folder)),
+      entries_(entries),
       tables_{TableRows(db, MediaClass::kMusic, folder), TableRows(db, MediaClass::kVideo, folder),
               TableRows(db, MediaClass::kPhoto, folder)} {}
 
@@ -97,15 +100,21 @@ const Finding* FolderComparison::show(FindingKind kind, TableRows& table) {
   return &finding_;
 }
 
+FindingKind FolderComparison::kind_of_entry() const {
+  switch (entry_->kind) {
+    case EntryKind::kFolder:
+      return FindingKind::kFolder;
+    case EntryKind::kUnknown:
+      return FindingKind::kUnknown;
+    case EntryKind::kFile:
+      break;
+  }
+  return takes_files_ && catalogue_takes(entry_->name) ? FindingKind::kNew : FindingKind::kRefused;
+}
+
 const Finding* FolderComparison::show_entry() {
   entry_is_shown_ = true;
-  if (entry_->kind == EntryKind::kFolder) {
-    finding_ = {FindingKind::kFolder, {}, entry_, nullptr};
-  } else if (entry_->kind == EntryKind::kUnknown) {
-    finding_ = {FindingKind::kUnknown, {}, entry_, nullptr};
-  } else {
-    finding_ = {FindingKind::kNew, media_class_of(entry_->media), entry_, nullptr};
-  }
+  finding_ = {kind_of_entry(), media_class_of(entry_->media), entry_, nullptr};
   return &finding_;
 }
 

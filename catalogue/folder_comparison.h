@@ -22,6 +22,7 @@ struct StoredRow {
 enum class FindingKind {
   kPresent,  // a file with its row
   kNew,      // a file without a row
+  kRefused,  // a file without a row that can have none, for a `"` in its path
   kDouble,   // a further row of a file
   kGone,     // a row without a file
   kFolder,   // a sub-folder
@@ -31,7 +32,7 @@ enum class FindingKind {
 // One thing that a comparison met; views hold until the next one.
 struct Finding {
   FindingKind kind = FindingKind::kPresent;
-  MediaClass media_class = MediaClass::kMusic;  // of the table, but for the last two
+  MediaClass media_class = MediaClass::kMusic;  // of the table or the file
   const FolderEntry* entry = nullptr;           // but for kDouble and kGone
   const StoredRow* row = nullptr;               // of the others
 };
@@ -70,10 +71,12 @@ class FolderComparison {
 
   const Finding* show(FindingKind kind, TableRows& table);
   const Finding* show_entry();
+  [[nodiscard]] FindingKind kind_of_entry() const;
   TableRows* first_row_at(std::string_view name);
   [[nodiscard]] std::optional<std::string_view> next_name() const;
   void step();
 
+  bool takes_files_;  // nothing in the folder's path keeps their rows out
   FolderCursor* entries_;
   const FolderEntry* entry_ = nullptr;
   bool entry_has_row_ = false;

@@ -35,7 +35,8 @@ bool FolderCursor::look_at(std::string_view name) {
   // Ends with the NUL that follows each name in the list.
   if (fstatat(folder_, name.data(), &entry_.status, AT_SYMLINK_NOFOLLOW) != 0) {
     entry_.kind = EntryKind::kUnknown;
-    return !says_gone(errno);
+    entry_.error = errno;
+    return !says_gone(entry_.error);
   }
   if (S_ISDIR(entry_.status.st_mode)) {
     entry_.kind = EntryKind::kFolder;

@@ -25,6 +25,7 @@ struct FolderEntry {
   EntryKind kind = EntryKind::kFile;
   MediaKind media = MediaKind::kOther;  // of a file
   struct stat status {};                // of a file
+  int error = 0;                        // errno of what cannot be found out
 };
 
 // The entries of one folder that matter to the catalogue, in the order of their names' bytes. Each is looked

@@ -11,6 +11,7 @@
 #include "base/log.h"
 #include "catalogue/media_rows.h"
 #include "catalogue/path_depth.h"
+#include "catalogue/scan.h"
 #include "songdb/update.h"
 
 namespace corvexal {
@@ -98,8 +99,15 @@ class Surveyor {
     return true;
   }
 
+  void refuse(const std::string& path) {
+    ++counts_.refused;
+    error_printf("Corvexal: %s: the catalogue cannot hold a name with a \" in it%s\n", path.c_str(),
+                 path.ends_with('/') ? "; what lies in the folder is left out" : "");
+  }
+
   void walk() {
     for (const std::string& folder : survey_.scope.folders()) {
+      if (!is_scanned(folder)) continue;
       add_folders_around(folder);
       queue_.push_back(folder);
     }
@@ -108,6 +116,20 @@ class Surveyor {
       queue_.pop_front();
       visit(folder);
     }
+  }
+
+  // False for a folder that is not there or that a walk from the share would pass over, as it would one above
+  // it: it is as good as gone. What it is may also be unknown.
+  [[nodiscard]] bool is_scanned(const std::string& folder) const {
+    if (!folder.starts_with(task_.share)) return true;
+    for (std::size_t at = task_.share.size(); at < folder.size(); at = folder.find('/', at) + 1) {
+      const std::string path = folder.substr(0, folder.find('/', at));
+      struct stat status {};
+      if (folder[at] == '.' || path.size() >= kFullPathLimit) return false;
+      if (lstat(path.c_str(), &status) != 0) return !says_gone(errno);
+      if (!S_ISDIR(status.st_mode)) return false;
+    }
+    return true;
   }
 
   // The folders between the share and a task's folder hold entries, too: at least that one.
@@ -126,7 +148,7 @@ class Surveyor {
 
   [[nodiscard]] bool needs_row(const FolderRef& folder) const {
     const auto& [path, known] = folder;
-    if (known.rowid == 0) return known.holds_entries;
+    if (known.rowid == 0) return known.holds_entries && catalogue_takes(path);
     const std::uint64_t parent = parent_of(survey_.folders, path);
     const auto around = survey_.folders.find(std::string(folder_around(path)));
     const bool parent_is_new =
@@ -150,6 +172,7 @@ class Surveyor {
     }
     FolderRef& folder = *survey_.folders.try_emplace(path).first;
     if (!visited_.insert(path).second) return;  // one of the task's folders may lie in another
+    if (folder.second.rowid == 0 && !catalogue_takes(path)) return refuse(path);
     folder.second.is_visited = true;
     folder.second.holds_entries = entries.holds_entries();
     ++counts_.folders;
@@ -163,17 +186,20 @@ class Surveyor {
     if (survey_.scope.leaves(folder.first + std::string(name_of(finding)))) return;
     const auto path = [&] { return folder.first + std::string(finding.entry->name); };
     switch (finding.kind) {
-      case FindingKind::kPresent:
+      case FindingKind::kPresent: {
         count_file(finding);
-        if (const Difference differs = difference(session_, survey_, folder, finding); differs.any()) {
-          songs_differ_ |= differs.song;
-          break;
-        }
-        return;
+        const Difference differs = difference(session_, survey_, folder, finding);
+        if (differs.song) add_differing_song(finding);
+        if (!differs.any()) return;
+        break;
+      }
       case FindingKind::kNew:
         count_file(finding);
+        if (is_song(finding)) add_differing_song(finding);
         has_new_files_ = true;
         break;
+      case FindingKind::kRefused:
+        return refuse(path());
       case FindingKind::kDouble:
         break;
       case FindingKind::kGone:
@@ -182,7 +208,7 @@ class Surveyor {
       case FindingKind::kFolder:
         return enter(folder.first, path() + '/');
       case FindingKind::kUnknown:
-        fail(path(), EIO);
+        fail(path(), finding.entry->error);
         return survey_.scope.keep(path() + '/');
     }
     ++survey_.files_to_handle;
@@ -202,11 +228,20 @@ class Surveyor {
       survey_.scope.keep(std::move(folder));
   }
 
+  static bool is_song(const Finding& finding) {
+    return finding.media_class == MediaClass::kMusic && is_store_song(finding.entry->name);
+  }
+
   void count_file(const Finding& finding) {
     ++counts_.files;
-    if (finding.media_class == MediaClass::kMusic && is_store_song(finding.entry->name))
-      survey_.songs.push_back(song_id(finding.entry->status));
+    if (is_song(finding)) survey_.songs.push_back(song_id(finding.entry->status));
     listener_.progressed(counts_, counts_.files, 0);
+  }
+
+  void add_differing_song(const Finding& finding) {
+    songs_differ_ = true;
+    const std::uint32_t id = song_id(finding.entry->status);
+    if (!session_.songs.contains(id)) songs_without_record_.push_back(id);
   }
 
   void add_gone(MediaClass media_class, const std::string& folder, const StoredRow& row) {
@@ -253,16 +288,21 @@ class Surveyor {
     if (rows.failed()) catalogue_fails();
   }
 
-  // A song that is gone leaves its record, and so does one that another file replaced. What earlier runs
-  // left, the count of the whole library's records shows.
+  // Of the whole library the count of the records shows whether there are any that no song has. Of a part, a
+  // song that is gone leaves its record, and so does one that another file replaced.
   void look_for_stale_songs() {
-    std::sort(survey_.songs.begin(), survey_.songs.end());
-    const auto last = std::unique(survey_.songs.begin(), survey_.songs.end());
-    survey_.songs.erase(last, survey_.songs.end());
+    sort_out_doubles(survey_.songs);
+    sort_out_doubles(songs_without_record_);
     const std::uint64_t records = session_.songs.count();
     survey_.has_stale_songs =
-        records > 0 && (survey_.moved.has_gone_rows() || has_new_files_ || songs_differ_ ||
-                        (task_.whole_library && records > survey_.songs.size()));
+        task_.whole_library
+            ? records > survey_.songs.size() - songs_without_record_.size()
+            : records > 0 && (survey_.moved.has_gone_rows() || has_new_files_ || songs_differ_);
+  }
+
+  static void sort_out_doubles(std::vector<std::uint32_t>& ids) {
+    std::sort(ids.begin(), ids.end());
+    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
   }
 
   void match_moved_files() {
@@ -336,6 +376,7 @@ class Surveyor {
   LibrarySurvey survey_;
   std::deque<std::string> queue_;
   std::set<std::string> visited_;
+  std::vector<std::uint32_t> songs_without_record_;  // of those that differ
   bool has_new_files_ = false;
   bool songs_differ_ = false;
   bool catalogue_failed_ = false;

@@ -51,7 +51,7 @@ struct LibrarySurvey {
   MovedFiles moved;
   std::array<std::map<std::int64_t, WrongIdentifiers>, 3> wrong;  // by media class
   std::vector<std::uint32_t> songs;                               // ids of the songs on the disk, sorted
-  bool has_stale_songs = false;  // records in the store stand for no song on the disk
+  bool has_stale_songs = false;  // records in the store may stand for no song on the disk
   std::uint64_t files_to_handle = 0;
   bool is_whole = false;  // false when the catalogue could not be read or the walk was stopped
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <utility>
 
 #include "base/log.h"
@@ -198,6 +199,17 @@ std::optional<MediaRow> read_media_row(Session& session, MediaFile file) {
     if (get_img_size(row.photo) == 0) return std::nullopt;
   }
   return row;
+}
+
+bool catalogue_takes(std::string_view text) {
+  return text.find('"') == std::string_view::npos;
+}
+
+bool catalogue_takes(const MediaRow& row) {
+  const auto& [genre, artist, album, title, bitrate] = row.music;
+  const std::string_view texts[] = {row.file.path, row.utf_folder, row.utf_name, genre, artist, album, title};
+  return std::all_of(std::begin(texts), std::end(texts),
+                     [](std::string_view text) { return catalogue_takes(text); });
 }
 
 void report_conversions(const MediaRow& row, std::span<const ConversionReport> reports) {

@@ -50,6 +50,10 @@ struct MediaRow {
 // what belongs to its kind. Absent for a photo whose format is not recognised.
 [[nodiscard]] std::optional<MediaRow> read_media_row(Session& session, MediaFile file);
 
+// False for a path, a name or a tag that no statement takes as it is: one that holds a `"`.
+[[nodiscard]] bool catalogue_takes(std::string_view text);
+[[nodiscard]] bool catalogue_takes(const MediaRow& row);
+
 // How a caller words, for one kind of file, that the name could not be converted: around the status.
 struct ConversionReport {
   MediaKind kind;

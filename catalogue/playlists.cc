@@ -45,11 +45,13 @@ constexpr EntryKind kind_of(EntryForm form) {
 // The numbers of a playlist's songs, each followed by ",".
 class SongList {
  public:
-  SongList(Database& db, const Playlist& playlist) : db_(db), playlist_(playlist) {}
+  SongList(Database& db, const Playlist& playlist, const ForeseenRows* foreseen)
+      : db_(db), playlist_(playlist), foreseen_(foreseen) {}
 
   // Looks the entry up in the playlist's folder; false when the list is full and reading must end.
   bool add(const std::string& entry, EntryForm form) {
     const EntryKind kind = kind_of(form);
+    if (foreseen_ != nullptr) will_change_ |= foreseen_->has_other_number(playlist_.folder + entry);
     Rows songs = db_.select(kQuery, playlist_.folder, entry);
     if (!songs.next()) {
       songs.failed() ? report_failure(entry, kind) : report_missing(entry, kind);
@@ -65,6 +67,7 @@ class SongList {
   }
 
   [[nodiscard]] const std::string& numbers() const { return numbers_; }
+  [[nodiscard]] bool is_to_be_stored() const { return will_change_ || numbers_ != playlist_.songs; }
 
  private:
   static constexpr int kMostSongs = 256;
@@ -81,6 +84,8 @@ class SongList {
 
   Database& db_;
   const Playlist& playlist_;
+  const ForeseenRows* foreseen_;
+  bool will_change_ = false;
   std::string numbers_;
   int count_ = 0;
 };
@@ -125,9 +130,9 @@ bool is_readable_folder(const std::string& path) {
   return std::filesystem::is_directory(path, ignored) && access(path.c_str(), R_OK) == 0;
 }
 
-// The numbers of the songs that the playlist's file names; absent when it cannot be read.
-std::optional<std::string> songs_of(Database& db, const PlaylistFormat& format, const Playlist& playlist,
-                                    const std::string& mount_path) {
+// The songs that the playlist's file names; absent when it cannot be read.
+std::optional<SongList> songs_of(Database& db, const PlaylistFormat& format, const Playlist& playlist,
+                                 const std::string& mount_path, const ForeseenRows* foreseen = nullptr) {
   PlaylistFile file(playlist.path());
   const bool is_trusted = leads_where_it_may(playlist.path(), mount_path);
   if (!is_trusted)
@@ -137,11 +142,11 @@ std::optional<std::string> songs_of(Database& db, const PlaylistFormat& format, 
     std::printf("parser_playlist():Open [%s] fail\n", playlist.path().c_str());
     return std::nullopt;
   }
-  SongList songs(db, playlist);
+  SongList songs(db, playlist, foreseen);
   if (format.in_transaction) db.exec("BEGIN;");
   (file.*format.read)([&songs](const std::string& entry, EntryForm form) { return songs.add(entry, form); });
   if (format.in_transaction) db.exec("COMMIT;");
-  return songs.numbers();
+  return songs;
 }
 
 bool store(Database& db, const PlaylistFormat& format, const Playlist& playlist, const std::string& songs) {
@@ -153,7 +158,7 @@ bool store(Database& db, const PlaylistFormat& format, const Playlist& playlist,
 bool parse(Database& db, const PlaylistFormat& format, const Playlist& playlist,
            const std::string& mount_path) {
   const auto songs = songs_of(db, format, playlist, mount_path);
-  return songs && store(db, format, playlist, *songs);
+  return songs && store(db, format, playlist, songs->numbers());
 }
 
 }  // namespace
@@ -168,16 +173,18 @@ int parser_playlist(Database& db, const std::string& mount_path) {
   return 1;
 }
 
-std::optional<PlaylistLinks> relink_playlists(Database& db, const std::string& mount_path, bool write) {
+std::optional<PlaylistLinks> relink_playlists(Database& db, const std::string& mount_path,
+                                              const ForeseenRows* foreseen) {
   PlaylistLinks links;
   for (const PlaylistFormat& format : kFormats) {
     const auto playlists = playlists_of(db, format);
     if (!playlists) return std::nullopt;
     for (const Playlist& playlist : *playlists) {
-      const auto songs = songs_of(db, format, playlist, mount_path);
+      if (foreseen != nullptr && foreseen->is_spoken_of(playlist.path())) continue;
+      const auto songs = songs_of(db, format, playlist, mount_path, foreseen);
       if (!songs) links.unreadable.push_back(playlist.path());
-      if (!songs || *songs == playlist.songs) continue;
-      if (write && !store(db, format, playlist, *songs)) return std::nullopt;
+      if (!songs || !songs->is_to_be_stored()) continue;
+      if (foreseen == nullptr && !store(db, format, playlist, songs->numbers())) return std::nullopt;
       links.relinked.push_back(playlist.path());
     }
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,9 +26,16 @@ struct PlaylistLinks {
   std::vector<std::string> unreadable;  // of those that could not be read, which keep theirs
 };
 
-// Compares each playlist's stored songs with what its file names now, and with `write` stores what differs.
-// Absent when the playlists cannot be read from the catalogue or not be stored.
+// What a preview knows of rows that are not written yet, by their paths.
+struct ForeseenRows {
+  std::function<bool(const std::string& playlist)> is_spoken_of;  // it comes, goes or changes itself
+  std::function<bool(const std::string& song)> has_other_number;  // it comes, goes or is numbered anew
+};
+
+// Compares each playlist's stored songs with what its file names now, and stores what differs; with
+// `foreseen` nothing is stored, and the playlists that would be are told. Absent when the playlists cannot be
+// read from the catalogue or not be stored.
 [[nodiscard]] std::optional<PlaylistLinks> relink_playlists(Database& db, const std::string& mount_path,
-                                                            bool write);
+                                                            const ForeseenRows* foreseen);
 
 }  // namespace corvexal

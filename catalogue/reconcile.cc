@@ -2,16 +2,20 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 #include <utility>
 
+#include "base/file.h"
 #include "base/log.h"
 #include "base/text.h"
 #include "catalogue/folder_flags.h"
 #include "catalogue/library_survey.h"
 #include "catalogue/media_rows.h"
 #include "catalogue/path_depth.h"
+#include "catalogue/path_marks.h"
 #include "catalogue/playlists.h"
 #include "catalogue/sort_tables.h"
 #include "songdb/update.h"
@@ -63,7 +67,16 @@ class Reconciler {
     return written;
   }
 
+  void refuse(const std::string& path) {
+    ++counts_.refused;
+    error_printf("Corvexal: %s: the catalogue cannot hold a tag with a \" in it\n", path.c_str());
+  }
+
+  // Rows below the new path are of an older folder that the rename has replaced.
   void apply(const FolderRename& rename) {
+    if (rename.to.starts_with(rename.from) || rename.from.starts_with(rename.to) || !knows(rename.from))
+      return;
+    forget(rename.to);
     std::string end = rename.from;
     ++end.back();
     for (const MediaClass media_class : kClasses) {
@@ -73,15 +86,37 @@ class Reconciler {
           composed("update %s set Real_Path=?,UTF_Path=? where Real_Path=?;", table_of(media_class));
       for (const std::string& folder : column(select, rename.from, end)) {
         const std::string renamed = rename.to + folder.substr(rename.from.size());
-        write(update.c_str(), renamed, session_.names.to_utf8(renamed).text.value_or(renamed), folder);
+        if (write(update.c_str(), renamed, session_.names.to_utf8(renamed).text.value_or(renamed), folder))
+          counts_.moved += db_.changed_rows();
       }
     }
     for (const std::string& folder :
          column("select path from path_objid_tbl where path>=? and path<?;", rename.from, end))
-      write("update path_objid_tbl set path=? where path=?;", rename.to + folder.substr(rename.from.size()),
-            folder);
-    const std::string bare_from = rename.from.substr(0, rename.from.size() - 1);
-    write("update path_objid_tbl set path=? where path=?;", rename.to, bare_from);
+      if (write("update path_objid_tbl set path=? where path=?;",
+                rename.to + folder.substr(rename.from.size()), folder))
+        ++counts_.mended;
+    write("update path_objid_tbl set path=? where path=?;", rename.to, without_slash(rename.from));
+    listener_.changed(Change::kMoved, rename.to);
+  }
+
+  static std::string without_slash(const std::string& folder) { return folder.substr(0, folder.size() - 1); }
+
+  [[nodiscard]] bool knows(const std::string& folder) {
+    return db_.read("select 1 from path_objid_tbl where path=? or path=?;", folder, without_slash(folder))
+               .next() ||
+           holds_files_below(db_, folder);
+  }
+
+  void forget(const std::string& folder) {
+    std::string end = folder;
+    ++end.back();
+    for (const MediaClass media_class : kClasses) {
+      const std::string sql =
+          composed("delete from %s where Real_Path>=? and Real_Path<?;", table_of(media_class));
+      if (write(sql.c_str(), folder, end)) counts_.removed += db_.changed_rows();
+    }
+    write("delete from path_objid_tbl where path=? or path>=? and path<?;", without_slash(folder), folder,
+          end);
   }
 
   std::vector<std::string> column(const std::string& select, const std::string& first,
@@ -95,7 +130,9 @@ class Reconciler {
     for (const std::int64_t rowid : survey_.double_folder_rows)
       if (write("delete from path_objid_tbl where ROWID=?;", rowid)) ++counts_.mended;
     survey_.moved.each_lost([this](const GoneRow& row) {
-      if (!stopped()) remove(row.media_class, row.rowid, row.folder + row.name);
+      if (stopped()) return;
+      remove(row.media_class, row.rowid, row.folder + row.name);
+      renumbered_.add(row.folder + row.name);
     });
     for (FolderRef* const folder : survey_.work) {
       if (stopped()) return;
@@ -110,8 +147,13 @@ class Reconciler {
     const std::string sql = composed("delete from %s where ROWID=?;", table_of(media_class));
     if (!write(sql.c_str(), rowid)) return;
     ++counts_.removed;
-    listener_.changed(Change::kRemoved, path);
+    tell(Change::kRemoved, path);
     batch();
+  }
+
+  void tell(Change change, const std::string& path) {
+    listener_.changed(change, path);
+    spoken_of_.add(path);
   }
 
   void batch() {
@@ -153,6 +195,7 @@ class Reconciler {
       case FindingKind::kDouble:
         return remove(finding.media_class, finding.row->rowid, folder.first + finding.row->name);
       case FindingKind::kGone:  // dealt with, or to be taken over by a moved file
+      case FindingKind::kRefused:
       case FindingKind::kFolder:
       case FindingKind::kUnknown:
         return;
@@ -171,6 +214,29 @@ class Reconciler {
     return file;
   }
 
+  // The row of a file; absent for one that cannot be read or held, and for a photo that is none.
+  std::optional<MediaRow> read_row(MediaFile file) {
+    if (!can_be_read(file.path)) return std::nullopt;
+    auto row = read_media_row(session_, std::move(file));
+    return row && can_be_held(*row) ? std::move(row) : std::nullopt;
+  }
+
+  bool can_be_held(const MediaRow& row) {
+    const bool is_taken = catalogue_takes(row);
+    if (!is_taken) refuse(row.file.path);
+    return is_taken;
+  }
+
+  // Of a file that cannot be read now the readers would say that it has no tags.
+  bool can_be_read(const std::string& path) {
+    File file(path);
+    std::array<std::uint8_t, 1> first{};
+    if (file) file.read_at(0, first);
+    if (file && !file.failed()) return true;
+    if (!says_gone(errno)) fail(path, std::strerror(errno));
+    return false;
+  }
+
   void add(const FolderRef& folder, const Finding& finding) {
     MediaFile file = describe(folder, *finding.entry);
     const struct stat status = finding.entry->status;
@@ -178,18 +244,21 @@ class Reconciler {
     if (const GoneRow* const source = survey_.moved.source_of(path)) {
       if (!store_anew(folder, std::move(file), *source)) return;
       ++counts_.moved;
-      listener_.changed(Change::kMoved, path);
+      tell(Change::kMoved, path);
+      spoken_of_.add(source->folder + source->name);
+      renumbered_.add(source->folder + source->name);
     } else {
       if (!insert(folder, std::move(file), finding.media_class)) return;
       ++counts_.added;
-      listener_.changed(Change::kNew, path);
+      tell(Change::kNew, path);
     }
+    renumbered_.add(path);
     refresh_song_of(path, status);
     done_with_file();
   }
 
   bool insert(const FolderRef& folder, MediaFile file, MediaClass media_class) {
-    const auto row = read_media_row(session_, std::move(file));
+    const auto row = read_row(std::move(file));
     if (!row || task_.preview) return row.has_value();
     Identifiers& ids = ids_of(media_class);
     session_.ids.*ids.next = ids.source.objid(db_);
@@ -204,7 +273,7 @@ class Reconciler {
 
   // Reads a file again into a row that was another path's.
   bool store_anew(const FolderRef& folder, MediaFile file, const GoneRow& source) {
-    const auto row = read_media_row(session_, std::move(file));
+    const auto row = read_row(std::move(file));
     if (!row || task_.preview) return row.has_value();
     if (update_media_row(session_, *row, source.rowid, folder.second.objid) != SQLITE_OK) {
       ++counts_.failed;
@@ -224,24 +293,28 @@ class Reconciler {
     const std::int64_t rowid = finding.row->rowid;
     if (differs.content && !refresh(folder, finding)) return;
     mend(folder, finding.media_class, rowid, differs);
-    const bool song_written = differs.song && refresh_song_of(path, status);
+    const bool song_written =
+        differs.song && (differs.content || can_be_read(path)) && refresh_song_of(path, status);
     const bool mended =
         differs.place || differs.identifiers.objid || differs.identifiers.number || song_written;
     if (!differs.content && !mended) return;
     ++(differs.content ? counts_.refreshed : counts_.mended);
-    listener_.changed(Change::kRefreshed, path);
+    tell(Change::kRefreshed, path);
+    if (differs.identifiers.number) renumbered_.add(path);
     done_with_file();
   }
 
-  // False when the row went or could not be written.
+  // False when the row went, or could not be written or read for.
   bool refresh(const FolderRef& folder, const Finding& finding) {
     const std::int64_t rowid = finding.row->rowid;
     const std::string path = folder.first + finding.row->name;
+    if (!can_be_read(path)) return false;
     const auto row = read_media_row(session_, describe(folder, *finding.entry));
     if (!row) {
       remove(finding.media_class, rowid, path);
       return false;
     }
+    if (!can_be_held(*row)) return false;
     if (task_.preview || update_media_row(session_, *row, rowid, folder.second.objid) == SQLITE_OK)
       return true;
     ++counts_.failed;
@@ -268,8 +341,12 @@ class Reconciler {
   // True when the song store's record was, or in a preview would be, written.
   bool refresh_song_of(const std::string& path, const struct stat& status) {
     if (!is_store_song(path.substr(path.rfind('/') + 1))) return false;
-    if (task_.preview) return song_state(session_.songs, path, status) != SongState::kCurrent;
-    return songs_are_open() && refresh_song(session_.songs, session_.tags, path, status);
+    bool would_be_written = false;
+    const bool is_written = refresh_song(session_.songs, session_.tags, path, status, [&] {
+      would_be_written = task_.preview;
+      return !task_.preview && songs_are_open();
+    });
+    return is_written || would_be_written;
   }
 
   void open_songs_to_read() {
@@ -311,22 +388,29 @@ class Reconciler {
   // What follows from the rows, in one transaction.
   void complete() {
     if (!task_.preview) db_.exec("COMMIT;");
-    if (task_.preview && counts_.any_change()) return;
     db_.read_in_one_transaction();
     for (const MediaClass media_class : kClasses) {
+      if (task_.preview && counts_.any_change()) break;
       if (sort_tables_are_current(db_, media_class)) continue;
       ++counts_.mended;
       if (!task_.preview && !write_sort_tables(session_, media_class))
         fail(table_of(media_class), "its sort tables cannot be written");
     }
-    const auto links = relink_playlists(db_, session_.config.mntpath, !task_.preview);
-    if (!links) return fail("playlists", db_.error_text());
-    for (const std::string& path : links->unreadable) fail(path, "this playlist cannot be read");
-    for (const std::string& path : links->relinked) listener_.changed(Change::kRefreshed, path);
-    counts_.mended += links->relinked.size();
+    relink();
     if (task_.preview || !counts_.any_change()) return;
     if (Assign_pathtbl_media(db_) == 0) fail("path_objid_tbl", "the folders' flags cannot be written");
     save_counters();
+  }
+
+  void relink() {
+    const ForeseenRows foreseen{[this](const std::string& path) { return spoken_of_.holds(path); },
+                                [this](const std::string& path) { return renumbered_.holds(path); }};
+    const auto links = relink_playlists(db_, session_.config.mntpath, task_.preview ? &foreseen : nullptr);
+    if (!links) return fail("playlists", db_.error_text());
+    for (const std::string& path : links->unreadable) fail(path, "this playlist cannot be read");
+    for (const std::string& path : links->relinked)
+      if (!spoken_of_.holds(path)) listener_.changed(Change::kRefreshed, path);
+    counts_.mended += links->relinked.size();
   }
 
   void save_counters() {
@@ -351,6 +435,8 @@ class Reconciler {
                                       {IdentifierSource(kVideoIds), &ObjectIds::video_file_objid},
                                       {IdentifierSource(kPhotoIds), &ObjectIds::photo_file_objid}}};
   IdentifierSource folder_ids_{kFolderIds};
+  PathMarks spoken_of_;   // what the listener was told of
+  PathMarks renumbered_;  // files whose number a playlist may not know yet
   std::uint64_t files_done_ = 0;
   std::optional<bool> songs_open_;
   bool songs_were_lost_ = false;

@@ -16,8 +16,9 @@ enum class Change : char { kNew = '+', kRemoved = '-', kRefreshed = '~', kMoved 
 struct ReconcileCounts {
   std::uint64_t folders = 0, files = 0;  // looked at
   std::uint64_t added = 0, removed = 0, refreshed = 0, moved = 0;
-  std::uint64_t mended = 0;  // rows, records and tables that did not fit unchanged files
-  std::uint64_t failed = 0;  // what could not be read or written, each said on standard error
+  std::uint64_t mended = 0;   // rows, records and tables that did not fit unchanged files
+  std::uint64_t refused = 0;  // files and folders that the catalogue cannot hold: `"` in a name or tag
+  std::uint64_t failed = 0;   // what else could not be read or written; each is said on standard error
 
   [[nodiscard]] bool any_change() const { return added + removed + refreshed + moved + mended > 0; }
 };

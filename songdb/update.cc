@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 #include "base/log.h"
@@ -35,9 +36,8 @@ Text type_of(std::string_view name) {
   return Text(name.substr(dot + 1));
 }
 
-// Adds the song to the store under its inode number.
-bool scan_music_file(SongStore& store, TagDecoder& decoder, const std::string& path,
-                     const struct stat& status) {
+// The song of a file, under its inode number.
+std::optional<SongInfo> read_song(TagDecoder& decoder, const std::string& path, const struct stat& status) {
   SongInfo song;
   song.path = path;
   song.fname = std::string(GetFileName(path));
@@ -45,12 +45,12 @@ bool scan_music_file(SongStore& store, TagDecoder& decoder, const std::string& p
   song.id = song_id(status);
   if (scan_song(decoder, path, song) != 0) {
     log_printf("Skipping %s - scan_gettags failed\n", song.fname->c_str());
-    return false;
+    return std::nullopt;
   }
   make_composite_tags(song);
   song.time_added = saturated(std::min(status.st_mtime, status.st_ctime));
   song.time_modified = saturated(status.st_mtime);
-  return store.add(song);
+  return song;
 }
 
 // Numbers of inodes are used again, on other file systems and by other names: a record whose path is that of
@@ -81,7 +81,8 @@ int update_song(SongStore& store, TagDecoder& decoder, const std::string& path) 
   }
   if (is_music(GetFileExtension(path, ""))) store.remove_first_below(path);
   if ((status.st_mode & S_IFDIR) != 0 || !is_store_song(GetFileName(path))) return 1;
-  if (store.is_modified(song_id(status), path)) scan_music_file(store, decoder, path, status);
+  if (!store.is_modified(song_id(status), path)) return 1;
+  if (const auto song = read_song(decoder, path, status)) store.add(*song);
   return 1;
 }
 
@@ -105,19 +106,16 @@ SongState song_state(SongStore& store, const std::string& path, const struct sta
   return same_content && same_type ? SongState::kMoved : SongState::kOutdated;
 }
 
-bool refresh_song(SongStore& store, TagDecoder& decoder, const std::string& path, const struct stat& status) {
-  switch (song_state(store, path, status)) {
-    case SongState::kCurrent:
-      return false;
-    case SongState::kMoved:
-      return store.add(renamed(*store.stored(song_id(status)), path));
-    case SongState::kOutdated:
-      break;
-  }
-  if (scan_music_file(store, decoder, path, status)) return true;
-  const bool had_record = store.contains(song_id(status));
-  if (had_record) store.remove(song_id(status));
-  return had_record;
+bool refresh_song(SongStore& store, TagDecoder& decoder, const std::string& path, const struct stat& status,
+                  const std::function<bool()>& make_writable) {
+  const SongState state = song_state(store, path, status);
+  if (state == SongState::kCurrent) return false;
+  const auto song = state == SongState::kMoved ? renamed(*store.stored(song_id(status)), path)
+                                               : read_song(decoder, path, status);
+  if (song) return make_writable() && store.add(*song);
+  if (!store.contains(song_id(status)) || !make_writable()) return false;
+  store.remove(song_id(status));
+  return true;
 }
 
 }  // namespace corvexal

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -33,7 +34,10 @@ enum class SongState {
 [[nodiscard]] SongState song_state(SongStore& store, const std::string& path, const struct stat& status);
 
 // Brings the record of a file in line with its state: a moved one gets its new path, an outdated one is read
-// anew. True when a record was written or removed; a file whose reader fails has none.
-bool refresh_song(SongStore& store, TagDecoder& decoder, const std::string& path, const struct stat& status);
+// anew; a file whose reader fails has none, with a line in the log. Before the first write `make_writable` is
+// called, which may open the store anew; nothing is written when it answers false. True when a record was
+// written or removed.
+bool refresh_song(SongStore& store, TagDecoder& decoder, const std::string& path, const struct stat& status,
+                  const std::function<bool()>& make_writable);
 
 }  // namespace corvexal

@@ -40,6 +40,7 @@ constexpr char kUsage[] =
     "\n"
     "  --dry-run        show what would be done, one line each: + new, - gone, ~ changed, > moved\n"
     "  --even-if-empty  go on when the share is missing or empty and the catalogue is not\n"
+    "  --accept-refused exit with 0 though the catalogue cannot hold some names or tags\n"
     "  --shallow        leave sub-folders alone that the catalogue knows\n"
     "  --entries FOLDER a folder whose known sub-folders are left alone (may be repeated)\n"
     "  --leave FILE     a file that is left as it is (may be repeated)\n"
@@ -54,7 +55,8 @@ constexpr char kUsage[] =
     "wrong call.";
 
 struct Options {
-  bool dry_run = false, even_if_empty = false, shallow = false, quiet = false, verbose = false, json = false;
+  bool dry_run = false, even_if_empty = false, shallow = false, accept_refused = false;
+  bool quiet = false, verbose = false, json = false;
   std::vector<corvexal::FolderRename> renames;
   std::vector<std::string> folders, entries_only, left_files;
 };
@@ -65,8 +67,9 @@ struct Switch {
 };
 constexpr Switch kSwitches[] = {
     {"--dry-run", &Options::dry_run}, {"--even-if-empty", &Options::even_if_empty},
-    {"--shallow", &Options::shallow}, {"--quiet", &Options::quiet},
-    {"--verbose", &Options::verbose}, {"--json", &Options::json},
+    {"--shallow", &Options::shallow}, {"--accept-refused", &Options::accept_refused},
+    {"--quiet", &Options::quiet},     {"--verbose", &Options::verbose},
+    {"--json", &Options::json},
 };
 
 // The path without "." and "..", with one "/" at its end.
@@ -301,7 +304,8 @@ class Sync {
     if (counts.any_change() && !options_.dry_run) corvexal::notify_daap_server();
     sum_up(counts, reporter.seconds());
     if (stop_signal != 0) return fail("stopped; the next run goes on from here");
-    return counts.failed > 0 || lost ? kNotInLine : kInLine;
+    const bool refused = counts.refused > 0 && !options_.accept_refused;
+    return counts.failed > 0 || refused || lost ? kNotInLine : kInLine;
   }
 
   void sum_up(const ReconcileCounts& counts, double seconds) {
@@ -310,7 +314,7 @@ class Sync {
       std::uint64_t value;
     } figures[] = {{"folders", counts.folders}, {"files", counts.files},         {"new", counts.added},
                    {"removed", counts.removed}, {"refreshed", counts.refreshed}, {"moved", counts.moved},
-                   {"mended", counts.mended},   {"failed", counts.failed}};
+                   {"mended", counts.mended},   {"refused", counts.refused},     {"failed", counts.failed}};
     if (options_.json) {
       std::fputc('{', out_);
       for (const auto& figure : figures)

@@ -1,7 +1,6 @@
 #include "watch/gatherer.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace corvexal {
@@ -76,18 +75,14 @@ void Gatherer::succeeded() {
   pause_ = kFirstPause;
 }
 
-Clock::duration Gatherer::failed(Batch batch, Clock::time_point now) {
+// Whether the renames were done before something else failed is not known, and a second time they would do
+// harm to a new folder of the old name. Their folders are in the batch.
+Clock::duration Gatherer::failed(const Batch& batch, Clock::time_point now) {
   for (const auto& [folder, extent] : batch.folders) {
     std::string path = folder;
     for (const Rename& rename : renames_)
       if (lies_in(path, rename.old_folder)) path = moved_path(path, rename.old_folder, rename.new_folder);
     folders_.add(path, extent);
-  }
-  renames_.insert(renames_.begin(), std::make_move_iterator(batch.renames.begin()),
-                  std::make_move_iterator(batch.renames.end()));
-  if (renames_.size() > kMostRenames) {
-    renames_.clear();
-    folders_.add(top_, Extent::kTree);
   }
   const Clock::duration pause = std::exchange(pause_, std::min<Clock::duration>(2 * pause_, kLongestPause));
   again_ = now + pause;

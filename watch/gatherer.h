@@ -41,10 +41,10 @@ class Gatherer {
   // they come again with their close.
   [[nodiscard]] Batch take(Clock::time_point now);
 
-  // The sync of a batch has succeeded, or has failed: then the batch comes again with the next change or
+  // The sync of a batch has succeeded, or has failed: then its folders come again with the next change or
   // after a pause, which grows from failure to failure. Returns the pause.
   void succeeded();
-  Clock::duration failed(Batch batch, Clock::time_point now);
+  Clock::duration failed(const Batch& batch, Clock::time_point now);
 
  private:
   struct NewFile {

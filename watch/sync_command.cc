@@ -48,7 +48,7 @@ class Surroundings {
 }  // namespace
 
 std::vector<std::string> sync_arguments(const Batch& batch, const std::string& top) {
-  std::vector<std::string> arguments{"corvexal-sync", "--quiet"};
+  std::vector<std::string> arguments{"corvexal-sync", "--quiet", "--accept-refused"};
   for (const Rename& rename : batch.renames)
     arguments.insert(arguments.end(), {"--rename", rename.old_folder, rename.new_folder});
   for (const auto& [folder, extent] : batch.folders)

@@ -11,7 +11,8 @@
 namespace corvexal {
 
 // The arguments of the sync for a batch of the share `top`, the program's name first:
-//   corvexal-sync --quiet [--rename OLD NEW]... [--entries FOLDER]... [--leave FILE]... [FOLDER]...
+//   corvexal-sync --quiet --accept-refused [--rename OLD NEW]... [--entries FOLDER]... [--leave FILE]...
+//   [FOLDER]...
 // Without a FOLDER and without --entries it brings the whole share in line.
 [[nodiscard]] std::vector<std::string> sync_arguments(const Batch& batch, const std::string& top);
 

@@ -11,8 +11,8 @@ inline std::string call_in_words(const Batch& batch, const std::string& top) {
   if (batch.empty()) return "nothing";
   std::string words;
   const auto arguments = sync_arguments(batch, top);
-  for (std::size_t i = 2; i < arguments.size(); ++i) {
-    if (i > 2) words += ' ';
+  for (std::size_t i = 3; i < arguments.size(); ++i) {
+    if (i > 3) words += ' ';
     if (lies_in(arguments[i], top))
       words.append("@").append(arguments[i], top.size());
     else
