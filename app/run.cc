@@ -35,13 +35,21 @@ constexpr int kSuccess = 0, kFailure = -1;
 
 bool is_directory(const std::string& path) {
   struct stat status {};
-  return stat(path.c_str(), &status) == 0 && (status.st_mode & 0x4000U) != 0;
+  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// A file outside the device's media that only an untrusted link leads to counts as missing.
+bool is_device_or_pipe(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
+// A file outside the device's media that only an untrusted link leads to counts as missing, and so does what
+// is neither file nor folder.
 bool may_be_read(const Session& session, const std::string& path) {
-  if (leads_where_it_may(path, session.config.mntpath)) return true;
-  error_printf("Corvexal: %s is not read: a symbolic link that is not root's leads to it\n", path.c_str());
+  const bool is_trusted = leads_where_it_may(path, session.config.mntpath);
+  if (is_trusted && !is_device_or_pipe(path)) return true;
+  error_printf("Corvexal: %s is not read: %s\n", path.c_str(),
+               is_trusted ? "it is no regular file" : "a symbolic link that is not root's leads to it");
   return false;
 }
 

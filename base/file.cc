@@ -71,10 +71,19 @@ File::File(Descriptor file) {
   fd_ = std::move(file);
 }
 
-std::uint64_t File::next_data(std::uint64_t offset) const {
+std::uint64_t File::next_data(std::uint64_t offset) {
+  if (offset >= data_begin_ && offset < data_end_) return offset;
   const off_t data = lseek(fd_.get(), static_cast<off_t>(offset), SEEK_DATA);
-  if (data >= 0) return std::min(static_cast<std::uint64_t>(data), size_);
-  return errno == ENXIO ? size_ : offset;
+  if (data < 0 && errno == ENXIO) return size_;
+  data_begin_ = data < 0 ? offset : static_cast<std::uint64_t>(data);
+  const off_t hole = data < 0 ? -1 : lseek(fd_.get(), data, SEEK_HOLE);
+  data_end_ = hole < 0 ? size_ : static_cast<std::uint64_t>(hole);
+  return std::min(data_begin_, size_);
+}
+
+std::uint64_t File::last_in_hole(std::uint64_t offset, std::uint64_t size, std::uint64_t step) {
+  const std::uint64_t data = next_data(offset);
+  return data < offset + size ? offset : offset + (data - offset - size) / step * step;
 }
 
 int File::duplicate() const {

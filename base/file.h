@@ -41,7 +41,11 @@ class File {
 
   // The first offset from `offset` on that lies in no hole of the file, whose bytes are all zero; size() when
   // there is none. A file system that knows no holes has none.
-  [[nodiscard]] std::uint64_t next_data(std::uint64_t offset) const;
+  [[nodiscard]] std::uint64_t next_data(std::uint64_t offset);
+
+  // Of the pieces of `size` bytes that begin at `offset` and every `step` bytes after it, the last one before
+  // the next data: all up to it are zero. `offset` itself when not even two lie in a hole.
+  [[nodiscard]] std::uint64_t last_in_hole(std::uint64_t offset, std::uint64_t size, std::uint64_t step);
 
   // A new descriptor of the same file for a library to read through, which has the caller close it, and no
   // child of the run inherits it; -1 with errno set on failure. It stands at the file's beginning.
@@ -54,6 +58,7 @@ class File {
   Descriptor fd_;
   std::uint64_t size_ = 0;
   bool failed_ = false;
+  std::uint64_t data_begin_ = 0, data_end_ = 0;  // a part of the file that is known to have no hole
 };
 
 }  // namespace corvexal

@@ -6,11 +6,9 @@
 namespace corvexal {
 namespace {
 
-void trim_line_end(std::string& line) {
-  if (line.size() >= 2 && line[line.size() - 2] == '\r')
-    line.resize(line.size() - 2);
-  else if (line.ends_with('\n'))
-    line.pop_back();
+std::string_view without_line_end(std::string_view line) {
+  if (line.size() >= 2 && line[line.size() - 2] == '\r') return line.substr(0, line.size() - 2);
+  return line.ends_with('\n') ? line.substr(0, line.size() - 1) : line;
 }
 
 bool contains(std::string_view text, std::string_view part) {
@@ -19,9 +17,17 @@ bool contains(std::string_view text, std::string_view part) {
 
 }  // namespace
 
+// An empty line may follow another; of those that a hole is made of one is left.
+void PlaylistFile::pass_over_hole() {
+  const std::uint64_t at = offset_ + at_, last = file_.last_in_hole(at, kLongestPiece, kLongestPiece);
+  if (last == at) return;
+  offset_ = last;
+  at_ = end_ = 0;
+}
+
 // Takes the next line with its line end, or a piece of it, whose text ends at its first NUL; false, with
-// `line` as it was, at the file's end.
-bool PlaylistFile::next_line(std::string& line) {
+// `line` as it was, at the file's end. A line holds until the next one is there.
+bool PlaylistFile::next_line(std::string_view& line) {
   if (end_ - at_ < kLongestPiece) {
     offset_ += at_;
     at_ = 0;
@@ -34,32 +40,28 @@ bool PlaylistFile::next_line(std::string& line) {
     piece = piece.substr(0, line_feed + 1);
   at_ += piece.size();
   line = piece.substr(0, piece.find('\0'));
+  if (line.empty() && piece.size() == kLongestPiece) pass_over_hole();
   return true;
 }
 
 void PlaylistFile::read_m3u(const TakeEntry& take) {
-  std::string line;
-  while (next_line(line)) {
-    trim_line_end(line);
+  for (std::string_view line; next_line(line);) {
+    line = without_line_end(line);
     if (line.starts_with("#EXTINF:")) {
       next_line(line);  // at the end of the file the line stands for itself, and is reported as missing
-      line.erase(0, line.rfind('\\') + 1);
-      trim_line_end(line);
-      if (!take(line, EntryForm::kExtendedM3u)) return;
+      line = without_line_end(line.substr(line.rfind('\\') + 1));
+      if (!take(std::string(line), EntryForm::kExtendedM3u)) return;
     } else if ((contains(line, ".mp3") || contains(line, ".MP3")) && !contains(line, "\\")) {
-      if (!take(line, EntryForm::kPlainM3u)) return;
+      if (!take(std::string(line), EntryForm::kPlainM3u)) return;
     }
   }
 }
 
 void PlaylistFile::read_pls(const TakeEntry& take) {
-  std::string line;
-  while (next_line(line)) {
+  for (std::string_view line; next_line(line);) {
     const std::size_t equals = line.find('=');
-    if (!line.starts_with("File") || equals == std::string::npos) continue;
-    line.erase(0, equals + 1);
-    trim_line_end(line);
-    if (!take(line, EntryForm::kPls)) return;
+    if (!line.starts_with("File") || equals == std::string_view::npos) continue;
+    if (!take(std::string(without_line_end(line.substr(equals + 1))), EntryForm::kPls)) return;
   }
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "base/file.h"
 
@@ -31,7 +32,8 @@ class PlaylistFile {
   void read_pls(const TakeEntry& take);
 
  private:
-  bool next_line(std::string& line);
+  bool next_line(std::string_view& line);
+  void pass_over_hole();
 
   static constexpr std::size_t kLongestPiece = 511;
 

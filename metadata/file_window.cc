@@ -4,7 +4,7 @@
 
 namespace corvexal {
 
-Bytes FileWindow::at(std::uint64_t offset, std::size_t count) {
+Bytes FileWindow::load(std::uint64_t offset, std::size_t count) {
   if (offset >= file_size()) return {};
   const std::uint64_t left_in_file = file_size() - offset;
   count = static_cast<std::size_t>(std::min<std::uint64_t>({count, kSize, left_in_file}));

@@ -27,14 +27,18 @@ class FileWindow {
   // Size in bytes when the file was opened. Nothing beyond it is read, so a growing file ends too.
   [[nodiscard]] std::uint64_t file_size() const { return file_.size(); }
 
-  // The first offset from `offset` on that lies in no hole of the file (base/file.h).
-  [[nodiscard]] std::uint64_t next_data(std::uint64_t offset) const { return file_.next_data(offset); }
-
   // The `count` bytes, at most kSize, from `offset` on: fewer where the file ends or cannot be read, none
   // after its end. The view holds until the next call.
-  [[nodiscard]] Bytes at(std::uint64_t offset, std::size_t count);
+  [[nodiscard]] Bytes at(std::uint64_t offset, std::size_t count) {
+    const std::uint64_t start = offset - block_offset_;
+    if (offset < block_offset_ || start > block_size_ || count > block_size_ - start)
+      return load(offset, count);
+    return Bytes(block_).subspan(static_cast<std::size_t>(start), count);
+  }
 
  private:
+  Bytes load(std::uint64_t offset, std::size_t count);
+
   File file_;
   std::array<std::uint8_t, kSize> block_{};
   std::uint64_t block_offset_ = 0;

@@ -19,7 +19,7 @@ struct FirstFrame {
 // Looks for the first frame of the file at `path` that another one follows or that has a Xing header. `block`
 // stands on the file's first bytes, and on those that hold the frame afterwards. The search begins after an
 // ID3v2 tag, and starts over at 0 when no frame stands right there. Nothing, with a line in the log, when the
-// file ends before. Reads a block at a time and, once a block, what a frame in it can reach.
+// file ends before. Reads the file once, a bounded piece at a time.
 [[nodiscard]] std::optional<FirstFrame> find_first_frame(const std::string& path, Mp3Block& block);
 
 }  // namespace corvexal

@@ -1,5 +1,7 @@
 #include "metadata/mp3_header.h"
 
+#include <algorithm>
+
 namespace corvexal {
 namespace {
 
@@ -27,49 +29,84 @@ constexpr Version kVersions[] = {
     {1.0, {44100, 48000, 32000, 0}, {0, 1, 2}, 1152, 17, 32},
 };
 
+const Version& version_of(Mp3HeaderBytes bytes) {
+  return kVersions[bytes[1] >> 3 & 3];
+}
+
+constexpr std::int32_t layer_of(std::uint8_t second_byte) {
+  return 4 - (second_byte >> 1 & 3);  // 4 is reserved
+}
+
+constexpr std::int32_t bitrate_of(std::uint8_t second_byte, std::uint8_t third_byte) {
+  const Version& version = kVersions[second_byte >> 3 & 3];
+  return kBitrates[version.bitrate_rows[layer_of(second_byte) - 1]][third_byte >> 4];
+}
+
+// The layer 2 factor serves every layer 3 frame too. Those of MPEG 2 and 2.5 are half as long, so for them
+// this is the way to the frame after the next; clients of the catalogue rely on the figures that come of it.
+constexpr std::int32_t frame_length(std::uint8_t second_byte, std::uint8_t third_byte) {
+  const std::int32_t layer = layer_of(second_byte);
+  const std::int32_t samplerate = kVersions[second_byte >> 3 & 3].samplerates[third_byte >> 2 & 3];
+  if (layer > 3 || samplerate == 0) return 0;
+  const std::int32_t bitrate = bitrate_of(second_byte, third_byte), padding = third_byte >> 1 & 1;
+  const std::int32_t length =
+      layer == 1 ? (12000 * bitrate / samplerate + padding) * 4 : 144000 * bitrate / samplerate + padding;
+  return bitrate == 0 || length > kMp3LongestFrame ? 0 : length;
+}
+
 std::int32_t samples_per_frame(std::int32_t layer, const Version& version) {
   if (layer == 1) return 384;
   return layer == 2 ? 1152 : version.layer3_samples;
 }
 
-// The layer 2 factor serves every layer 3 frame too. Those of MPEG 2 and 2.5 are half as long, so for them
-// this is the way to the frame after the next; clients of the catalogue rely on the figures that come of it.
-std::int32_t frame_length(const Mp3FrameInfo& info) {
-  if (info.layer == 1) return (12000 * info.bitrate / info.samplerate + info.padding) * 4;
-  return 144000 * info.bitrate / info.samplerate + info.padding;
+// These are the emphasis bits and not the channel mode: clients of the stores rely on the lengths of mono
+// songs that come of it.
+bool is_stereo(Mp3HeaderBytes bytes) {
+  return (bytes[3] & 3) < 3;
 }
 
 }  // namespace
 
+constinit const Mp3FrameLengths kMp3FrameLengths = [] {
+  Mp3FrameLengths lengths{};
+  for (std::size_t i = 0; i < lengths.size(); ++i)
+    lengths[i] = static_cast<std::int16_t>(frame_length(static_cast<std::uint8_t>(i / kMp3ThirdBytes * 2),
+                                                        static_cast<std::uint8_t>(i % kMp3ThirdBytes * 2)));
+  return lengths;
+}();
+
+std::int32_t mp3_side_info_size(Mp3HeaderBytes bytes) {
+  const Version& version = version_of(bytes);
+  return is_stereo(bytes) ? version.side_info_stereo : version.side_info_mono;
+}
+
+std::optional<std::size_t> next_mp3_header(Bytes bytes, std::size_t index, std::size_t last) {
+  const std::size_t end = std::min(last + kMp3HeaderSize, bytes.size());
+  for (; index + kMp3HeaderSize <= end; ++index) {
+    if (bytes[index] != 0xFF) index += bytes_before(bytes.subspan(index), 0xFF);
+    if (index + kMp3HeaderSize > end) break;
+    if (mp3_frame_length(bytes.subspan(index).first<kMp3HeaderSize>()) != 0) return index;
+  }
+  return std::nullopt;
+}
+
 int mp3_decode_header(Mp3HeaderBytes bytes, Mp3FrameInfo& info) {
   info.valid = 0;
-  if (bytes[0] != 0xFF || bytes[1] < 0xE0) return -1;
+  const std::int32_t length = mp3_frame_length(bytes);
+  if (length == 0) return -1;
 
-  const Version& version = kVersions[bytes[1] >> 3 & 3];
-  const std::int32_t layer = 4 - (bytes[1] >> 1 & 3);
-  if (layer > 3) return -1;
-
-  const std::int32_t bitrate = kBitrates[version.bitrate_rows[layer - 1]][bytes[2] >> 4];
-  const std::int32_t samplerate = version.samplerates[bytes[2] >> 2 & 3];
-  if (bitrate == 0 || samplerate == 0) return -1;
-
-  Mp3FrameInfo frame = info;
-  frame.layer = layer;
-  frame.version = version.number;
-  frame.bitrate = bitrate;
-  frame.samplerate = samplerate;
-  frame.padding = bytes[2] >> 1 & 1;
-  // These are the emphasis bits and not the channel mode: clients of the stores rely on the lengths of mono
-  // songs that come of it.
-  frame.stereo = (bytes[3] & 3) < 3 ? 1 : 0;
-  frame.header_id = bytes[1] & 0xFE;
-  frame.samples_per_frame = samples_per_frame(layer, version);
-  frame.side_info_size = frame.stereo != 0 ? version.side_info_stereo : version.side_info_mono;
-  frame.frame_length = frame_length(frame);
-  if (frame.frame_length > kMp3LongestFrame) return -1;
-
-  frame.valid = 1;
-  info = frame;
+  const Version& version = version_of(bytes);
+  info.layer = layer_of(bytes[1]);
+  info.version = version.number;
+  info.bitrate = bitrate_of(bytes[1], bytes[2]);
+  info.samplerate = version.samplerates[bytes[2] >> 2 & 3];
+  info.padding = bytes[2] >> 1 & 1;
+  info.stereo = is_stereo(bytes) ? 1 : 0;
+  info.header_id = bytes[1] & 0xFE;
+  info.samples_per_frame = samples_per_frame(info.layer, version);
+  info.side_info_size = mp3_side_info_size(bytes);
+  info.frame_length = length;
+  info.valid = 1;
   return 0;
 }
 

@@ -8,52 +8,54 @@ namespace corvexal {
 namespace {
 
 using Middle = FrameWindow<2900>;
-constexpr std::size_t kMiddleEnd = 2900 - kMp3HeaderSize;
+constexpr std::size_t kLastIndex = Middle::kSize - kMp3HeaderSize - 1;
 constexpr int kAveragedFrames = 10;
 
-// Index of the first frame of the window, when another frame follows it.
-std::optional<std::size_t> find_middle_frame(Middle& middle) {
-  for (std::size_t index = 0;; ++index) {
-    index = middle.next_sync(index, kMiddleEnd);
-    if (index >= kMiddleEnd) {
-      err_log(kVerbose, kReaders, "Could not find frame... quitting\n");
-      return std::nullopt;
-    }
-    Mp3FrameInfo info;
-    if (mp3_decode_header(middle.header(index), info) != 0) continue;
-    const NextFrame next = middle.after_frame(index, info);
-    if (next == NextFrame::found) return index;
-    if (next == NextFrame::unreadable) {
+// Offset of the first frame of the window that another frame follows.
+std::optional<std::uint64_t> find_middle_frame(const Middle& middle) {
+  for (auto index = middle.next_header(0, kLastIndex); index;
+       index = middle.next_header(*index + 1, kLastIndex)) {
+    const auto length = static_cast<std::size_t>(mp3_frame_length(*middle.header(*index)));
+    const auto next = middle.header(*index + length);
+    if (!next) {
       err_log(kVerbose, kReaders, "Could not read frame header\n");
       return std::nullopt;
     }
+    if (mp3_frame_length(*next) != 0) return middle.offset() + *index;
   }
+  err_log(kVerbose, kReaders, "Could not find frame... quitting\n");
+  return std::nullopt;
 }
 
-// The sum of the bit rates of ten frames from `index` on.
-std::optional<std::int32_t> sum_bitrates(Middle& middle, std::uint64_t index) {
+// The sum of the bit rates of ten frames from `offset` on.
+std::optional<std::int32_t> sum_bitrates(FileWindow& file, std::uint64_t offset) {
   std::int32_t sum = 0;
   for (int i = 0; i < kAveragedFrames; ++i) {
+    const Bytes header = file.at(offset, kMp3HeaderSize);
+    if (header.size() < kMp3HeaderSize) {
+      err_log(kVerbose, kReaders, "Could not read frame header\n");
+      return std::nullopt;
+    }
     Mp3FrameInfo frame;
-    const NextFrame result = middle.decode(index, frame);
-    if (result == NextFrame::unreadable) err_log(kVerbose, kReaders, "Could not read frame header\n");
-    if (result == NextFrame::none) err_log(kVerbose, kReaders, "Invalid frame header while averaging\n");
-    if (result != NextFrame::found) return std::nullopt;
+    if (mp3_decode_header(header.first<kMp3HeaderSize>(), frame) != 0) {
+      err_log(kVerbose, kReaders, "Invalid frame header while averaging\n");
+      return std::nullopt;
+    }
     sum += frame.bitrate;
-    index += static_cast<std::uint64_t>(frame.frame_length);
+    offset += static_cast<std::uint64_t>(frame.frame_length);
   }
   return sum;
 }
 
 }  // namespace
 
-void mp3_average_bitrate(File& file, Mp3FrameInfo& info) {
+void mp3_average_bitrate(FileWindow& file, Mp3FrameInfo& info) {
   err_log(kVerbose, kReaders, "Starting averaging bitrate\n");
   Middle middle(file);
-  if (!middle.read(file.size() / 2)) return;
-  const std::optional<std::size_t> first = find_middle_frame(middle);
+  if (!middle.read(file.file_size() / 2)) return;
+  const std::optional<std::uint64_t> first = find_middle_frame(middle);
   if (!first) return;
-  const std::optional<std::int32_t> sum = sum_bitrates(middle, *first);
+  const std::optional<std::int32_t> sum = sum_bitrates(file, *first);
   if (!sum) return;
   err_log(kVerbose, kReaders, "Old bitrate: %d\n", info.bitrate);
   info.bitrate = *sum / kAveragedFrames;

@@ -6,7 +6,6 @@
 #include <limits>
 #include <optional>
 
-#include "base/file.h"
 #include "base/log.h"
 #include "base/saturate.h"
 #include "metadata/mp3_frame_search.h"
@@ -44,7 +43,7 @@ int no_first_block(const std::string& path, const File& file) {
 }  // namespace
 
 int scan_get_mp3fileinfo(const std::string& path, SongInfo& song) {
-  File file(path);
+  FileWindow file(path);
   if (!file) {
     err_log(kFileFailure, kReaders, "Could not open %s for reading\n", path.c_str());
     return -1;
@@ -52,11 +51,11 @@ int scan_get_mp3fileinfo(const std::string& path, SongInfo& song) {
   return scan_mp3_stream(file, path, song);
 }
 
-int scan_mp3_stream(File& file, const std::string& path, SongInfo& song) {
-  song.file_size = saturated(file.size());
+int scan_mp3_stream(FileWindow& file, const std::string& path, SongInfo& song) {
+  song.file_size = saturated(file.file_size());
 
   Mp3Block block(file);
-  if (!block.read(0)) return no_first_block(path, file);
+  if (!block.read(0)) return no_first_block(path, file.file());
   std::optional<FirstFrame> first = find_first_frame(path, block);
   if (!first) return 0;
 
@@ -67,7 +66,7 @@ int scan_mp3_stream(File& file, const std::string& path, SongInfo& song) {
 
   song.bitrate = info.bitrate;
   song.samplerate = info.samplerate;
-  if (song.song_length == 0) song.song_length = length_ms(info, file.size());
+  if (song.song_length == 0) song.song_length = length_ms(info, file.file_size());
   err_log(kVerbose, kReaders, " Song Length: %d\n", song.song_length);
   return 0;
 }

@@ -23,30 +23,44 @@ std::uint32_t fields_before_children(std::string_view type) {
   return 0;
 }
 
+// Of the header at an offset. A file may be made of nothing but headers, so a walk takes no more of each than
+// it has to.
+struct Header {
+  std::uint32_t size = 0;
+  std::string_view type;
+};
+
+std::optional<Header> header_at(FileWindow& file, std::uint64_t offset) {
+  const Bytes bytes = file.at(offset, kAtomHeaderSize);
+  ByteReader in(bytes);
+  Header header;
+  if (bytes.size() < kAtomHeaderSize || !in.be32(header.size) || header.size < kAtomHeaderSize)
+    return std::nullopt;
+  header.type = {reinterpret_cast<const char*>(bytes.data()) + sizeof header.size, kTypeSize};
+  return header;
+}
+
 }  // namespace
 
 std::optional<Atom> atom_at(FileWindow& file, std::uint64_t offset) {
-  const Bytes header = file.at(offset, kAtomHeaderSize);
-  ByteReader in(header);
-  Atom atom{offset, 0, {}};
-  if (!in.be32(atom.size) || in.left() < kTypeSize || atom.size < kAtomHeaderSize) return std::nullopt;
-  atom.type.assign(header.begin() + kTypeSize, header.end());
-  return atom;
+  const auto header = header_at(file, offset);
+  if (!header) return std::nullopt;
+  return Atom{offset, header->size, std::string(header->type)};
 }
 
 std::optional<Atom> find_atom(FileWindow& file, std::uint64_t start, std::uint64_t limit,
                               std::string_view type) {
-  std::uint64_t scanned = 0;
-  while (scanned < limit) {
-    auto atom = atom_at(file, start + scanned);
-    if (!atom || equal_ignoring_case(atom->type, type)) return atom;
-    scanned += atom->size;
+  for (std::uint64_t scanned = 0; scanned < limit;) {
+    const auto header = header_at(file, start + scanned);
+    if (!header) return std::nullopt;
+    if (equal_ignoring_case(header->type, type))
+      return Atom{start + scanned, header->size, std::string(header->type)};
+    scanned += header->size;
   }
   return std::nullopt;
 }
 
-std::optional<Atom> find_path(FileWindow& file, std::string_view path) {
-  std::uint64_t start = 0;
+std::optional<Atom> find_path(FileWindow& file, std::string_view path, std::uint64_t start) {
   for (;;) {
     const std::string_view type = path.substr(0, kTypeSize);
     auto atom = find_atom(file, start, file.file_size(), type);

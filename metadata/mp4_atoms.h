@@ -32,8 +32,8 @@ struct Atom {
 [[nodiscard]] std::optional<Atom> find_atom(FileWindow& file, std::uint64_t start, std::uint64_t limit,
                                             std::string_view type);
 
-// The last atom of a path such as "moov:mvhd". Each step searches on to the end of the file, not only to that
-// of the parent.
-[[nodiscard]] std::optional<Atom> find_path(FileWindow& file, std::string_view path);
+// The last atom of a path such as "moov:mvhd", whose first one is looked for from `start` on. Each step
+// searches on to the end of the file, not only to that of the parent.
+[[nodiscard]] std::optional<Atom> find_path(FileWindow& file, std::string_view path, std::uint64_t start = 0);
 
 }  // namespace corvexal

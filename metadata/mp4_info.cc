@@ -53,10 +53,12 @@ int mp4_scan_info(const std::string& path, SongInfo& song) {
     return -1;
   }
   song.file_size = saturated(file.file_size());
-  if (const auto header = find_path(file, "moov:mvhd")) parse_movie_header(file.at(header->body(), 20), song);
-
   song.bitrate = 0;
-  if (const auto sample_entry = find_path(file, "moov:trak:mdia:minf:stbl:stsd:mp4a")) {
+  const auto movie = find_path(file, "moov");
+  const std::uint64_t in_movie = movie ? movie->body() : file.file_size();
+  if (const auto header = find_path(file, "mvhd", in_movie))
+    parse_movie_header(file.at(header->body(), 20), song);
+  if (const auto sample_entry = find_path(file, "trak:mdia:minf:stbl:stsd:mp4a", in_movie)) {
     constexpr std::uint64_t kSampleRateAt = 24;
     std::uint16_t rate = 0;
     if (ByteReader(file.at(sample_entry->body() + kSampleRateAt, sizeof rate)).be16(rate))

@@ -75,7 +75,7 @@ int find_mpeg_headers(File& file, const std::string& path, MpegHeaders& headers)
       std::puts("find hdr terminated!");
       return 0;
     }
-    offset += scanned;
+    offset = file.last_in_hole(offset + scanned, block.size(), block.size() - kStartCodeSize);
   }
 }
 

@@ -84,6 +84,7 @@ std::int32_t mpeg_playing_time(File& file, const std::string& path, std::uint64_
       break;
     }
     offset += parse_groups(Bytes(block).first(size), jump, time);
+    offset = file.last_in_hole(offset, block.size(), block.size() - kGroupSize + 1);
   }
   return saturated(time.total());
 }

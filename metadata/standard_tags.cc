@@ -288,7 +288,7 @@ int read_standard_tags(TagDecoder& decoder, const std::string& path, SongInfo& s
   take_fields(read_digest(digest, song), song);
   decode_texts(decoder, song);
   if (song.genre) song.genre = genre_name_of(*song.genre);
-  if (content.format == AudioFormat::kMpeg) scan_mp3_stream(file.file(), path, song);
+  if (content.format == AudioFormat::kMpeg) scan_mp3_stream(file, path, song);
   song.file_size = saturated(file.file_size());
   return 0;
 }

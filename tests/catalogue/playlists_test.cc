@@ -13,6 +13,14 @@ class PlaylistsTest : public testing::CatalogueTest {
   // Parses a playlist of the test's folder; the songs found, then what is printed.
   std::string parse(const std::string& name, std::string_view content) {
     write_file(name, content);
+    return parse_file(name);
+  }
+  std::string parse_sparse(const std::string& name, std::string_view head, std::uintmax_t offset,
+                           std::string_view tail) {
+    write_sparse_file(name, head, offset, tail);
+    return parse_file(name);
+  }
+  std::string parse_file(const std::string& name) {
     add_row("music_tbl", path(""), name);
     const std::string output = printed([this] { EXPECT_EQ(parser_playlist(db, "/"), 1); });
     const std::string songs = column("select PlsFile from music_tbl where PlsFile != ''");
@@ -47,6 +55,22 @@ TEST_F(PlaylistsTest, NameSongsOfTheirFolder) {
   for (const auto& row : rows) {
     const std::string seen = parse("list." + std::string(row.name), row.content);
     EXPECT_EQ(seen.substr(0, seen.find(' ')), row.songs) << row.content;
+  }
+}
+
+// A hole is lines of 511 zeros, each of them empty, which may stand after "#EXTINF:".
+TEST_F(PlaylistsTest, PassOverAHoleAsOverItsZeros) {
+  for (const char* name : {"1.mp3", "x1.mp3"}) add_row("music_tbl", path(""), name);
+  for (const std::string& name : {"a.m3u"s, "b.pls"s}) {
+    const std::string song = name == "a.m3u" ? "1.mp3\n" : "File1=1.mp3\n";
+    for (std::size_t hole = 32768; hole < 65536; hole += 4096) {
+      for (const std::string& head : {song, song + "#EXTINF:", song + "#EXTINF:\n", ""s}) {
+        const std::string tail = "x" + song + song;
+        const std::string expected = parse(name, head + std::string(hole - head.size(), '\0') + tail);
+        EXPECT_EQ(parse_sparse(name, head, hole, tail), expected) << hole << head;
+      }
+    }
+    EXPECT_EQ(parse_sparse(name, song, std::uintmax_t{1} << 40, "\n" + song), "1,1, ") << name;
   }
 }
 

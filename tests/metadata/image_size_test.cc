@@ -78,6 +78,20 @@ TEST_F(ImageSize, FindsAFrameAcrossTheWindowsBorder) {
   }
 }
 
+// Zeros are empty chunks: where the hole ends decides whether IHDR is found.
+TEST_F(ImageSize, PassesOverAHoleInAPngAsOverItsZeros) {
+  const std::string start = "\x89PNG\r\n\x1A\n";
+  const std::string ihdr = "\0\0\0\x0DIHDR\0\0\0\5\0\0\0\6\x8\6\0\0\0"s;
+  for (std::uintmax_t shift = 0; shift < 12; ++shift) {
+    std::uintmax_t end = (std::uintmax_t{1} << 40) + 4096 * shift;  // 4096 is 4 more than a multiple of 12
+    const bool found = (end - start.size()) % 12 == 0;
+    EXPECT_EQ(read_file(folder.write_sparse("image", start, end, ihdr))[0], found ? 5 : kKept) << shift;
+    end = 409600 + 4096 * shift;
+    const Fields zeros = read(start + std::string(end - start.size(), '\0') + ihdr);
+    EXPECT_EQ(read_file(folder.write_sparse("image", start, end, ihdr)), zeros) << shift;
+  }
+}
+
 TEST_F(ImageSize, PassesOverAHoleInAJpeg) {
   const std::uintmax_t end = std::uintmax_t{256} << 32;
   EXPECT_EQ(read_file(folder.write_sparse("image", kStart, end, kFrame)), (Fields{5, 6, 24}));

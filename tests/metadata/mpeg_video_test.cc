@@ -80,6 +80,26 @@ TEST_F(MpegVideo, SearchesALimitedPart) {
   }
 }
 
+// Where blocks begin decides how far is searched, so a hole must not shift them.
+TEST_F(MpegVideo, PassesOverAHoleAsOverItsZeros) {
+  const std::string late_group = "\0\0\1\xB8\0\x0A\0\x40"s;     // 32 seconds later than kGroup
+  for (std::size_t hole = 8192; hole < 160000; hole += 4096) {  // whole pages are holes
+    const auto shown = [&] {
+      const VideoInfo info = probe(path);
+      return row_of("", output, info);
+    };
+    for (const std::string& head : {kSequence, kSequence + kGroup, kGroup}) {
+      const std::string tail = kSequence + kGroup + late_group;
+      folder.write("video.mpg", head + std::string(hole - head.size(), '\0') + tail);
+      const Row expected = shown();
+      folder.write_sparse("video.mpg", head, hole, tail);
+      EXPECT_EQ(shown(), expected) << hole << ' ' << head.size();
+    }
+  }
+  folder.write_sparse("video.mpg", kSequence + kGroup, std::uintmax_t{1} << 42, late_group);
+  EXPECT_EQ(probe(path).duration, 1);
+}
+
 TEST_F(MpegVideo, UsesWhatCameBeforeAFailedRead) {
   for (const Row& row : testing::table("mpeg_failed_reads")) {
     const std::string name = folder.write("video.mpg", row[0]);
