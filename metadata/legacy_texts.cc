@@ -28,8 +28,11 @@ std::string sample_of(const std::vector<std::string>& texts) {
   return sample;
 }
 
+// The zeros tell a converter that would wait for the rest of a character that there is none: a text that ends
+// in half a character is no text of that set.
 Text to_utf8(TagDecoder& decoder, const std::string& text, const std::string& charset) {
-  return convert_to_utf8(decoder.converters, text, charset.c_str()).text;
+  constexpr std::size_t kLongestCharacter = 4;  // bytes
+  return convert_to_utf8(decoder.converters, text + std::string(kLongestCharacter, '\0'), charset.c_str()).text;
 }
 
 // The detector's answer for these texts of a song of the album.
