@@ -9,7 +9,7 @@ namespace corvexal {
 
 enum class AudioFormat { kUnknown, kMpeg, kMp4, kFlac, kVorbis, kOpus, kAsf, kApe, kWav, kAiff };
 
-// What a music file holds: its format, and the offset at which that begins, behind any ID3v2 tags.
+// What a music file holds: its format, and the offset at which that begins, after any ID3v2 tags.
 struct AudioContent {
   AudioFormat format = AudioFormat::kUnknown;
   std::uint64_t offset = 0;

@@ -66,7 +66,7 @@ std::optional<TagHeader> tag_header(std::string_view bytes) {
   return TagHeader{version, static_cast<std::uint8_t>(bytes[5]), seven_bits_a_byte(bytes.substr(6))};
 }
 
-// Takes out the zero bytes that keep a tag from looking like audio: one behind each 0xFF.
+// Takes out the zero bytes that keep a tag from looking like audio: one after each 0xFF.
 class Synchronised final : public ByteSource {
  public:
   explicit Synchronised(FileRange range) : range_(range) {}

@@ -8,7 +8,7 @@
 namespace corvexal {
 namespace {
 
-// An atom: size with this header, 4 bytes; 1: in 8 bytes behind the type; 0: up to the end | type | body
+// An atom: size with this header, 4 bytes; 1: in 8 bytes after the type; 0: up to the end | type | body
 // An item of "ilst" is an atom with an atom "data": type, 4 bytes | locale, 4 bytes | value
 constexpr std::size_t kAtomHeaderSize = 8, kDataHeaderSize = 16;
 constexpr std::size_t kLongestFacts = 1024;     // bytes of an atom of facts about a track

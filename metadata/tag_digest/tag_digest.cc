@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kApeHeaderSize = 1024;  // holds the descriptor and header of every version
 
-// The tags behind the sound, and where they begin as the digest's own size says.
+// The tags after the sound, and where they begin as the digest's own size says.
 std::string tags_at_end(FileWindow& file) {
   const std::string id3v1 = id3v1_tag(file);
   return digest_of_ape_tag(file, file.file_size() - id3v1.size()) + id3v1;

@@ -47,7 +47,7 @@ class Reader {
     decoder_.code_page_set = names.charset();
   }
 
-  // True when the tag of these texts, each behind its encoding byte, is read as `song`.
+  // True when the tag of these texts, each after its encoding byte, is read as `song`.
   bool reads(const std::vector<std::string>& bodies, const SongTexts& song) {
     constexpr std::string_view kFrames[] = {"TIT2", "TPE1", "TALB"};
     std::string frames;
