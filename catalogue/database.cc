@@ -1,6 +1,7 @@
 #include "catalogue/database.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <new>
 #include <thread>
@@ -10,6 +11,8 @@
 
 namespace corvexal {
 namespace {
+
+constexpr const char* kBrokenLiteral = "a value holds the quote character of its literal: syntax error";
 
 // Whether a statement that ended in `code` was prevented. One that is merely wrong harms nothing but itself,
 // and so does one that meets a damaged file outside a transaction.
@@ -97,7 +100,8 @@ int Database::open_handle(const std::string& path, int flags, std::string& reaso
   if (is_file) files_ = CatalogueFiles::find(path, reason);
   if (is_file && !files_) return SQLITE_CANTOPEN;
   sqlite3* handle = nullptr;
-  const int code = sqlite3_open_v2(is_file ? files_->database() : path.c_str(), &handle, flags,
+  const int code = sqlite3_open_v2(is_file ? files_->database() : path.c_str(), &handle,
+                                   flags | SQLITE_OPEN_NOMUTEX,  // one thread at a time has a connection
                                    is_file ? files_->file_system() : nullptr);
   handle_.reset(handle);
   if (code != SQLITE_OK) reason = sqlite3_errstr(code);
@@ -197,12 +201,18 @@ void Database::commit_in_batches() {
   exec("COMMIT;");
 }
 
+void Database::begin_writing() {
+  if (check_usable() == SQLITE_OK) settle(begin_if_needed(), false);
+}
+
+// Takes the write lock where waiting for it is possible, and not at some later statement, where it isn't.
+int Database::begin_if_needed() {
+  return in_transaction() ? SQLITE_OK : check(simple("BEGIN IMMEDIATE"));
+}
+
 int Database::execute(sqlite3_stmt* statement) {
-  if (sqlite3_stmt_readonly(statement) != 0) return step_to_end(statement);
-  // Taking the write lock here, where waiting for it is possible, and not at some later statement, where it
-  // isn't.
-  if (!in_transaction())
-    if (const int code = check(simple("BEGIN IMMEDIATE")); code != SQLITE_OK) return code;
+  if (sqlite3_stmt_readonly(statement) == 0)
+    if (const int code = begin_if_needed(); code != SQLITE_OK) return code;
   return step_to_end(statement);
 }
 
@@ -227,17 +237,8 @@ Rows Database::start(BoundSql sql) {
 }
 
 int Database::prepare(const BoundSql& sql, Statement& statement) {
-  if (sql.broken) return fail(SQLITE_ERROR, "a value holds the quote character of its literal: syntax error");
-  if (auto kept = prepared_.extract(sql.text)) {
-    statement = std::move(kept.mapped());
-  } else {
-    sqlite3_stmt* fresh = nullptr;
-    const int code =
-        check(sqlite3_prepare_v3(handle_.get(), sql.text.c_str(), static_cast<int>(sql.text.size() + 1),
-                                 SQLITE_PREPARE_PERSISTENT, &fresh, nullptr));
-    statement.reset(fresh);
-    if (code != SQLITE_OK) return code;
-  }
+  if (sql.broken) return fail(SQLITE_ERROR, kBrokenLiteral);
+  if (const int code = prepare(sql.text, statement); code != SQLITE_OK) return code;
   for (int i = 0; i < static_cast<int>(sql.values.size()); ++i) {
     const std::string& value = sql.values[static_cast<std::size_t>(i)];
     const int code = check(sqlite3_bind_text(statement.get(), i + 1, value.data(),
@@ -245,6 +246,49 @@ int Database::prepare(const BoundSql& sql, Statement& statement) {
     if (code != SQLITE_OK) return code;
   }
   return SQLITE_OK;
+}
+
+int Database::prepare(const std::string& text, Statement& statement) {
+  if (auto kept = prepared_.extract(text)) {
+    statement = std::move(kept.mapped());
+    return SQLITE_OK;
+  }
+  sqlite3_stmt* fresh = nullptr;
+  const int code = check(sqlite3_prepare_v3(handle_.get(), text.c_str(), static_cast<int>(text.size() + 1),
+                                            SQLITE_PREPARE_PERSISTENT, &fresh, nullptr));
+  statement.reset(fresh);
+  return code;
+}
+
+// The values are SQLite's for the length of the step only.
+int Database::bind_and_execute(sqlite3_stmt* statement, std::span<const SqlValue> values) {
+  for (int i = 0; i < static_cast<int>(values.size()); ++i) {
+    const std::string_view value = values[static_cast<std::size_t>(i)].text();
+    if (value.find('"') != std::string_view::npos) return fail(SQLITE_ERROR, kBrokenLiteral);
+    const char* const text = value.empty() ? "" : value.data();  // a null pointer would be a NULL
+    const int code =
+        check(sqlite3_bind_text(statement, i + 1, text, static_cast<int>(value.size()), SQLITE_STATIC));
+    if (code != SQLITE_OK) return code;
+  }
+  const int code = execute(statement);
+  sqlite3_reset(statement);
+  return code;
+}
+
+int Database::insert(RowInsert& row, std::span<const SqlValue> values) {
+  error_.clear();
+  if (const int code = check_usable(); code != SQLITE_OK) return code;
+  const bool had_transaction = in_transaction();
+  int code = row.statement_ ? SQLITE_OK : prepare(row.text_, row.statement_);
+  if (code == SQLITE_OK) code = bind_and_execute(row.statement_.get(), values);
+  return settle(code, had_transaction);
+}
+
+RowInsert::RowInsert(Database& database, std::string_view format, const char* table)
+    : database_(database), text_(bind_sql(format, std::array{SqlValue(table)}).text) {}
+
+RowInsert::~RowInsert() {
+  if (statement_) database_.give_back(std::move(text_), std::move(statement_));
 }
 
 void Database::give_back(std::string sql, Statement statement) noexcept {

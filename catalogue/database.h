@@ -23,6 +23,7 @@ struct FinalizeStatement {
 using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
 
 class Database;
+class RowInsert;
 
 // The rows of one SELECT, read one at a time. Must be gone before its database is closed. What next() gives
 // is valid until the next call; a table can't be dropped while rows of it are being read.
@@ -45,6 +46,11 @@ class Rows {
   // A column of the current row as text (0-based); empty for a missing value. Ends at the next call of
   // next().
   [[nodiscard]] std::string_view text(int column) const;
+
+  // Whether a column of the current row is stored as text.
+  [[nodiscard]] bool is_text(int column) const {
+    return sqlite3_column_type(statement_.get(), column) == SQLITE_TEXT;
+  }
 
  private:
   friend class Database;
@@ -135,6 +141,9 @@ class Database {
   // with each statement.
   void read_in_one_transaction();
 
+  // Opens the transaction before its first write, so that what is read from here on stays as it is.
+  void begin_writing();
+
   // The ROWID of the last row that was inserted.
   [[nodiscard]] std::int64_t last_rowid() const { return sqlite3_last_insert_rowid(handle_.get()); }
 
@@ -150,6 +159,7 @@ class Database {
 
  private:
   friend class Rows;
+  friend class RowInsert;
   struct CloseHandle {
     void operator()(sqlite3* handle) const noexcept { sqlite3_close_v2(handle); }
   };
@@ -162,7 +172,11 @@ class Database {
   Rows start(std::string_view format, std::span<const SqlValue> values);
   Rows start(BoundSql sql);
   int prepare(const BoundSql& sql, Statement& statement);
+  int prepare(const std::string& text, Statement& statement);
+  int bind_and_execute(sqlite3_stmt* statement, std::span<const SqlValue> values);
   void give_back(std::string sql, Statement statement) noexcept;
+  int insert(RowInsert& row, std::span<const SqlValue> values);
+  int begin_if_needed();
   int execute(sqlite3_stmt* statement);
   int step_to_end(sqlite3_stmt* statement);
   static int wait_for_lock(void* database, int tries);
@@ -190,6 +204,30 @@ class Database {
   bool joined_ = false;  // inside a "BEGIN;"
   std::optional<Loss> loss_;
   std::string error_;
+};
+
+// An insert into one table that is run for many rows, taken apart and prepared once. Each literal of its text
+// is one placeholder in double quotes. Must be gone before its database is closed.
+class RowInsert {
+ public:
+  // `format` begins with a placeholder for the table's name.
+  RowInsert(Database& database, std::string_view format, const char* table);
+  RowInsert(const RowInsert&) = delete;
+  RowInsert& operator=(const RowInsert&) = delete;
+  ~RowInsert();
+
+  // As Database::exec, with one value for each literal.
+  template <class... Values>
+  int exec(const Values&... values) {
+    const SqlValue list[] = {SqlValue(values)...};
+    return database_.insert(*this, list);
+  }
+
+ private:
+  friend class Database;
+  Database& database_;
+  std::string text_;
+  Statement statement_;  // absent until the first row
 };
 
 // The statement with its values written in, for messages.

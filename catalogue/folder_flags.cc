@@ -4,15 +4,27 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/text.h"
-#include "catalogue/like_folders.h"
+#include "catalogue/folder_comparison.h"
 
 namespace corvexal {
 namespace {
 
 constexpr const char* kCountBelow = R"(select COUNT(No) from %s where UTF_Path like"%s%%" limit 0,1;)";
+constexpr const char* kFolders = "select distinct UTF_Path from %s where UTF_Path notnull;";
+// The same from folder to folder, past the rows of each: where an index leads to the next one.
+constexpr const char* kNextFolder =
+    "explain query plan select UTF_Path from %s where UTF_Path > '' order by UTF_Path limit 1;";
+constexpr const char* kFoldersByIndex = R"(
+    with recursive folder(path) as (
+      select min(UTF_Path) from %s
+      union all
+      select (select UTF_Path from %s where UTF_Path > path order by UTF_Path limit 1)
+      from folder where path notnull)
+    select path from folder where path notnull;)";
 constexpr const char* kClearFlags =
     "update path_objid_tbl set have_video = '0', have_music = '0', have_photo = '0' where ROWID == '%s';";
 constexpr const char* kSetFlags =
@@ -24,31 +36,46 @@ int report(Database& db, int site, const std::string& sql) {
   return 0;
 }
 
-// The folders of one class of media, read when the first folder row asks for them.
+// Whether an index leads from folder to folder.
+bool has_index(Database& db, const char* table) {
+  Rows plan = db.select(kNextFolder, table);
+  return plan.next() && plan.text(3).starts_with("SEARCH");
+}
+
+bool read_folder_set(Database& db, const char* table, std::optional<FolderSet>& set) {
+  std::vector<std::string> folders;
+  Rows rows = has_index(db, table) ? db.select(kFoldersByIndex, table, table) : db.select(kFolders, table);
+  while (rows.next()) folders.emplace_back(rows.text(0));
+  if (rows.failed()) return false;
+  set.emplace(std::move(folders));
+  return true;
+}
+
+// The folders of one class of media.
 class MediaFolders {
  public:
-  MediaFolders(Database& db, const char* table) : db_(db), table_(table) {}
+  MediaFolders(Database& db, MediaClass media_class, FolderSets& sets)
+      : db_(db), table_(table_of(media_class)), folders_(sets[static_cast<std::size_t>(media_class)]) {}
 
   // Whether any row of the class lies at or below `path`; absent when the query fails, which the database's
   // error_text() explains.
   std::optional<bool> any_below(std::string_view path) {
-    const bool unreadable = !folders_ && !read_folders();
+    const bool unreadable = !folders_ && !read_folder_set(db_, table_, folders_);
     // Asked of the database itself, these give the error that belongs to the query.
     if (unreadable || path.size() >= kLikePatternLimit || path.find('"') != std::string_view::npos)
       return ask(path);
-    return folders_->any_below(path);
+    if (lies_in_empty_folder(path)) return false;
+    const bool found = folders_->any_below(path);
+    if (!found && path.ends_with('/')) empty_folder_ = path;
+    return found;
   }
 
   [[nodiscard]] std::string query(std::string_view path) const { return composed(kCountBelow, table_, path); }
 
  private:
-  bool read_folders() {
-    std::vector<std::string> folders;
-    Rows rows = db_.select("select distinct UTF_Path from %s;", table_);
-    while (rows.next()) folders.emplace_back(rows.text(0));
-    if (rows.failed()) return false;
-    folders_.emplace(std::move(folders));
-    return true;
+  // Saves most of the walks for paths with wildcards: folders come after the one that they lie in.
+  [[nodiscard]] bool lies_in_empty_folder(std::string_view path) const {
+    return !empty_folder_.empty() && path.starts_with(empty_folder_);
   }
 
   std::optional<bool> ask(std::string_view path) {
@@ -60,7 +87,8 @@ class MediaFolders {
 
   Database& db_;
   const char* table_;
-  std::optional<FolderSet> folders_;
+  std::optional<FolderSet>& folders_;
+  std::string empty_folder_;  // the last one, where there was any
 };
 
 struct Flags {
@@ -102,11 +130,19 @@ int store_flags(Database& db, const FolderRow& folder, const Flags& flags) {
 
 }  // namespace
 
-int Assign_pathtbl_media(Database& db) {
+void read_folders(Database& db, FolderSets& sets) {
+  for (const MediaClass media_class : {MediaClass::kMusic, MediaClass::kVideo, MediaClass::kPhoto}) {
+    std::optional<FolderSet>& set = sets[static_cast<std::size_t>(media_class)];
+    if (!set) read_folder_set(db, table_of(media_class), set);
+  }
+}
+
+int Assign_pathtbl_media(Database& db, FolderSets sets) {
   std::vector<FolderRow> folders;
   if (!read_folder_rows(db, folders)) return report(db, 1, "select path,ROWID from path_objid_tbl end;");
 
-  MediaFolders music(db, "music_tbl"), video(db, "video_tbl"), photo(db, "photo_tbl");
+  MediaFolders music(db, MediaClass::kMusic, sets), video(db, MediaClass::kVideo, sets),
+      photo(db, MediaClass::kPhoto, sets);
   for (const FolderRow& folder : folders) {
     const std::optional<bool> has_music = music.any_below(folder.path);
     if (!has_music) return report(db, 2, music.query(folder.path));

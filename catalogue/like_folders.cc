@@ -46,8 +46,12 @@ void append_character(std::string& text, std::uint32_t code) {
 std::string as_like_reads(std::string_view text) {
   text = text.substr(0, text.find('\0'));
   std::string result;
-  result.reserve(text.size());
-  while (!text.empty()) append_character(result, read_character(text));
+  if (is_ascii(text)) {
+    result = text;
+  } else {
+    result.reserve(text.size());
+    while (!text.empty()) append_character(result, read_character(text));
+  }
   StringToLower(result);
   return result;
 }
@@ -195,16 +199,23 @@ FolderSet::FolderSet(std::vector<std::string> folders) : folders_(std::move(fold
   for (std::size_t i = 1; i < folders_.size(); ++i) shared_[i] = shared_bytes(folders_[i - 1], folders_[i]);
 }
 
+bool FolderSet::any_begins_with(std::string_view text) const {
+  const auto first = std::lower_bound(folders_.begin(), folders_.end(), text);
+  return first != folders_.end() && first->starts_with(text);
+}
+
 bool FolderSet::any_below(std::string_view path) const {
   const std::string pattern = as_like_reads(path);
-  const std::string_view literal = std::string_view(pattern).substr(0, pattern.find_first_of("%_"));
+  if (any_begins_with(pattern)) return true;  // a wildcard stands for itself, too
+  const std::size_t wildcard = pattern.find_first_of("%_");
+  if (wildcard == std::string::npos) return false;
+  const std::string_view literal = std::string_view(pattern).substr(0, wildcard);
   const auto first = std::lower_bound(folders_.begin(), folders_.end(), literal);
   const auto last = std::partition_point(
       first, folders_.end(), [literal](const std::string& folder) { return folder.starts_with(literal); });
-  if (first == last || literal.size() == pattern.size()) return first != last;
+  if (first == last) return false;
   const std::span shared = std::span(shared_).subspan(static_cast<std::size_t>(first - folders_.begin()));
-  return any_match({first, last}, shared, literal.size(),
-                   LikePattern(std::string_view(pattern).substr(literal.size())));
+  return any_match({first, last}, shared, wildcard, LikePattern(std::string_view(pattern).substr(wildcard)));
 }
 
 }  // namespace corvexal

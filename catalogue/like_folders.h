@@ -14,11 +14,14 @@ class FolderSet {
  public:
   explicit FolderSet(std::vector<std::string> folders);
 
-  // Without wildcards a binary search; from the first wildcard on, one walk through the folders that are
-  // left, which reads what neighbours have in common once, at a cost of one word for 64 bytes of the path.
+  // A binary search; where that finds nothing, from the first wildcard on one walk through the folders that
+  // are left, which reads what neighbours have in common once, at a cost of one word for 64 bytes of the
+  // path.
   [[nodiscard]] bool any_below(std::string_view path) const;
 
  private:
+  [[nodiscard]] bool any_begins_with(std::string_view text) const;
+
   std::vector<std::string> folders_;  // as "like" reads them, sorted
   std::vector<std::size_t> shared_;   // how many bytes each has in common with the one before it
 };

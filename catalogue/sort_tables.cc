@@ -1,11 +1,13 @@
 #include "catalogue/sort_tables.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
+#include <optional>
 #include <span>
+#include <utility>
 
+#include "catalogue/display_order.h"
 #include "catalogue/folder_flags.h"
 
 namespace corvexal {
@@ -52,7 +54,6 @@ constexpr SortTable kGroupTables[] = {
         GROUP BY Album
         order by UPPER(Album),Album;)"},
 };
-constexpr const SortTable &kGenres = kGroupTables[0], &kArtists = kGroupTables[1], &kAlbums = kGroupTables[2];
 
 void recreate_tables(Database& db, MediaClass media_class) {
   static constexpr const char* kMusic[] = {
@@ -82,44 +83,6 @@ void recreate_tables(Database& db, MediaClass media_class) {
   }
 }
 
-// One row for each item, in display order.
-bool fill_items(Database& db, const SortTable& table, const char* insert) {
-  Rows rows = db.select(table.query);
-  while (rows.next())
-    if (db.exec(insert, rows.text(0)) != SQLITE_OK) return false;
-  return !rows.failed();
-}
-
-// One row for each genre, artist or album, with its count and a container identifier of its own.
-bool fill_groups(Database& db, const SortTable& table, const char* insert, std::uint64_t& next_objid) {
-  Rows rows = db.select(table.query);
-  while (rows.next())
-    if (db.exec(insert, rows.text(0), rows.text(1), next_objid++) != SQLITE_OK) return false;
-  return !rows.failed();
-}
-
-bool fill_music(Database& db, ObjectIds& ids) {
-  return fill_items(db, kMusicItems, R"(insert into music_sortidx_tbl values ("%s",0,0);)") &&
-         fill_groups(db, kGenres, R"(insert into music_sortGen_tbl values ("%s","%s","%llu",0,0);)",
-                     ids.music_file_gen_objid) &&
-         fill_groups(db, kArtists, R"(insert into music_sortArt_tbl values ("%s","%s","%llu",0,0);)",
-                     ids.music_file_art_objid) &&
-         fill_groups(db, kAlbums, R"(insert into music_sortAlb_tbl values ("%s","%s","%llu",0,0);)",
-                     ids.music_file_alb_objid);
-}
-
-bool fill_tables(Session& session, MediaClass media_class) {
-  switch (media_class) {
-    case MediaClass::kMusic:
-      return fill_music(session.db, session.ids);
-    case MediaClass::kVideo:
-      return fill_items(session.db, kVideoItems, R"(insert into video_sortidx_tbl values ("%s",0,0);)");
-    case MediaClass::kPhoto:
-      return fill_items(session.db, kPhotoItems, R"(insert into photo_sortidx_tbl values ("%s",0,0);)");
-  }
-  return false;
-}
-
 const SortTable& items_of(MediaClass media_class) {
   switch (media_class) {
     case MediaClass::kMusic:
@@ -132,48 +95,116 @@ const SortTable& items_of(MediaClass media_class) {
   return kPhotoItems;
 }
 
-// Whether the stored rows are what the query gives now, in its order: the columns of the query, compared as
-// text, and after them identifiers that ascend, where there are any.
-bool is_current(Database& db, const SortTable& table, const char* stored, int columns, bool has_identifiers) {
-  Rows wanted = db.select(table.query), found = db.select(stored, table.name);
-  for (std::int64_t last_objid = 0;;) {
-    const bool more = wanted.next();
-    if (found.next() != more) return false;
-    if (!more) return !wanted.failed() && !found.failed();
-    for (int i = 0; i < columns; ++i)
-      if (wanted.text(i) != found.text(i)) return false;
-    if (!has_identifiers) continue;
-    if (found.number(columns) <= last_objid) return false;
-    last_objid = found.number(columns);
+// The rows of a class's sort tables: in one pass where that can be, else as the queries give them.
+class SortRows {
+ public:
+  SortRows(Database& db, MediaClass media_class)
+      : db_(db),
+        item_query_(items_of(media_class).query),
+        order_(DisplayOrder::read(db, media_class, item_query_)) {}
+
+  // False when `take` ended the giving or the rows cannot be read.
+  bool each_item(const TakeItem& take) {
+    if (order_) return order_->each_item(take);
+    Rows rows = db_.select(item_query_);
+    while (rows.next())
+      if (!take(rows.text(0))) return false;
+    return !rows.failed();
   }
+
+  // The same for the groups of kGroupTables[column].
+  bool each_group(std::size_t column, const TakeGroup& take) {
+    if (order_) return order_->each_group(column, take);
+    Rows rows = db_.select(kGroupTables[column].query);
+    while (rows.next())
+      if (!take(rows.text(0), rows.text(1))) return false;
+    return !rows.failed();
+  }
+
+  // Moves the class's folders out, where they are known.
+  void take_folders(std::optional<FolderSet>& folders) {
+    if (order_) folders.emplace(order_->take_folders());
+  }
+
+ private:
+  Database& db_;
+  const char* item_query_;
+  std::optional<DisplayOrder> order_;
+};
+
+// One row for each item, in display order.
+bool fill_items(Database& db, SortRows& rows, const SortTable& table) {
+  RowInsert insert(db, R"(insert into %s values ("%s",0,0);)", table.name);
+  return rows.each_item([&insert](std::string_view number) { return insert.exec(number) == SQLITE_OK; });
 }
 
-bool items_are_current(Database& db, const SortTable& table) {
-  return is_current(db, table, "select idx,reserve1,reserve2 from %s order by ROWID;", 1, false);
+// One row for each genre, artist or album, with its count and a container identifier of its own.
+bool fill_groups(Database& db, SortRows& rows, std::size_t column, std::uint64_t& next_objid) {
+  RowInsert insert(db, R"(insert into %s values ("%s","%s","%llu",0,0);)", kGroupTables[column].name);
+  return rows.each_group(column, [&](std::string_view name, std::string_view count) {
+    return insert.exec(name, count, next_objid++) == SQLITE_OK;
+  });
 }
 
-bool groups_are_current(Database& db, const SortTable& table) {
-  return is_current(db, table, "select name,cnt,ObjID,reserve1,reserve2 from %s order by ROWID;", 2, true);
+bool fill_tables(Session& session, SortRows& rows, MediaClass media_class) {
+  Database& db = session.db;
+  ObjectIds& ids = session.ids;
+  if (!fill_items(db, rows, items_of(media_class))) return false;
+  return media_class != MediaClass::kMusic || (fill_groups(db, rows, 0, ids.music_file_gen_objid) &&
+                                               fill_groups(db, rows, 1, ids.music_file_art_objid) &&
+                                               fill_groups(db, rows, 2, ids.music_file_alb_objid));
+}
+
+// Whether the stored rows are the wanted ones, compared as text.
+bool items_are_current(Database& db, SortRows& rows, const SortTable& table) {
+  Rows stored = db.select("select idx,reserve1,reserve2 from %s order by ROWID;", table.name);
+  const bool agree = rows.each_item(
+      [&stored](std::string_view number) { return stored.next() && stored.text(0) == number; });
+  return agree && !stored.next() && !stored.failed();
+}
+
+// The same, with identifiers that ascend.
+bool groups_are_current(Database& db, SortRows& rows, std::size_t column) {
+  Rows stored =
+      db.select("select name,cnt,ObjID,reserve1,reserve2 from %s order by ROWID;", kGroupTables[column].name);
+  std::int64_t last_objid = 0;
+  const bool agree = rows.each_group(column, [&](std::string_view name, std::string_view count) {
+    return stored.next() && stored.text(0) == name && stored.text(1) == count &&
+           stored.number(2) > std::exchange(last_objid, stored.number(2));
+  });
+  return agree && !stored.next() && !stored.failed();
 }
 
 }  // namespace
 
 bool write_sort_tables(Session& session, MediaClass media_class) {
+  session.db.begin_writing();
+  SortRows rows(session.db, media_class);
   recreate_tables(session.db, media_class);
-  return fill_tables(session, media_class);
+  return fill_tables(session, rows, media_class);
 }
 
 bool sort_tables_are_current(Database& db, MediaClass media_class) {
-  if (!items_are_current(db, items_of(media_class))) return false;
+  SortRows rows(db, media_class);
+  if (!items_are_current(db, rows, items_of(media_class))) return false;
   if (media_class != MediaClass::kMusic) return true;
-  return std::all_of(std::begin(kGroupTables), std::end(kGroupTables),
-                     [&db](const SortTable& table) { return groups_are_current(db, table); });
+  for (std::size_t column = 0; column < std::size(kGroupTables); ++column)
+    if (!groups_are_current(db, rows, column)) return false;
+  return true;
 }
 
 int RebuildSortTables(Session& session, MediaClass media_class) {
-  if (!write_sort_tables(session, media_class)) return 0;
+  session.db.begin_writing();
+  SortRows rows(session.db, media_class);
+  // Pages that are to be written take up SQLite's cache: what is read among them is read again and again.
+  FolderSets folders;
+  rows.take_folders(folders[static_cast<std::size_t>(media_class)]);
+  read_folders(session.db, folders);
+  recreate_tables(session.db, media_class);
+  if (!fill_tables(session, rows, media_class)) return 0;
   std::puts("Assign path_objid_tbl media-->");
-  if (Assign_pathtbl_media(session.db) == 0) std::puts("Assign path_objid_tbl media fail");
+  if (Assign_pathtbl_media(session.db, std::move(folders)) == 0)
+    std::puts("Assign path_objid_tbl media fail");
   SaveObjectIds(session.db, session.ids);
   session.db.exec("COMMIT;");
   session.db.close();
