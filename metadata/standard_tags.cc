@@ -146,6 +146,15 @@ void take_stream(const TagLib::AudioProperties* properties, SongInfo& song) {
   song.samplerate = std::max(properties->sampleRate(), 0);
 }
 
+// The library's fields leave it out. It is a truth value, though some writers make it a text.
+TagLib::String compilation_of(const TagLib::ASF::Tag& tag) {
+  const TagLib::ASF::AttributeList attributes = tag.attribute("WM/IsCompilation");
+  if (attributes.isEmpty()) return {};
+  const TagLib::ASF::Attribute& first = attributes.front();
+  return first.type() == TagLib::ASF::Attribute::UnicodeType ? first.toString()
+                                                             : TagLib::String::number(first.toBool() ? 1 : 0);
+}
+
 // Reads the digest with the library's reader of its format.
 Fields read_digest(const TagDigest& digest, SongInfo& song) {
   DigestStream stream(digest);
@@ -180,8 +189,7 @@ Fields read_digest(const TagDigest& digest, SongInfo& song) {
     case AudioFormat::kAsf: {
       TagLib::ASF::File file(&stream);
       fields.add(file.tag());
-      if (file.tag() != nullptr && file.tag()->contains("WM/IsCompilation"))
-        fields.add("COMPILATION", file.tag()->attribute("WM/IsCompilation").front().toString());
+      if (file.tag() != nullptr) fields.add("COMPILATION", compilation_of(*file.tag()));
       take_stream(file.audioProperties(), song);
       break;
     }

@@ -135,6 +135,35 @@ TEST_F(StandardTags, KnowsGenresByNumberAndByName) {
   }
 }
 
+// A WMA file with one attribute in its extended content description.
+std::string asf_with(std::string_view name, std::uint64_t type, const std::string& value) {
+  const auto utf16 = [](std::string_view ascii) {
+    std::string text;
+    for (const char c : ascii) (text += c) += '\0';
+    return text + "\0\0"s;
+  };
+  const std::string key = utf16(name);
+  const std::string attributes =
+      le(1, 2) + le(key.size(), 2) + key + le(type, 2) + le(value.size(), 2) + value;
+  const std::string object = "\x40\xA4\xD0\xD2\x07\xE3\xD2\x11\x97\xF0\x00\xA0\xC9\x5E\xA8\x50"s +
+                             le(attributes.size() + 24, 8) + attributes;
+  return "\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"s + le(object.size() + 30, 8) +
+         le(1, 4) + "\1\2" + object;
+}
+
+TEST_F(StandardTags, TakesACompilationOfWmaAsATruthValueAndAsAText) {
+  const struct {
+    int type;
+    std::string value;
+    int compilation;
+  } rows[] = {
+      {2, le(1, 4), 1}, {2, le(0, 4), 0}, {3, le(1, 4), 1}, {0, "t\0r\0u\0e\0\0\0"s, 1}, {0, "0\0\0\0"s, 0}};
+  for (const auto& row : rows) {
+    read(asf_with("WM/IsCompilation", static_cast<std::uint64_t>(row.type), row.value), "song.wma");
+    EXPECT_EQ(song.compilation, row.compilation) << row.type << row.value;
+  }
+}
+
 // A file of each format with a picture of the given size in front of a title.
 std::vector<std::pair<std::string, std::string>> heads_before_pictures(std::size_t picture) {
   const auto u32 = [](std::size_t n) {
