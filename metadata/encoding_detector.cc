@@ -81,6 +81,7 @@ std::string read_answer(int descriptor, const ChildProcess& child, Clock::time_p
 }  // namespace
 
 std::string EncodingDetector::detect(const std::string& sample) {
+  if (sample == "--help" || sample == "--version") return {};  // of itself the program would speak then
   if (const auto known = answers_.find(sample); known != answers_.end()) return known->second;
   if (!usable_) return {};
   if (answers_.size() >= kMostAnswers) answers_.clear();

@@ -19,10 +19,11 @@ class EncodingDetector {
   // Asks the program for the character set of `sample`, a text of unknown encoding that is cut at its first
   // zero byte. The sample is the program's one argument and no shell sees it as a command. Returns the first
   // 18 bytes of what the program prints, cut at a zero byte and otherwise exactly as printed, a line end
-  // included; empty when it cannot be started or prints nothing. A program that has not ended within the time
-  // limit is killed, with all that it started. Neither that nor one that is missing is started again: from
-  // then on new samples have empty answers. Up to 256 answers are remembered, then forgotten together:
-  // starting the program is most of a tag's time, and a scan into both stores reads each tag twice.
+  // included; empty when it cannot be started or prints nothing, and for a sample that is one of its
+  // switches. A program that has not ended within the time limit is killed, with all that it started. Neither
+  // that nor one that is missing is started again: from then on new samples have empty answers. Up to 256
+  // answers are remembered, then forgotten together: starting the program is most of a tag's time, and a scan
+  // into both stores reads each tag twice.
   [[nodiscard]] std::string detect(const std::string& sample);
 
  private:

@@ -40,6 +40,14 @@ TEST(EncodingDetector, TakesTheAnswerInTimeAndLeavesNothingBehind) {
   std::signal(SIGPIPE, signal_before);
 }
 
+TEST(EncodingDetector, KeepsSamplesThatAreSwitchesToItself) {
+  const testing::FakeDetector detector;
+  detector.answers("Usage:");
+  for (const char* sample : {"--help", "--version"})
+    EXPECT_EQ(EncodingDetector().detect(sample), "") << sample;
+  EXPECT_EQ(detector.arguments(), std::vector<std::string>{});
+}
+
 TEST(EncodingDetector, GivesAScriptThatNamesNoInterpreterToTheShell) {
   if (CORVEXAL_EMULATED) GTEST_SKIP() << "an emulator's posix_spawn does not say that a program cannot start";
   const testing::FakeDetector detector;
