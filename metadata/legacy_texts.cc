@@ -21,6 +21,15 @@ Text as_utf8(const std::string& text) {
   return std::string(whole);
 }
 
+// So many characters are no accident: of texts in another encoding, Chinese ones in GB 2312 are the likeliest
+// to be UTF-8 as well, and of those with five characters one in 5000 is.
+constexpr int kSurelyUtf8 = 5;
+
+bool is_surely_utf8(const Text& utf8) {
+  const auto begins_character = [](char c) { return static_cast<unsigned char>(c) >= 0xC0; };
+  return utf8 && std::count_if(utf8->begin(), utf8->end(), begins_character) >= kSurelyUtf8;
+}
+
 std::string sample_of(const std::vector<std::string>& texts) {
   std::string sample;
   for (const std::string& text : texts) sample += text;
@@ -32,7 +41,8 @@ std::string sample_of(const std::vector<std::string>& texts) {
 // in half a character is no text of that set.
 Text to_utf8(TagDecoder& decoder, const std::string& text, const std::string& charset) {
   constexpr std::size_t kLongestCharacter = 4;  // bytes
-  return convert_to_utf8(decoder.converters, text + std::string(kLongestCharacter, '\0'), charset.c_str()).text;
+  return convert_to_utf8(decoder.converters, text + std::string(kLongestCharacter, '\0'), charset.c_str())
+      .text;
 }
 
 // The detector's answer for these texts of a song of the album.
@@ -58,9 +68,12 @@ std::vector<Text> decode_legacy_texts(TagDecoder& decoder, const std::vector<std
   if (std::all_of(decoded.begin(), decoded.end(), [](const Text& text) { return text.has_value(); }))
     return decoded;
 
-  const std::string answer = answer_for(decoder, texts, album);
+  std::vector<std::string> unknown;
+  for (std::size_t i = 0; i < texts.size(); ++i)
+    if (!is_surely_utf8(decoded[i])) unknown.push_back(texts[i]);
+  const std::string answer = answer_for(decoder, unknown, album);
   for (std::size_t i = 0; i < texts.size(); ++i) {
-    if (decoded[i] && is_ascii(*decoded[i])) continue;
+    if (is_surely_utf8(decoded[i]) || (decoded[i] && is_ascii(*decoded[i]))) continue;
     decoded[i] = answer.empty() ? std::nullopt : to_utf8(decoder, texts[i], charset_of_answer(answer));
     if (!decoded[i]) decoded[i] = to_utf8(decoder, texts[i], decoder.code_page_set);
   }

@@ -40,5 +40,16 @@ TEST(LegacyTexts, AskTheDetectorOnceForAnAlbum) {
   }
 }
 
+TEST(LegacyTexts, KeepWhatIsUtf8ByNoAccidentBesideTextsInAnotherEncoding) {
+  const testing::FakeDetector detector;
+  TagDecoder decoder;
+  detector.answers("CP1251");
+  const std::string cyrillic = "\xCF\xE5\xF1\xED\xE8";
+  EXPECT_EQ(decode_legacy_texts(decoder, {"Весна", cyrillic, "Moon"}),
+            (std::vector<Text>{"Весна", "Песни", "Moon"}));
+  EXPECT_EQ(detector.arguments(), std::vector{cyrillic + "Moon"});
+  EXPECT_EQ(decode_legacy_texts(decoder, {"été!", cyrillic}), (std::vector<Text>{"Г©tГ©!", "Песни"}));
+}
+
 }  // namespace
 }  // namespace corvexal
