@@ -25,8 +25,10 @@ bool SurveyScope::holds(std::string_view path) const {
 bool SurveyScope::is_kept(std::string_view path) const {
   if (kept_.empty()) return false;
   if (!path.ends_with('/') && kept_.contains(std::string(path) + '/')) return true;
-  for (; !path.empty(); path = folder_around(path))
+  for (; !path.empty(); path = folder_around(path)) {
     if (kept_.contains(path)) return true;
+    if (is_given(path)) return false;
+  }
   return false;
 }
 
@@ -248,9 +250,18 @@ class Surveyor {
     survey_.moved.add_gone({media_class, row.rowid, folder, row.name, row.size, row.date});
   }
 
+  // Those that lie in no other one: a row is gone once.
+  static std::vector<std::string> outermost(std::vector<std::string> folders) {
+    std::sort(folders.begin(), folders.end());
+    std::vector<std::string> outer;
+    for (std::string& folder : folders)
+      if (outer.empty() || !folder.starts_with(outer.back())) outer.push_back(std::move(folder));
+    return outer;
+  }
+
   void look_for_gone_folders() {
-    for (const MediaClass media_class : kClasses)
-      for (const std::string& folder : survey_.scope.folders()) look_for_gone_rows(media_class, folder);
+    for (const std::string& folder : outermost(survey_.scope.folders()))
+      for (const MediaClass media_class : kClasses) look_for_gone_rows(media_class, folder);
     for (FolderRef& folder : survey_.folders)
       if (folder.second.rowid != 0 && !folder.second.is_visited && survey_.scope.holds(folder.first))
         survey_.gone_folders.push_back(&folder);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
@@ -23,7 +24,8 @@ class SurveyScope {
 
   [[nodiscard]] const std::vector<std::string>& folders() const { return folders_; }
 
-  // Leaves what stands at or below a path, given with a trailing "/", as it is.
+  // Leaves what stands at or below a path, given with a trailing "/", as it is, but for the task's folders in
+  // it.
   void keep(std::string path) { kept_.insert(std::move(path)); }
 
   // Whether a path of a file or, with its trailing "/", of a folder is in the scope.
@@ -34,6 +36,9 @@ class SurveyScope {
 
  private:
   [[nodiscard]] bool is_kept(std::string_view path) const;
+  [[nodiscard]] bool is_given(std::string_view path) const {
+    return std::find(folders_.begin(), folders_.end(), path) != folders_.end();
+  }
 
   std::vector<std::string> folders_;
   std::set<std::string, std::less<>> kept_;

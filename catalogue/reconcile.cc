@@ -1,11 +1,14 @@
 #include "catalogue/reconcile.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include "base/file.h"
@@ -113,7 +116,7 @@ class Reconciler {
     for (const MediaClass media_class : kClasses) {
       const std::string sql =
           composed("delete from %s where Real_Path>=? and Real_Path<?;", table_of(media_class));
-      if (write(sql.c_str(), folder, end)) counts_.removed += db_.changed_rows();
+      if (write(sql.c_str(), folder, end)) songs_are_stale_ = (counts_.removed += db_.changed_rows()) > 0;
     }
     write("delete from path_objid_tbl where path=? or path>=? and path<?;", without_slash(folder), folder,
           end);
@@ -343,7 +346,8 @@ class Reconciler {
     if (!is_store_song(path.substr(path.rfind('/') + 1))) return false;
     bool would_be_written = false;
     const bool is_written = refresh_song(session_.songs, session_.tags, path, status, [&] {
-      would_be_written = task_.preview;
+      // A file's second name shares the record that its first one would have got by now.
+      would_be_written = task_.preview && foreseen_songs_.insert(song_id(status)).second;
       return !task_.preview && songs_are_open();
     });
     return is_written || would_be_written;
@@ -368,7 +372,7 @@ class Reconciler {
   }
 
   void remove_stale_songs() {
-    if (!survey_.has_stale_songs || stopped()) return;
+    if (!(survey_.has_stale_songs || songs_are_stale_) || stopped()) return;
     const auto stale = session_.songs.keys_of([this](const SongInfo* song) {
       if (song == nullptr) return task_.whole_library;  // damaged, so nobody knows whose it is
       return song->path && survey_.scope.holds(*song->path) &&
@@ -402,12 +406,19 @@ class Reconciler {
     save_counters();
   }
 
+  // A playlist beside the task's folders, whose row goes with its own folder's sync.
+  static bool is_gone(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) != 0 && says_gone(errno);
+  }
+
   void relink() {
     const ForeseenRows foreseen{[this](const std::string& path) { return spoken_of_.holds(path); },
                                 [this](const std::string& path) { return renumbered_.holds(path); }};
     const auto links = relink_playlists(db_, session_.config.mntpath, task_.preview ? &foreseen : nullptr);
     if (!links) return fail("playlists", db_.error_text());
-    for (const std::string& path : links->unreadable) fail(path, "this playlist cannot be read");
+    for (const std::string& path : links->unreadable)
+      if (!is_gone(path)) fail(path, "this playlist cannot be read");
     for (const std::string& path : links->relinked)
       if (!spoken_of_.holds(path)) listener_.changed(Change::kRefreshed, path);
     counts_.mended += links->relinked.size();
@@ -435,10 +446,12 @@ class Reconciler {
                                       {IdentifierSource(kVideoIds), &ObjectIds::video_file_objid},
                                       {IdentifierSource(kPhotoIds), &ObjectIds::photo_file_objid}}};
   IdentifierSource folder_ids_{kFolderIds};
-  PathMarks spoken_of_;   // what the listener was told of
-  PathMarks renumbered_;  // files whose number a playlist may not know yet
+  std::set<std::uint32_t> foreseen_songs_;  // ids of records that a preview would have written
+  PathMarks spoken_of_;                     // what the listener was told of
+  PathMarks renumbered_;                    // files whose number a playlist may not know yet
   std::uint64_t files_done_ = 0;
   std::optional<bool> songs_open_;
+  bool songs_are_stale_ = false;  // those of forgotten rows
   bool songs_were_lost_ = false;
 };
 

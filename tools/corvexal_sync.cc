@@ -257,20 +257,12 @@ class Sync {
       return false;
     }
     std::sort(task_.folders.begin(), task_.folders.end());
-    if (!options_.shallow && options_.entries_only.empty()) drop_inner_folders();
     task_.entries_only = options_.entries_only;
     task_.left_files = options_.left_files;
     task_.known_folders_too = !options_.shallow;
     task_.preview = options_.dry_run;
     task_.renames = options_.renames;
     return true;
-  }
-
-  void drop_inner_folders() {
-    std::vector<std::string> outer;
-    for (const std::string& folder : task_.folders)
-      if (outer.empty() || !folder.starts_with(outer.back())) outer.push_back(folder);
-    task_.folders = std::move(outer);
   }
 
   bool open_catalogue() {

@@ -264,7 +264,12 @@ std::string FanotifySource::folder_on(Mount& mount, std::string_view handle) {
     return {};
   }
   HandleBytes bytes(handle);
-  const Descriptor folder(open_by_handle_at(mount.root.get(), bytes.get(), O_PATH | O_CLOEXEC));
+  const auto open_it = [&] {
+    return Descriptor(open_by_handle_at(mount.root.get(), bytes.get(), O_PATH | O_CLOEXEC));
+  };
+  Descriptor folder = open_it();
+  // What the kernel says, too, of a folder that is just being deleted: the next answer is the right one.
+  for (int tries = 3; !folder && errno == ENOMEM && tries > 0; --tries) folder = open_it();
   if (!folder) {
     if (errno != ESTALE && errno != ENOENT) is_lost_ = true;
     return {};
