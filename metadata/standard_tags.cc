@@ -210,6 +210,7 @@ Fields read_digest(const TagDigest& digest, SongInfo& song) {
     case AudioFormat::kAiff: {
       TagLib::RIFF::AIFF::File file(&stream);
       fields.add(file.tag());
+      for (const auto& [field, text] : digest.texts) fields.add(field, {text, TagLib::String::UTF8});
       take_stream(file.audioProperties(), song);
       break;
     }

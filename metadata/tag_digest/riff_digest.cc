@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "metadata/tag_digest/container_digests.h"
 #include "metadata/tag_digest/id3_digest.h"
@@ -15,6 +17,13 @@ namespace {
 constexpr std::size_t kChunkHeaderSize = 8;
 constexpr std::size_t kLongestFacts = 64;  // bytes of a chunk of facts about the sound
 constexpr int kMostChunks = 10'000;
+
+// The texts of an AIFF file itself, which may have an ID3v2 tag besides.
+struct TextChunk {
+  std::string_view name;
+  const char* field;
+};
+constexpr TextChunk kTextChunks[] = {{"NAME", "TITLE"}, {"AUTH", "ARTIST"}, {"ANNO", "COMMENT"}};
 
 constexpr std::string_view kWantedInfo[] = {"INAM", "IART", "IPRD", "IGNR", "ICMT", "ICRD", "IPRT"};
 
@@ -33,6 +42,7 @@ class ChunkedFile {
                   std::string(type) + chunks_;
     if (sound_size_ > 0) digest.head += std::string(sound_) + number(sound_size_);
     digest.gap = sound_size_;
+    digest.texts = std::move(texts_);
     return digest;
   }
 
@@ -58,6 +68,15 @@ class ChunkedFile {
       add_once("LIST", info(body));
     else if (facts_.take(name))
       add(name, body.read(kLongestFacts));
+    else if (is_big_endian_)
+      take_text(name, body);
+  }
+
+  void take_text(std::string_view name, FileRange body) {
+    for (const TextChunk& row : kTextChunks)
+      if (name == row.name &&
+          std::ranges::none_of(texts_, [&](const auto& text) { return text.first == row.field; }))
+        texts_.emplace_back(row.field, utf8_or_disguised(body.read(kLongestTagText), false));
   }
 
   std::string info(FileRange body) const {
@@ -89,6 +108,7 @@ class ChunkedFile {
   WantedKeys tags_{kTags};
   std::string_view sound_;
   std::string chunks_;
+  std::vector<std::pair<std::string, std::string>> texts_;
   std::uint64_t sound_size_ = 0;
 };
 

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "metadata/tag_digest/audio_format.h"
 
@@ -16,6 +18,8 @@ struct TagDigest {
   std::string head;
   std::uint64_t gap = 0;  // bytes
   std::string tail;
+  // Fields that TagLib does not look for, under its names; texts as utf8_or_disguised() gives them.
+  std::vector<std::pair<std::string, std::string>> texts;
 };
 
 // Makes the digest of a file: of the ID3v2 and ID3v1 (id3.org) and APE tags of an MPEG audio file and any of

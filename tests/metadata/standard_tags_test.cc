@@ -164,6 +164,23 @@ TEST_F(StandardTags, TakesACompilationOfWmaAsATruthValueAndAsAText) {
   }
 }
 
+TEST_F(StandardTags, TakesTheTextChunksOfAiffBesideItsId3Tag) {
+  const auto chunk = [](const std::string& name, const std::string& body) {
+    return name + be(body.size(), 4) + body + std::string(body.size() % 2, '\0');
+  };
+  const auto aiff = [&](const std::string& chunks) {
+    return "FORM" + be(chunks.size() + 4, 4) + "AIFF" + chunks;
+  };
+  const std::string name = chunk("NAME", "\xCF\xE5\xF1\xED\xE8");
+  const std::string texts =
+      name + chunk("NAME", "Another") + chunk("AUTH", "Singer\0"s) + chunk("ANNO", "A note");
+  detector_answers("CP1251");
+  EXPECT_EQ(read(aiff(texts), "song.aif"), (Row{"Песни", "Singer", "-", "-"}));
+  EXPECT_EQ(song.comment, "A note");
+  const std::string id3 = chunk("ID3 ", id3_tag_bytes(4, id3_text(4, "TIT2", "Tagged")));
+  EXPECT_EQ(read(aiff(texts + id3), "song.aif"), (Row{"Tagged", "Singer", "-", "-"}));
+}
+
 // A file of each format with a picture of the given size in front of a title.
 std::vector<std::pair<std::string, std::string>> heads_before_pictures(std::size_t picture) {
   const auto u32 = [](std::size_t n) {
