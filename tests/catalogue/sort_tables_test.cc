@@ -39,8 +39,9 @@ class SortTablesTest : public testing::CatalogueTest {
           pick(texts), pick(texts), pick(texts), i + 1);
     }
     for (const std::string& folder : folders) add_folder(folder.substr(0, folder.size() - (random() % 2)));
-    for (const char* folder : {"", "/nowhere/"}) add_folder(folder);
+    for (const char* folder : {"", "/nowhere/", "/neither/"}) add_folder(folder);
     run("update path_objid_tbl set have_video = '1', have_photo = '1' where path == '/nowhere/';");
+    run("update path_objid_tbl set have_video = 'yes' where path == '/neither/';");
   }
 
   // The statements that define the tables, whose rows must be equal to theirs.

@@ -82,13 +82,14 @@ TEST_F(ImageSize, FindsAFrameAcrossTheWindowsBorder) {
 TEST_F(ImageSize, PassesOverAHoleInAPngAsOverItsZeros) {
   const std::string start = "\x89PNG\r\n\x1A\n";
   const std::string ihdr = "\0\0\0\x0DIHDR\0\0\0\5\0\0\0\6\x8\6\0\0\0"s;
-  for (std::uintmax_t shift = 0; shift < 12; ++shift) {
-    std::uintmax_t end = (std::uintmax_t{1} << 40) + 4096 * shift;  // 4096 is 4 more than a multiple of 12
-    const bool found = (end - start.size()) % 12 == 0;
-    EXPECT_EQ(read_file(folder.write_sparse("image", start, end, ihdr))[0], found ? 5 : kKept) << shift;
-    end = 409600 + 4096 * shift;
-    const Fields zeros = read(start + std::string(end - start.size(), '\0') + ihdr);
-    EXPECT_EQ(read_file(folder.write_sparse("image", start, end, ihdr)), zeros) << shift;
+  for (std::size_t shift = 0; shift < 12; ++shift) {
+    const std::uintmax_t far =
+        (std::uintmax_t{1} << 40) + 4096 * shift;  // 4096 is 4 more than a multiple of 12
+    const bool found = (far - start.size()) % 12 == 0;
+    EXPECT_EQ(read_file(folder.write_sparse("image", start, far, ihdr))[0], found ? 5 : kKept) << shift;
+    const std::size_t near = 409600 + 4096 * shift;
+    const Fields zeros = read(start + std::string(near - start.size(), '\0') + ihdr);
+    EXPECT_EQ(read_file(folder.write_sparse("image", start, near, ihdr)), zeros) << shift;
   }
 }
 
