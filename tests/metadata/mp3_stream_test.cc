@@ -65,6 +65,11 @@ TEST_F(Mp3Stream, FindsAndMeasuresFrames) {
   // The search looks at 975 bytes a block.
   for (const std::size_t junk : {973U, 974U, 975U, 976U, 1949U, 1950U})
     EXPECT_EQ(scan(zeros(junk) + repeated(k128, 20)), (Row{"128", "44100", "521"})) << junk;
+  // The mean is that of frames of which the first begins at most 2895 bytes after the middle, here 5391.
+  for (const auto& [start, bitrate] : {std::pair{8286U, "64"}, std::pair{8287U, "128"}}) {
+    const std::string head = repeated(k128, 3);
+    EXPECT_EQ(scan(head + zeros(start - head.size()) + repeated(k64, 12))[0], bitrate) << start;
+  }
 }
 
 TEST_F(Mp3Stream, TellsItsSearchInTheLog) {
