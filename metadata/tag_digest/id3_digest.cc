@@ -259,6 +259,15 @@ std::string digest_of_id3v2(FileRange range) {
   return tag.append(seven_bit_bytes(frames.size())).append(frames);
 }
 
+std::string digest_of_id3v2_before(FileWindow& file, std::uint64_t end) {
+  if (end < kTagHeaderSize) return {};
+  const std::string footer = FileRange(file, end - kTagHeaderSize, end).read(kTagHeaderSize);
+  if (!footer.starts_with("3DI")) return {};
+  const auto header = tag_header("ID3" + footer.substr(3));
+  if (!header || header->size + 2 * kTagHeaderSize > end) return {};
+  return digest_of_id3v2(FileRange(file, end - header->size - 2 * kTagHeaderSize, end));
+}
+
 std::string id3v1_tag(FileWindow& file) {
   if (file.file_size() < kId3v1Size) return {};
   std::string tag = FileRange(file, file.file_size() - kId3v1Size, file.file_size()).read(kId3v1Size);

@@ -15,6 +15,9 @@ namespace corvexal {
 // UTF-16, each up to its first zero character. Compressed and encrypted frames are left out.
 [[nodiscard]] std::string digest_of_id3v2(FileRange range);
 
+// The same of a tag that ends, with its footer, at `end`, as version 2.4 may stand after the sound.
+[[nodiscard]] std::string digest_of_id3v2_before(FileWindow& file, std::uint64_t end);
+
 // The ID3v1 tag at the file's end as it is; empty when there is none.
 [[nodiscard]] std::string id3v1_tag(FileWindow& file);
 

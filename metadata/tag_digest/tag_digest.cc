@@ -18,6 +18,8 @@ std::string tags_at_end(FileWindow& file) {
 TagDigest digest_of_mpeg(FileWindow& file) {
   TagDigest digest;
   digest.head = digest_of_id3v2(FileRange(file, 0, file.file_size()));
+  if (digest.head.empty())
+    digest.head = digest_of_id3v2_before(file, file.file_size() - id3v1_tag(file).size());
   digest.tail = tags_at_end(file);
   return digest;
 }

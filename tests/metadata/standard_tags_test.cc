@@ -151,6 +151,19 @@ std::string asf_with(std::string_view name, std::uint64_t type, const std::strin
          le(1, 4) + "\1\2" + object;
 }
 
+TEST_F(StandardTags, FindsAnId3v2TagAtTheEnd) {
+  std::string tag = id3_tag_bytes(4, id3_text(4, "TIT2", "Last"));
+  tag[5] = 0x10;  // it has a footer
+  const std::string sound = testing::read_file(testing::sample("music/vbr.mp3")),
+                    footer = "3DI" + tag.substr(3, 7);
+  const std::string id3v1 = "TAGOld" + zeros(27) + "Singer" + zeros(89);
+  EXPECT_EQ(read(sound + tag + footer), (Row{"Last", "-", "-", "-"}));
+  EXPECT_EQ(read(sound + tag + footer + id3v1), (Row{"Last", "Singer", "-", "Blues"}));
+  EXPECT_EQ(read(id3_tag_bytes(4, id3_text(4, "TIT2", "First")) + sound + tag + footer)[0], "First");
+  for (const std::string& broken : {footer, tag.substr(1) + footer, "3DI\4\0\x10\x7F\x7F\x7F\x7F"s})
+    EXPECT_EQ(read(broken)[0], "-");
+}
+
 TEST_F(StandardTags, TakesACompilationOfWmaAsATruthValueAndAsAText) {
   const struct {
     int type;
