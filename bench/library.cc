@@ -96,8 +96,7 @@ void in_own_process(const std::function<void()>& work) {
   if (status != 0) std::abort();
 }
 
-Cost run_program(const std::string& root, const std::vector<std::string>& arguments) {
-  std::string program = CORVEXAL_PROGRAM;
+Cost run_program(const std::string& root, const std::vector<std::string>& arguments, std::string program) {
   std::vector<std::string> words = arguments;
   std::vector<char*> argv = {program.data()};
   for (std::string& word : words) argv.push_back(word.data());
@@ -122,11 +121,11 @@ Cost run_program(const std::string& root, const std::vector<std::string>& argume
 }
 
 void measure_runs(benchmark::State& state, const std::string& root, const std::vector<std::string>& arguments,
-                  const std::function<void()>& prepare) {
+                  const std::function<void()>& prepare, const std::string& program) {
   double cpu = 0, peak = 0;
   for (auto _ : state) {
     in_own_process(prepare);
-    const Cost cost = run_program(root, arguments);
+    const Cost cost = run_program(root, arguments, program);
     if (cost.status != 0) state.SkipWithError("the run failed");
     state.SetIterationTime(cost.wall_seconds);
     cpu += cost.cpu_seconds;

@@ -49,12 +49,13 @@ struct Cost {
   int status = 0;
 };
 
-// Runs the program in a folder that stands for the device's root; what it prints is dropped.
-[[nodiscard]] Cost run_program(const std::string& root, const std::vector<std::string>& arguments);
+// Runs the program, or another one, in a folder that stands for the device's root; what it prints is dropped.
+[[nodiscard]] Cost run_program(const std::string& root, const std::vector<std::string>& arguments,
+                               std::string program = CORVEXAL_PROGRAM);
 
 // Runs the program once an iteration, after `prepare` in a process of its own. Reports the wall time as the
 // benchmark's, the mean processor time and the highest peak memory beside it.
 void measure_runs(benchmark::State& state, const std::string& root, const std::vector<std::string>& arguments,
-                  const std::function<void()>& prepare);
+                  const std::function<void()>& prepare, const std::string& program = CORVEXAL_PROGRAM);
 
 }  // namespace corvexal::bench
