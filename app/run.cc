@@ -1,7 +1,6 @@
 #include "app/run.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -33,21 +32,21 @@ namespace {
 
 constexpr int kSuccess = 0, kFailure = -1;
 
-bool is_directory(const std::string& path) {
+// The S_IFMT bits of what stands at a path, 0 for nothing; absent, with a line on standard error, when the
+// disk does not tell.
+std::optional<mode_t> file_type(const std::string& path) {
   struct stat status {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-bool is_device_or_pipe(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+  if (stat(path.c_str(), &status) == 0) return status.st_mode & S_IFMT;
+  if (says_gone(errno)) return 0;
+  error_printf("Corvexal: cannot look at %s: %s\n", path.c_str(), std::strerror(errno));
+  return std::nullopt;
 }
 
 // A file outside the device's media that only an untrusted link leads to counts as missing, and so does what
 // is neither file nor folder.
-bool may_be_read(const Session& session, const std::string& path) {
+bool may_be_read(const Session& session, const std::string& path, mode_t type) {
   const bool is_trusted = leads_where_it_may(path, session.config.mntpath);
-  if (is_trusted && !is_device_or_pipe(path)) return true;
+  if (is_trusted && (type == S_IFREG || type == 0)) return true;
   error_printf("Corvexal: %s is not read: %s\n", path.c_str(),
                is_trusted ? "it is no regular file" : "a symbolic link that is not root's leads to it");
   return false;
@@ -72,12 +71,19 @@ bool rename_folder(Session& session, const Command& command) {
   return true;
 }
 
-bool rename_file(Session& session, const Command& command) {
+bool rename_file(Session& session, const Command& command, mode_t type) {
   const int removed = RemoveMediaFile(session, command.path, Rebuild::kByCaller);
-  const int added = may_be_read(session, command.new_path) ? MmsAddMediaFile(session, command.new_path) : -1;
+  const int added =
+      may_be_read(session, command.new_path, type) ? MmsAddMediaFile(session, command.new_path) : -1;
   if (removed == -1 && added == -1) return false;  // the add has said why
   rebuild_for_whole_catalogue(session);
   return true;
+}
+
+bool rename(Session& session, const Command& command) {
+  const auto type = file_type(command.new_path);
+  if (!type) return false;
+  return *type == S_IFDIR ? rename_folder(session, command) : rename_file(session, command, *type);
 }
 
 bool delete_tree(Session& session, const Command& command) {
@@ -107,24 +113,30 @@ bool add_folder(Session& session, const Command& command) {
   return true;
 }
 
-bool add_file(Session& session, const Command& command) {
-  if (access(command.path.c_str(), F_OK) != 0 || !may_be_read(session, command.path)) return true;
+bool add_file(Session& session, const Command& command, mode_t type) {
+  if (type == 0 || !may_be_read(session, command.path, type)) return true;
   if (MmsAddMediaFile(session, command.path) == -1) return false;
   rebuild_for_whole_catalogue(session);
   return true;
+}
+
+bool add(Session& session, const Command& command) {
+  const auto type = file_type(command.path);
+  if (!type) return false;
+  return *type == S_IFDIR ? add_folder(session, command) : add_file(session, command, *type);
 }
 
 bool carry_out(Session& session, const Command& command) {
   if (!command.updates_catalogue() && command.operation != Operation::kSync) return true;
   switch (command.operation) {
     case Operation::kRename:
-      return is_directory(command.new_path) ? rename_folder(session, command) : rename_file(session, command);
+      return rename(session, command);
     case Operation::kDeleteTree:
       return delete_tree(session, command);
     case Operation::kDelete:
       return delete_file(session, command);
     case Operation::kCreate:
-      return is_directory(command.path) ? add_folder(session, command) : add_file(session, command);
+      return add(session, command);
     case Operation::kSync:
       std::puts(kUsage);
   }

@@ -84,7 +84,8 @@ void append_escaped(std::string& escaped, std::string_view text) {
 
 // The message, cut to less than `limit` bytes. Its line ends are those at the end of the format; what else
 // looks like one came with a text.
-std::string message_of(const char* format, std::va_list arguments, std::size_t limit = SIZE_MAX) {
+__attribute__((format(printf, 1, 0))) std::string message_of(const char* format, std::va_list arguments,
+                                                             std::size_t limit = SIZE_MAX) {
   std::va_list again;
   va_copy(again, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, again);

@@ -14,8 +14,8 @@ namespace {
 
 constexpr const char* kBrokenLiteral = "a value holds the quote character of its literal: syntax error";
 
-// Whether a statement that ended in `code` was prevented. One that is merely wrong harms nothing but itself,
-// and so does one that meets a damaged file outside a transaction.
+// Whether a statement that ended in `code` was prevented. One that is merely wrong harms nothing but itself.
+// A read that the disk fails shows as a damaged file, and what goes on after it takes rows for missing.
 bool is_prevented(int code) {
   switch (code) {
     case SQLITE_OK:
@@ -23,7 +23,6 @@ bool is_prevented(int code) {
     case SQLITE_CONSTRAINT:
     case SQLITE_TOOBIG:
     case SQLITE_MISMATCH:
-    case SQLITE_CORRUPT:
       return false;
     default:
       return true;
@@ -129,12 +128,10 @@ void Database::close() {
   files_.reset();
 }
 
-// Takes note of a statement's end: nothing of a transaction that lost a part may stay. A damaged file spoils
-// the whole transaction, as its commit would show.
+// Takes note of a statement's end: nothing of a transaction that lost a part may stay.
 int Database::settle(int code, bool had_transaction) {
   const bool rolled_back = had_transaction && !in_transaction();
-  const bool spoiled = code == SQLITE_CORRUPT && in_transaction();
-  if (!loss_ && code != SQLITE_OK && (is_prevented(code) || rolled_back || spoiled)) note_loss(code);
+  if (!loss_ && code != SQLITE_OK && (is_prevented(code) || rolled_back)) note_loss(code);
   return code;
 }
 

@@ -68,7 +68,7 @@ int remove_rows(Database& db, const SyncedTable& table, const std::vector<std::s
 
 // An unplugged disk looks like one whose files were all deleted; whoever started the run should learn of it.
 void report_lost_mount_path(const std::string& mount_path, const std::string& removals) {
-  if (exists(mount_path)) return;
+  if (exists(mount_path) || !says_gone(errno)) return;
   error_printf("Corvexal: the mount path %s cannot be found; rows removed from the catalogue:%s\n",
                mount_path.c_str(), removals.c_str());
 }

@@ -45,11 +45,13 @@ void give_room_back(int file) {
 }
 
 // Some file systems know no owners, and only root may give files away: the store is usable all the same.
-void keep_owner_and_mode(const Descriptor& original, int successor) {
-  const auto old = original ? status_of(original.get()) : std::nullopt;
-  if (!old) return;
+bool keep_owner_and_mode(const Descriptor& original, int successor) {
+  if (!original) return true;
+  const auto old = status_of(original.get());
+  if (!old) return false;
   [[maybe_unused]] const int owner = fchown(successor, old->st_uid, old->st_gid);
   fchmod(successor, old->st_mode & 0777);
+  return true;
 }
 
 bool write_all(int to, Bytes bytes) {
@@ -115,6 +117,7 @@ bool StoreFile::load() {
   if (!place_ || (!original_ && errno != ENOENT)) return fail("cannot be opened", why_refused(errno));
   staging_ = StagingFolder::make(*place_);
   const auto found = original_ ? status_of(original_.get()) : std::nullopt;
+  if (original_ && !found) return fail("cannot be opened", std::strerror(errno));
   if (emptied_ || !found || found->st_size == 0) return begin_empty();
 
   const Descriptor copy = copy_original();
@@ -191,9 +194,8 @@ bool StoreFile::remove(Bytes key) {
 
 void StoreFile::lose_changes(const std::string& reason) {
   fail("is left as it was, without this run's changes", reason);
-  lost_changes_ = lost_changes_ || has_changes_;
   takes_changes_ = has_changes_ = false;
-  may_try_anew_ = true;
+  lost_changes_ = may_try_anew_ = true;
   set_handle(open_original());
 }
 
@@ -211,7 +213,7 @@ bool StoreFile::save() {
 // The disk must have the copy before it gets the store's name.
 bool StoreFile::replace_original() {
   const int file = gdbm_fdesc(db_.get());
-  keep_owner_and_mode(original_, file);
+  if (!keep_owner_and_mode(original_, file)) return false;
   give_room_back(file);
   gdbm_errno = GDBM_FILE_SYNC_ERROR;
   return gdbm_sync(db_.get()) == 0 && staging_->replace_store();
