@@ -33,13 +33,39 @@ void add_song(Database& database, int number, const std::string& folder, const s
       ObjectIds{}.music_file_objid + static_cast<unsigned>(number));
 }
 
+void add_photo(Database& database, int number, const std::string& folder, const std::string& name) {
+  database.exec(
+      "insert into photo_tbl values "
+      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"jpg\",\"2020-01-01T12:00:00\",\"2000000\",\"4000\",\"3000\","
+      "\"24\",\"0\",\"0\",\"0\",\"4\",\"%llu\",\"4000000000001\",\"0\",\"0\",\"0\");",
+      number, folder, name, folder, name, ObjectIds{}.photo_file_objid + static_cast<unsigned>(number));
+}
+
+void add_video(Database& database, int number, const std::string& folder, const std::string& name) {
+  database.exec(
+      "insert into video_tbl values "
+      "(\"%d\",\"%s\",\"%s\",\"%s\",\"%s\",\"avi\",\"2020-01-01T12:00:00\",\"700000000\",\"0\",\"0\","
+      "\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"4\",\"%llu\",\"4000000000001\",\"0\",\"0\",\"0\");",
+      number, folder, name, folder, name, ObjectIds{}.video_file_objid + static_cast<unsigned>(number));
+}
+
 void add_folder(Database& database, int number, const std::string& folder) {
-  database.exec("insert into path_objid_tbl values (\"%s\",\"%llu\",\"0\",\"3\",\"0\",\"1\",\"0\");", folder,
+  database.exec("insert into path_objid_tbl values (\"%s\",\"%llu\",\"0\",\"3\",\"1\",\"1\",\"1\");", folder,
                 ObjectIds{}.media_path_objid + static_cast<unsigned>(number));
 }
 
 double seconds(const timeval& time) {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+Cost wait_for(pid_t child, std::chrono::steady_clock::time_point start) {
+  Cost cost;
+  rusage usage{};
+  wait4(child, &cost.status, 0, &usage);
+  cost.wall_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  cost.cpu_seconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
+  cost.peak_mib = static_cast<double>(usage.ru_maxrss) / 1024;
+  return cost;
 }
 
 }  // namespace
@@ -59,7 +85,7 @@ std::string Library::folder(int genre_number, int number) const {
 }
 
 void Library::make() const {
-  std::cerr << "Making a library of 100,000 songs in " << root_ << " ...\n";
+  std::cerr << "Making a library of 220,000 files in " << root_ << " ...\n";
   fs::create_directories(root_ + "/etc");
   fs::create_directories(root_ + "/var/log");
   fs::create_directories(share());
@@ -67,14 +93,22 @@ void Library::make() const {
   if (create_catalogue(share()) != 0) std::abort();
   Database database;
   database.open(catalogue_path(share()));
-  int number = 0;
+  int songs = 0, photos = 0, videos = 0;
   for (int i = 0; i < kGenres * kFoldersPerGenre; ++i) {
     const std::string path = folder(i / kFoldersPerGenre, i % kFoldersPerGenre) + '/';
     fs::create_directories(path);
     add_folder(database, i, path);
     for (int track = 0; track < kSongsPerFolder; ++track) {
       std::ofstream{path + song(track)};
-      add_song(database, ++number, path, song(track));
+      add_song(database, ++songs, path, song(track));
+      const std::string photo = "IMG_" + std::to_string(++photos) + ".jpg";
+      std::ofstream{path + photo};
+      add_photo(database, photos, path, photo);
+    }
+    for (int clip = 0; clip < kVideosPerFolder; ++clip) {
+      const std::string video = "Clip " + std::to_string(++videos) + ".avi";
+      std::ofstream{path + video};
+      add_video(database, videos, path, video);
     }
   }
   database.close();
@@ -85,15 +119,16 @@ void Library::restore() const {
   fs::copy_file(root_ + "/pristine.db", catalogue_path(share()), fs::copy_options::overwrite_existing);
 }
 
-void in_own_process(const std::function<void()>& work) {
+Cost in_own_process(const std::function<void()>& work) {
+  const auto start = std::chrono::steady_clock::now();
   const pid_t child = fork();
   if (child == 0) {
     work();
     _exit(0);
   }
-  int status = 0;
-  waitpid(child, &status, 0);
-  if (status != 0) std::abort();
+  const Cost cost = wait_for(child, start);
+  if (cost.status != 0) std::abort();
+  return cost;
 }
 
 Cost run_program(const std::string& root, const std::vector<std::string>& arguments, std::string program) {
@@ -107,16 +142,11 @@ Cost run_program(const std::string& root, const std::vector<std::string>& argume
   posix_spawn_file_actions_addchdir_np(&actions, root.c_str());
   posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
 
-  Cost cost;
   pid_t child = 0;
-  rusage usage{};
   const auto start = std::chrono::steady_clock::now();
   if (posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ) != 0) std::abort();
-  wait4(child, &cost.status, 0, &usage);
-  cost.wall_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  const Cost cost = wait_for(child, start);
   posix_spawn_file_actions_destroy(&actions);
-  cost.cpu_seconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
-  cost.peak_mib = static_cast<double>(usage.ru_maxrss) / 1024;
   return cost;
 }
 

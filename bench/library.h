@@ -8,14 +8,15 @@
 
 namespace corvexal::bench {
 
-// A made-up share with a catalogue of 100,000 songs in 10,000 folders, in a folder that stands for the
-// device's root. Every song is a file (empty) on the disk, so that a walk over the catalogue finds it. Made
-// once and kept.
+// A made-up share with a catalogue of 100,000 songs, 100,000 photos and 20,000 videos in 10,000 folders, in a
+// folder that stands for the device's root. Each is a file (empty) on the disk, so that a walk over the
+// catalogue finds it. Made once and kept.
 class Library {
  public:
   static constexpr int kGenres = 20;
   static constexpr int kFoldersPerGenre = 500;
-  static constexpr int kSongsPerFolder = 10;
+  static constexpr int kSongsPerFolder = 10;  // and as many photos
+  static constexpr int kVideosPerFolder = 2;
 
   // Uses the library under `root`, making it first when it is not there.
   explicit Library(const std::string& root);
@@ -37,10 +38,6 @@ class Library {
   std::string root_;
 };
 
-// Does the work in a process of its own: what a process has once needed counts in the peak memory of every
-// program that it starts later.
-void in_own_process(const std::function<void()>& work);
-
 // What one run of the program cost.
 struct Cost {
   double wall_seconds = 0;
@@ -48,6 +45,10 @@ struct Cost {
   double peak_mib = 0;
   int status = 0;
 };
+
+// Does the work in a process of its own: what a process has once needed counts in the peak memory of every
+// program that it starts later.
+Cost in_own_process(const std::function<void()>& work);
 
 // Runs the program, or another one, in a folder that stands for the device's root; what it prints is dropped.
 [[nodiscard]] Cost run_program(const std::string& root, const std::vector<std::string>& arguments,

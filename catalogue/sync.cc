@@ -44,12 +44,13 @@ struct Unknown {
 std::optional<std::vector<std::string>> vanished_files(Database& db, const SyncedTable& table,
                                                        Unknown& unknown) {
   std::vector<std::string> vanished;
+  std::string path;
   Rows rows = db.select("select UTF_Path,UTF_fname from %s;", table.name);
   while (rows.next()) {
-    std::string path = std::string(rows.text(0)).append(rows.text(1));
+    path.assign(rows.text(0)).append(rows.text(1));
     if (exists(path)) continue;
     if (says_gone(errno))
-      vanished.push_back(std::move(path));
+      vanished.push_back(path);
     else if (unknown.files++ == 0)
       unknown.error = errno;
   }
