@@ -1,16 +1,20 @@
 #include "catalogue/sync.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "base/descriptor.h"
 #include "base/file.h"
 #include "base/log.h"
 #include "catalogue/remove.h"
@@ -34,6 +38,34 @@ bool exists(const std::string& path) {
   return stat(path.c_str(), &status) == 0;
 }
 
+// Looks whether files are there. The files of one folder are looked for from the folder: its path is followed
+// once.
+class FileLook {
+ public:
+  // As stat() of the folder's and the file's name together; errno says why there is no file.
+  bool finds(std::string_view folder, std::string_view name) {
+    if (folder != folder_) enter(folder);
+    path_.assign(folder).append(name);
+    const bool is_short = path_.size() < PATH_MAX && name.find('/') == std::string_view::npos;
+    if (!here_ || !is_short || name.empty()) return exists(path_);
+    struct stat status {};
+    return fstatat(here_.get(), path_.c_str() + folder.size(), &status, 0) == 0;
+  }
+
+  // The path that finds() was last asked for.
+  [[nodiscard]] const std::string& path() const { return path_; }
+
+ private:
+  void enter(std::string_view folder) {
+    folder_ = folder;
+    const bool is_whole = folder.ends_with('/') && folder.find('\0') == std::string_view::npos;
+    here_ = Descriptor(is_whole ? open(folder_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC) : -1);
+  }
+
+  std::string folder_, path_;
+  Descriptor here_;  // none when the folder cannot be opened
+};
+
 // The files that the disk would not tell of, and the first reason.
 struct Unknown {
   std::size_t files = 0;
@@ -44,13 +76,12 @@ struct Unknown {
 std::optional<std::vector<std::string>> vanished_files(Database& db, const SyncedTable& table,
                                                        Unknown& unknown) {
   std::vector<std::string> vanished;
-  std::string path;
+  FileLook look;
   Rows rows = db.select("select UTF_Path,UTF_fname from %s;", table.name);
   while (rows.next()) {
-    path.assign(rows.text(0)).append(rows.text(1));
-    if (exists(path)) continue;
+    if (look.finds(rows.text(0), rows.text(1))) continue;
     if (says_gone(errno))
-      vanished.push_back(path);
+      vanished.push_back(look.path());
     else if (unknown.files++ == 0)
       unknown.error = errno;
   }
