@@ -37,11 +37,8 @@ class ByteReader {
     at_ += count;
     return true;
   }
-  [[nodiscard]] bool u8(std::uint8_t& value) { return big_endian(value); }
   [[nodiscard]] bool be16(std::uint16_t& value) { return big_endian(value); }
   [[nodiscard]] bool be32(std::uint32_t& value) { return big_endian(value); }
-  [[nodiscard]] bool le16(std::uint16_t& value) { return little_endian(value); }
-  [[nodiscard]] bool le32(std::uint32_t& value) { return little_endian(value); }
 
  private:
   template <class Number>
@@ -49,17 +46,6 @@ class ByteReader {
     if (left() < sizeof value) return false;
     std::uint64_t sum = 0;
     for (std::size_t i = 0; i < sizeof value; ++i) sum = sum << 8 | bytes_[at_ + i];
-    return take(value, sum);
-  }
-  template <class Number>
-  bool little_endian(Number& value) {
-    if (left() < sizeof value) return false;
-    std::uint64_t sum = 0;
-    for (std::size_t i = sizeof value; i-- > 0;) sum = sum << 8 | bytes_[at_ + i];
-    return take(value, sum);
-  }
-  template <class Number>
-  bool take(Number& value, std::uint64_t sum) {
     value = static_cast<Number>(sum);
     at_ += sizeof value;
     return true;

@@ -26,7 +26,7 @@ std::pair<std::string, std::string> split_at_share(const std::string& path) {
 }
 
 // Takes the first name off a path; empty at its end.
-std::string take_name(std::string& path) {
+std::string cut_name(std::string& path) {
   const std::size_t start = path.find_first_not_of('/');
   if (start == std::string::npos) return path = "";
   const std::size_t end = path.find('/', start);
@@ -68,7 +68,7 @@ class Walk {
 
   std::optional<Place> find(MissingFolders missing) {
     while (folder_) {
-      const std::string name = take_name(rest_);
+      const std::string name = cut_name(rest_);
       const bool is_last = !has_more_names(rest_);
       if (name.empty()) errno = EINVAL;
       if (name.empty()) break;

@@ -139,7 +139,7 @@ class Fields {
   std::map<std::string, std::string, std::less<>> values_;
 };
 
-void take_stream(const TagLib::AudioProperties* properties, SongInfo& song) {
+void read_stream(const TagLib::AudioProperties* properties, SongInfo& song) {
   if (properties == nullptr) return;
   song.song_length = std::max(properties->lengthInMilliseconds(), 0);
   song.bitrate = std::max(properties->bitrate(), 0);
@@ -165,53 +165,53 @@ Fields read_digest(const TagDigest& digest, SongInfo& song) {
       TagLib::FLAC::File file(&stream, frames);
       fields.add(file.xiphComment());
       fields.add(file.ID3v2Tag());
-      take_stream(file.audioProperties(), song);
+      read_stream(file.audioProperties(), song);
       break;
     }
     case AudioFormat::kVorbis: {
       TagLib::Ogg::Vorbis::File file(&stream);
       fields.add(file.tag());
-      take_stream(file.audioProperties(), song);
+      read_stream(file.audioProperties(), song);
       break;
     }
     case AudioFormat::kOpus: {
       TagLib::Ogg::Opus::File file(&stream);
       fields.add(file.tag());
-      take_stream(file.audioProperties(), song);
+      read_stream(file.audioProperties(), song);
       break;
     }
     case AudioFormat::kMp4: {
       TagLib::MP4::File file(&stream);
       fields.add(file.tag());
-      take_stream(file.audioProperties(), song);
+      read_stream(file.audioProperties(), song);
       break;
     }
     case AudioFormat::kAsf: {
       TagLib::ASF::File file(&stream);
       fields.add(file.tag());
       if (file.tag() != nullptr) fields.add("COMPILATION", compilation_of(*file.tag()));
-      take_stream(file.audioProperties(), song);
+      read_stream(file.audioProperties(), song);
       break;
     }
     case AudioFormat::kApe: {
       TagLib::APE::File file(&stream);
       fields.add(file.APETag());
       fields.add(file.ID3v1Tag());
-      take_stream(file.audioProperties(), song);
+      read_stream(file.audioProperties(), song);
       break;
     }
     case AudioFormat::kWav: {
       TagLib::RIFF::WAV::File file(&stream);
       fields.add(file.ID3v2Tag());
       fields.add(file.InfoTag());
-      take_stream(file.audioProperties(), song);
+      read_stream(file.audioProperties(), song);
       break;
     }
     case AudioFormat::kAiff: {
       TagLib::RIFF::AIFF::File file(&stream);
       fields.add(file.tag());
       for (const auto& [field, text] : digest.texts) fields.add(field, {text, TagLib::String::UTF8});
-      take_stream(file.audioProperties(), song);
+      read_stream(file.audioProperties(), song);
       break;
     }
     case AudioFormat::kMpeg:
@@ -230,8 +230,10 @@ bool is_number(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-// "13" is a genre by its number, and so is "(13)", whatever follows.
+// "13" is a genre by its number, and so is "(13)", whatever follows; ID3v2 has two by letters.
 Text genre_name_of(std::string genre) {
+  if (genre == "RX" || genre == "(RX)") return "Remix";
+  if (genre == "CR" || genre == "(CR)") return "Cover";
   const std::size_t close = genre.find(')');
   if (genre.starts_with('(') && close != std::string::npos && is_number(genre.substr(1, close - 1)))
     genre = genre.substr(1, close - 1);
@@ -241,7 +243,7 @@ Text genre_name_of(std::string genre) {
 }
 
 // "3/12": the number and the number of all, of which the latter may have a field of its own.
-void take_pair(const Fields& fields, const char* key, std::initializer_list<const char*> keys_of_all,
+void read_pair(const Fields& fields, const char* key, std::initializer_list<const char*> keys_of_all,
                int& number, int& all) {
   const std::string text = fields.text({key}).value_or("");
   const std::size_t slash = text.find('/');
@@ -250,7 +252,7 @@ void take_pair(const Fields& fields, const char* key, std::initializer_list<cons
                                    : std::max(decimal_value(text.substr(slash + 1)), 0);
 }
 
-void take_fields(const Fields& fields, SongInfo& song) {
+void read_fields(const Fields& fields, SongInfo& song) {
   song.title = fields.text({"TITLE"});
   song.artist = fields.text({"ARTIST"});
   song.album = fields.text({"ALBUM"});
@@ -260,8 +262,8 @@ void take_fields(const Fields& fields, SongInfo& song) {
   song.grouping = fields.text({"GROUPING", "WORK"});
   song.year = fields.number({"DATE", "YEAR"});
   song.bpm = fields.number({"BPM"});
-  take_pair(fields, "TRACKNUMBER", {"TRACKTOTAL", "TOTALTRACKS"}, song.track, song.total_tracks);
-  take_pair(fields, "DISCNUMBER", {"DISCTOTAL", "TOTALDISCS"}, song.disc, song.total_discs);
+  read_pair(fields, "TRACKNUMBER", {"TRACKTOTAL", "TOTALTRACKS"}, song.track, song.total_tracks);
+  read_pair(fields, "DISCNUMBER", {"DISCTOTAL", "TOTALDISCS"}, song.disc, song.total_discs);
   const std::string compilation = fields.text({"COMPILATION"}).value_or("");
   song.compilation = decimal_value(compilation) != 0 || equal_ignoring_case(compilation, "true") ? 1 : 0;
 }
@@ -294,7 +296,7 @@ int read_standard_tags(TagDecoder& decoder, const std::string& path, SongInfo& s
   prepare_library();
   const AudioContent content = probe_audio(file, song.type.value_or(""));
   const TagDigest digest = digest_of(file, content);
-  take_fields(read_digest(digest, song), song);
+  read_fields(read_digest(digest, song), song);
   decode_texts(decoder, song);
   if (song.genre) song.genre = genre_name_of(*song.genre);
   if (content.format == AudioFormat::kMpeg) scan_mp3_stream(file, path, song);

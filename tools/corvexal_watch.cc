@@ -53,7 +53,7 @@ std::optional<corvexal::SourceKind> source_kind(std::string_view name) {
 }
 
 // Takes one option with its value; false when the value is none.
-bool take_option(int option, const char* value, corvexal::WatchOptions& options) {
+bool parse_option(int option, const char* value, corvexal::WatchOptions& options) {
   switch (option) {
     case 's':
       return (options.source = source_kind(value)).has_value();
@@ -79,7 +79,7 @@ std::optional<corvexal::WatchOptions> read_command_line(int argc, char** argv) {
                                  {nullptr, 0, nullptr, 0}};
   corvexal::WatchOptions options;
   for (int option; (option = getopt_long(argc, argv, "", kOptions, nullptr)) != -1;)
-    if (!take_option(option, optarg, options)) return std::nullopt;
+    if (!parse_option(option, optarg, options)) return std::nullopt;
   if (optind < argc) return std::nullopt;
   return options;
 }

@@ -69,10 +69,10 @@ class ChunkedFile {
     else if (facts_.take(name))
       add(name, body.read(kLongestFacts));
     else if (is_big_endian_)
-      take_text(name, body);
+      read_text(name, body);
   }
 
-  void take_text(std::string_view name, FileRange body) {
+  void read_text(std::string_view name, FileRange body) {
     for (const TextChunk& row : kTextChunks)
       if (name == row.name &&
           std::ranges::none_of(texts_, [&](const auto& text) { return text.first == row.field; }))

@@ -124,8 +124,9 @@ TEST_F(StandardTags, DecodesTheTextsOfATagByOneDecision) {
 TEST_F(StandardTags, KnowsGenresByNumberAndByName) {
   const struct {
     const char *text, *genre;
-  } rows[] = {{"13", "Pop"}, {"(13)", "Pop"},         {"(17)Own name", "Rock"}, {"80s", "80s"},
-              {"255", "-"},  {"144", "Thrash Metal"}, {"Rock", "Rock"}};
+  } rows[] = {{"13", "Pop"},    {"(13)", "Pop"}, {"(17)Own name", "Rock"},
+              {"80s", "80s"},   {"255", "-"},    {"144", "Thrash Metal"},
+              {"Rock", "Rock"}, {"RX", "Remix"}, {"(CR)", "Cover"}};
   for (const auto& row : rows) {
     EXPECT_EQ(read(id3_tag_bytes(4, id3_text(4, "TCON", row.text)))[3], row.genre) << row.text;
     EXPECT_EQ(read("RIFF"s + le(500, 4) + "WAVELIST" + le(12 + std::string(row.text).size(), 4) + "INFOIGNR" +
