@@ -135,7 +135,7 @@ class Reconciler {
     survey_.moved.each_lost([this](const GoneRow& row) {
       if (stopped()) return;
       remove(row.media_class, row.rowid, row.folder + row.name);
-      renumbered_.add(row.folder + row.name);
+      foresee_numbers(row.folder + row.name);
     });
     for (FolderRef* const folder : survey_.work) {
       if (stopped()) return;
@@ -156,7 +156,16 @@ class Reconciler {
 
   void tell(Change change, const std::string& path) {
     listener_.changed(change, path);
-    spoken_of_.add(path);
+    if (is_playlist(path)) spoken_of_.add(path);
+  }
+
+  static bool is_playlist(const std::string& path) {
+    const auto extension = media_extension(path);
+    return extension && media_kind(*extension) == MediaKind::kPlaylist;
+  }
+
+  void foresee_numbers(const std::string& path) {
+    if (task_.preview) renumbered_.add(path);
   }
 
   void batch() {
@@ -248,14 +257,14 @@ class Reconciler {
       if (!store_anew(folder, std::move(file), *source)) return;
       ++counts_.moved;
       tell(Change::kMoved, path);
-      spoken_of_.add(source->folder + source->name);
-      renumbered_.add(source->folder + source->name);
+      if (is_playlist(path)) spoken_of_.add(source->folder + source->name);
+      foresee_numbers(source->folder + source->name);
     } else {
       if (!insert(folder, std::move(file), finding.media_class)) return;
       ++counts_.added;
       tell(Change::kNew, path);
     }
-    renumbered_.add(path);
+    foresee_numbers(path);
     refresh_song_of(path, status);
     done_with_file();
   }
@@ -303,7 +312,7 @@ class Reconciler {
     if (!differs.content && !mended) return;
     ++(differs.content ? counts_.refreshed : counts_.mended);
     tell(Change::kRefreshed, path);
-    if (differs.identifiers.number) renumbered_.add(path);
+    if (differs.identifiers.number) foresee_numbers(path);
     done_with_file();
   }
 
@@ -447,7 +456,7 @@ class Reconciler {
                                       {IdentifierSource(kPhotoIds), &ObjectIds::photo_file_objid}}};
   IdentifierSource folder_ids_{kFolderIds};
   std::set<std::uint32_t> foreseen_songs_;  // ids of records that a preview would have written
-  PathMarks spoken_of_;                     // what the listener was told of
+  PathMarks spoken_of_;                     // playlists that the listener was told of
   PathMarks renumbered_;                    // files whose number a playlist may not know yet
   std::uint64_t files_done_ = 0;
   std::optional<bool> songs_open_;

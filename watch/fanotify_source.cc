@@ -2,9 +2,11 @@
 #include <sys/fanotify.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -91,6 +93,14 @@ Event event_in(std::string_view bytes) {
     bytes.remove_prefix(record.size());
   }
   return event;
+}
+
+// The path without links that leads to an open folder, by one call: there is an event for every change on the
+// file system.
+std::string path_of_open(const Descriptor& folder) {
+  std::array<char, PATH_MAX> path;
+  const ssize_t size = readlink(descriptor_path(folder.get()).c_str(), path.data(), path.size());
+  return {path.data(), size > 0 ? static_cast<std::size_t>(size) : 0};
 }
 
 class FanotifySource : public ChangeSource {
@@ -276,7 +286,7 @@ std::string FanotifySource::folder_on(Mount& mount, std::string_view handle) {
   }
   struct stat status {};
   const bool is_there = fstat(folder.get(), &status) == 0 && status.st_nlink > 0;
-  return is_there ? real_path(descriptor_path(folder.get())) : "";
+  return is_there ? path_of_open(folder) : "";
 }
 
 bool FanotifySource::is_seen(const std::string& path, bool is_folder) const {
