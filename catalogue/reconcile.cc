@@ -228,9 +228,15 @@ class Reconciler {
 
   // The row of a file; absent for one that cannot be read or held, and for a photo that is none.
   std::optional<MediaRow> read_row(MediaFile file) {
-    if (!can_be_read(file.path)) return std::nullopt;
+    const std::string path = file.path;
     auto row = read_media_row(session_, std::move(file));
+    if (tells_nothing(row) && !can_be_read(path)) return std::nullopt;
     return row && can_be_held(*row) ? std::move(row) : std::nullopt;
+  }
+
+  // As of a file that cannot be read.
+  static bool tells_nothing(const std::optional<MediaRow>& row) {
+    return !row || (row->music.bitrate == 0 && row->video.width == 0 && row->photo.width == 0);
   }
 
   bool can_be_held(const MediaRow& row) {
@@ -320,8 +326,8 @@ class Reconciler {
   bool refresh(const FolderRef& folder, const Finding& finding) {
     const std::int64_t rowid = finding.row->rowid;
     const std::string path = folder.first + finding.row->name;
-    if (!can_be_read(path)) return false;
     const auto row = read_media_row(session_, describe(folder, *finding.entry));
+    if (tells_nothing(row) && !can_be_read(path)) return false;
     if (!row) {
       remove(finding.media_class, rowid, path);
       return false;
