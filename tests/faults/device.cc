@@ -30,6 +30,9 @@ constexpr auto kCopy = fs::copy_options::recursive | fs::copy_options::overwrite
 std::string errors_file(int process) {
   return "errors." + std::to_string(process);
 }
+std::string output_file(int process) {
+  return "output." + std::to_string(process);
+}
 
 void redirect(int descriptor, const std::string& path) {
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -38,7 +41,7 @@ void redirect(int descriptor, const std::string& path) {
 }
 
 [[noreturn]] void become(const std::string& program, std::vector<std::string> arguments, const Fault& fault) {
-  redirect(1, "/dev/null");
+  redirect(1, output_file(getpid()));
   redirect(2, errors_file(getpid()));
   setenv("LD_PRELOAD", CORVEXAL_FAULTY_CALLS, 1);
   setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
@@ -150,7 +153,9 @@ Outcome Device::outcome_of(int process) const {
   }
   for (std::string line; std::getline(log, line);)
     if (line.starts_with(':')) outcome.log.append(line) += '\n';
+  outcome.output = read_file(output_file(process));
   fs::remove(errors_file(process));
+  fs::remove(output_file(process));
   fs::remove("var/log/MediaServer.log");
   return outcome;
 }

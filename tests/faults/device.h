@@ -20,6 +20,7 @@ struct Outcome {
   int signal = 0;
   long calls = 0;      // that could have failed; of a run without a fault
   std::string failed;  // the calls that were made to fail
+  std::string output;  // standard output
   std::string errors;  // standard error
   std::string log;     // the media server's, without dates
 };

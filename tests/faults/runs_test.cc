@@ -87,7 +87,8 @@ class ChangedDevice : public Device {
 
   // A run that succeeds has done its work, or says what it left out.
   [[nodiscard]] bool says_what_it_lost(const Outcome& outcome) const {
-    const bool says_more = !outcome.errors.empty() || outcome.log != undisturbed_.log;
+    const bool says_more = !outcome.errors.empty() || outcome.log != undisturbed_.log ||
+                           outcome.output.find("lstat error") != std::string::npos;
     return outcome.exit_status != 0 || says_more || content(*this, false) == once_without_facts_;
   }
 
