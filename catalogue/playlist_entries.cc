@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include "base/byte_reader.h"
+
 namespace corvexal {
 namespace {
 
@@ -34,12 +36,10 @@ bool PlaylistFile::next_line(std::string_view& line) {
     end_ = file_.read_at(offset_, window_);
   }
   if (at_ == end_) return false;
-  std::string_view piece(reinterpret_cast<const char*>(window_.data()) + at_,
-                         std::min(end_ - at_, kLongestPiece));
-  if (const std::size_t line_feed = piece.find('\n'); line_feed != std::string_view::npos)
-    piece = piece.substr(0, line_feed + 1);
+  const Bytes rest = Bytes(window_).subspan(at_, std::min(end_ - at_, kLongestPiece));
+  const Bytes piece = rest.first(std::min(bytes_before(rest, '\n') + 1, rest.size()));
   at_ += piece.size();
-  line = piece.substr(0, piece.find('\0'));
+  line = {reinterpret_cast<const char*>(piece.data()), bytes_before(piece, '\0')};
   if (line.empty() && piece.size() == kLongestPiece) pass_over_hole();
   return true;
 }
@@ -47,6 +47,7 @@ bool PlaylistFile::next_line(std::string_view& line) {
 void PlaylistFile::read_m3u(const TakeEntry& take) {
   for (std::string_view line; next_line(line);) {
     line = without_line_end(line);
+    if (line.empty()) continue;
     if (line.starts_with("#EXTINF:")) {
       next_line(line);  // at the end of the file the line stands for itself, and is reported as missing
       line = without_line_end(line.substr(line.rfind('\\') + 1));
