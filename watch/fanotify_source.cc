@@ -6,11 +6,13 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstring>
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -278,8 +280,11 @@ std::string FanotifySource::folder_on(Mount& mount, std::string_view handle) {
     return Descriptor(open_by_handle_at(mount.root.get(), bytes.get(), O_PATH | O_CLOEXEC));
   };
   Descriptor folder = open_it();
-  // What the kernel says, too, of a folder that is just being deleted: the next answer is the right one.
-  for (int tries = 3; !folder && errno == ENOMEM && tries > 0; --tries) folder = open_it();
+  // What the kernel says, too, of a folder while it is being deleted: some answer soon is the right one.
+  for (int tries = 50; !folder && errno == ENOMEM && tries > 0; --tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    folder = open_it();
+  }
   if (!folder) {
     if (errno != ESTALE && errno != ENOENT) is_lost_ = true;
     return {};
