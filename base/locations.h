@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
 // The only place that names the device. CORVEXAL_ROOT is "" in the shipped program; a staged build sets it to

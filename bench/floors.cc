@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the machine and its libraries need at least for the work of a run, without Corvexal:
 //   floors sql CATALOGUE STATEMENTS   SQL
 //   floors stat FOLDER                a walk that looks at every file

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Runs of the program beside what the machine needs at least for the same work, taken in turns: processor
 // time, and how many times the floor's it is. Prints a table. Shares are made in the working folder on the
 // first start.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whole runs of the program on a catalogue of 220,000 files: wall time (the disk's syncs included), processor
 // time and peak memory. The library is made under ./bench-share on the first start.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The scan of 10,080 small MP3 files, albums of 12 songs, into both stores, without and with the companion
 // that guesses encodings on PATH, and what one file costs in each of its parts. The files are made under
 // ./bench-scan on the first start.

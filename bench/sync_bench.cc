@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The sync of 10,000 and 100,000 small MP3 files, ten a folder: the first import beside the scan of the same
 // files, a sync with nothing to do beside a walk that only looks at every file's status, and one changed
 // file. The files, 4 KiB each, are made under ./bench-sync on the first start.

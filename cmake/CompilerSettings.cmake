@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # One interface target carries what every file of ours is compiled with.
 include(CheckPIESupported)
 check_pie_supported()

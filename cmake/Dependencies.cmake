@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Everything from outside, found once and given a target.
 include(CheckCXXSourceCompiles)
 

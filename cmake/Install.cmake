@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # What `cmake --install` puts where, and the packages that CPack makes of it.
 set(programs Corvexal corvexal-mkcatalogue corvexal-songs corvexal-report corvexal-sync corvexal-watch)
 if(TARGET detect_char_encode)

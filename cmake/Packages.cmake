@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The Debian package (`cpack`) and the source archive (`cpack --config CPackSourceConfig.cmake`). scripts/package makes
 # both, stripped and with the date of the commit.
 set(CPACK_GENERATOR DEB)

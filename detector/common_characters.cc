@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Made by scripts/make-common-characters from common_characters.txt.
 
 #include "detector/common_characters.h"

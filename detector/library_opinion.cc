@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "detector/library_opinion.h"
 
 #include <uchardet/uchardet.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Hands every file of the folder given as argument to a fuzz target. Exits 1 when there is none.
 
 #include <cstddef>

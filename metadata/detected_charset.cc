@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadata/detected_charset.h"
 
 #include <algorithm>

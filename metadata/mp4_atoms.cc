@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadata/mp4_atoms.h"
 
 #include "base/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // In the place of standard_tags.cc where there is no TagLib.
 
 #include "metadata/standard_tags.h"

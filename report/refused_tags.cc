@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "report/refused_tags.h"
 
 #include "catalogue/media_rows.h"

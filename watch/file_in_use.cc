@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "watch/file_in_use.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "watch/service_manager.h"
 
 #include <sys/socket.h>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # 64-bit ARM.
 set(triplet aarch64-linux-gnu)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)

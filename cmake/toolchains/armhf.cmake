@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # 32-bit ARM, hard float.
 set(triplet arm-linux-gnueabihf)
 set(CMAKE_SYSTEM_PROCESSOR armv7)

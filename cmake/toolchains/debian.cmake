@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # What the toolchain files share: Debian's cross compiler for `triplet`, and qemu's `emulator` to run what it built.
 # CORVEXAL_SYSROOT is a folder with Debian's libraries for the processor; scripts/check-cross fills one.
 set(CMAKE_SYSTEM_NAME Linux)

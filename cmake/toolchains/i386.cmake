@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # 32-bit x86.
 set(triplet i686-linux-gnu)
 set(CMAKE_SYSTEM_PROCESSOR i686)

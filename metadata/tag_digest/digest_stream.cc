@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadata/tag_digest/digest_stream.h"
 
 #include <algorithm>

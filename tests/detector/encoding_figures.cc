@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Prints how many songs of each language come out right to the byte, title, artist and album, when an MP3
 // file's tag holds them as UTF-16, and as bytes of each old character set that it calls Latin-1. The detector
 // is the one on PATH; with "codepage" the working folder's etc/codepage is set to each set's own, with

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "catalogue/row_counts.h"
 #include "tests/catalogue/catalogue_fixture.h"
 

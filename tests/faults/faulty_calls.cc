@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Loaded before the C library into a program under test: counts its system calls, and fails one of them or
 // kills the program before it. What to do is told by environment variables:
 //   FAULT_CALL      number of the call, from 0

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadata/id3_guard.h"
 
 #include <gtest/gtest.h>

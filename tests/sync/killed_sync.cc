@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Kills the first import of a library, and a sync after a day of changes, at random moments: killed_sync
 // [SEED [COUNT]] does so many of each. The next sync must lead to what an undisturbed one does, and a reader
 // must never see but whole sort tables, those from before or those from after. Ends with 1 and says where it

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Days of changes on a share, each followed by a sync and by a look at what it has done: random_sync [FIRST
 // [COUNT]] goes through so many seeds. Ends with 1 and says where when something is not in line.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/sync/store_picture.h"
 
 #include <dirent.h>
