@@ -17,9 +17,9 @@ namespace corvexal {
 namespace {
 
 // No signal is blocked or ignored in the new process, and its output is for the log.
-class Surroundings {
+class SpawnOptions {
  public:
-  Surroundings() {
+  SpawnOptions() {
     posix_spawn_file_actions_init(&files_);
     posix_spawn_file_actions_addopen(&files_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&files_, STDERR_FILENO, STDOUT_FILENO);
@@ -31,12 +31,12 @@ class Surroundings {
     posix_spawnattr_setsigdefault(&attributes_, &signals);
     posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   }
-  ~Surroundings() {
+  ~SpawnOptions() {
     posix_spawn_file_actions_destroy(&files_);
     posix_spawnattr_destroy(&attributes_);
   }
-  Surroundings(const Surroundings&) = delete;
-  Surroundings& operator=(const Surroundings&) = delete;
+  SpawnOptions(const SpawnOptions&) = delete;
+  SpawnOptions& operator=(const SpawnOptions&) = delete;
 
   [[nodiscard]] const posix_spawn_file_actions_t* files() const { return &files_; }
   [[nodiscard]] const posix_spawnattr_t* attributes() const { return &attributes_; }
@@ -70,9 +70,9 @@ int SyncCommand::start(const Batch& batch, const std::string& top) {
   std::vector<char*> pointers(arguments.size() + 1);  // the last one stays null
   std::transform(arguments.begin(), arguments.end(), pointers.begin(),
                  [](std::string& argument) { return argument.data(); });
-  const Surroundings surroundings;
-  const int failure = posix_spawn(&process_, program_.c_str(), surroundings.files(),
-                                  surroundings.attributes(), pointers.data(), environ);
+  const SpawnOptions options;
+  const int failure = posix_spawn(&process_, program_.c_str(), options.files(), options.attributes(),
+                                  pointers.data(), environ);
   if (failure != 0) process_ = 0;
   return failure;
 }
