@@ -35,7 +35,7 @@ constexpr sqlite3_int64 kMostMemory = 96 << 20;
 // bytes of the file.
 constexpr int kStepsALook = 256;
 constexpr std::int64_t kMostStepsAByte = 50;
-constexpr std::int64_t kFewestLooks = 100'000'000 / kStepsALook;
+constexpr std::int64_t kFewestLooks = 10'000'000 / kStepsALook;
 constexpr std::int64_t kMostLooks = 4'000'000'000 / kStepsALook;
 
 std::chrono::nanoseconds processor_time() {
