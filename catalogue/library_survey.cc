@@ -300,15 +300,16 @@ class Surveyor {
     if (rows.failed()) catalogue_fails();
   }
 
-  // Of the whole library the count of the records shows whether there are any that no song has. Of a part, a
-  // song that is gone leaves its record, and so does one that another file replaced.
+  // Of the whole library the count of the records shows whether there are any that no song has, or whether
+  // the count is wrong. Of a part, a song that is gone leaves its record, and so does one that another file
+  // replaced.
   void look_for_stale_songs() {
     sort_out_doubles(survey_.songs);
     sort_out_doubles(songs_without_record_);
     const std::uint64_t records = session_.songs.count();
     survey_.has_stale_songs =
         task_.whole_library
-            ? records > survey_.songs.size() - songs_without_record_.size()
+            ? records != survey_.songs.size() - songs_without_record_.size()
             : records > 0 && (survey_.moved.has_gone_rows() || has_new_files_ || songs_differ_);
   }
 

@@ -371,7 +371,7 @@ class Reconciler {
 
   void open_songs_to_read() {
     const std::string& mount_path = session_.config.mntpath;
-    if (!session_.songs.open_to_read(mount_path) || task_.preview || !session_.songs.is_damaged()) return;
+    if (!session_.songs.open_to_read(mount_path) || task_.preview || !session_.songs.looks_damaged()) return;
     ++(session_.songs.open(mount_path) && session_.songs.close() ? counts_.mended : counts_.failed);
     session_.songs.open_to_read(mount_path);
   }
@@ -389,6 +389,7 @@ class Reconciler {
 
   void remove_stale_songs() {
     if (!(survey_.has_stale_songs || songs_are_stale_) || stopped()) return;
+    if (!task_.preview && session_.songs.is_damaged() && songs_are_open()) ++counts_.mended;
     const auto stale = session_.songs.keys_of([this](const SongInfo* song) {
       if (song == nullptr) return task_.whole_library;  // damaged, so nobody knows whose it is
       return song->path && survey_.scope.holds(*song->path) &&

@@ -104,8 +104,12 @@ void forget_free_space(const Descriptor& file) {
   written = pwrite(file.get(), kNothing.data(), kNothing.size(), kFreeCountAt);
 }
 
+bool looks_sound(GDBM_FILE db) {
+  return gdbm_needs_recovery(db) == 0 && ends_where_its_header_says(db) && gdbm_avail_verify(db) == 0;
+}
+
 bool is_sound(GDBM_FILE db) {
-  if (gdbm_needs_recovery(db) || !ends_where_its_header_says(db) || gdbm_avail_verify(db) != 0) return false;
+  if (!looks_sound(db)) return false;
   gdbm_count_t counted_by_buckets = 0, found = 0;
   if (gdbm_count(db, &counted_by_buckets) != 0) return false;
   KeyWalk walk(db);

@@ -82,6 +82,9 @@ class KeyWalk {
 // together, every key and value can be read, and there are as many as the buckets count.
 [[nodiscard]] bool is_sound(GDBM_FILE db);
 
+// The part of it that costs no look at the records.
+[[nodiscard]] bool looks_sound(GDBM_FILE db);
+
 // Makes a damaged file that is not open one that gdbm opens for a rebuild, and that is good for nothing else:
 // its header lists no free space and names an end far beyond the file's. gdbm writes the header last, so
 // after a kill a bucket may list free space beyond the end that the header names, or the header's own list be

@@ -220,6 +220,11 @@ bool SongStore::is_damaged() {
   return db() != nullptr && !is_sound(db());
 }
 
+bool SongStore::looks_damaged() {
+  const auto guard = lock_gdbm();
+  return db() != nullptr && !looks_sound(db());
+}
+
 std::uint64_t SongStore::count() {
   const auto guard = lock_gdbm();
   gdbm_count_t count = 0;

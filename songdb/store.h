@@ -58,9 +58,10 @@ class SongStore {
   // version.
   [[nodiscard]] std::optional<SongInfo> stored(std::uint32_t id);
 
-  // True for an open store that a killed run, or something else, left unsound: opening it for writing repairs
-  // it. Every key is looked at.
+  // True for an open store that something left unsound: opening it for writing repairs it. The first looks at
+  // every record, the second at none.
   [[nodiscard]] bool is_damaged();
+  [[nodiscard]] bool looks_damaged();
 
   // How many records there are.
   [[nodiscard]] std::uint64_t count();
