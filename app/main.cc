@@ -29,7 +29,7 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a caller that stops listening must not stop the run half-way
   try {
     return corvexal::run(std::span<const char* const>(argv, static_cast<std::size_t>(argc)));
-  } catch (const std::exception& error) {  // memory has run out: nothing else here throws
+  } catch (const std::exception& error) {  // no memory, or a broken installation
     corvexal::error_printf("Corvexal: %s\n", error.what());
     return -1;
   }

@@ -32,3 +32,11 @@ endif()
 if(CORVEXAL_FUZZ)
   target_compile_options(corvexal_settings INTERFACE -fsanitize=fuzzer-no-link)
 endif()
+
+# corvexal_standalone(<program>): takes what it needs of the C++ library into the program. For those that are started for
+# each change, as loading the library takes longer than what they do, and for those that stay resident.
+function(corvexal_standalone program)
+  if(NOT CORVEXAL_SANITIZE)
+    target_link_options(${program} PRIVATE -static-libstdc++ -static-libgcc -Wl,--as-needed -Wl,--gc-sections)
+  endif()
+endfunction()

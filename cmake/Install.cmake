@@ -5,6 +5,9 @@ if(TARGET detect_char_encode)
   list(APPEND programs detect_char_encode)
 endif()
 install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+if(TARGET standard_tags)
+  install(TARGETS standard_tags LIBRARY DESTINATION ${CMAKE_INSTALL_BINDIR}/../lib/corvexal)
+endif()
 
 # Compressed without a time stamp, so that two builds give the same bytes.
 find_program(GZIP gzip REQUIRED)

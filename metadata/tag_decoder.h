@@ -26,8 +26,9 @@ struct TagDecoder {
 };
 
 // Has the decoder read tags as the configuration says, with the code page's set for what nothing tells. False
-// when this build cannot; kNoStandardTags says why.
+// when it cannot; kNoStandardTags says why.
 [[nodiscard]] bool choose_tags(TagDecoder& decoder, const ConfigRecord& config, const NameCharset& names);
-inline constexpr char kNoStandardTags[] = "tags=standard needs a build with TagLib, which this one is not";
+inline constexpr char kNoStandardTags[] =
+    "tags=standard needs TagLib's module, lib/corvexal/standard_tags.so, which is missing";
 
 }  // namespace corvexal
