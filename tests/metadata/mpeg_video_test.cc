@@ -69,7 +69,7 @@ TEST_F(MpegVideo, IsProbedByExtensionOnly) {
 
 TEST_F(MpegVideo, SearchesALimitedPart) {
   for (const Row& row : testing::table("mpeg_search")) {
-    folder.write_sparse("video.mpg", kSequence, std::stoul(row[0]), kGroup);
+    folder.write_sparse("video.mpg", kSequence, std::stoull(row[0]), kGroup);
     std::filesystem::resize_file(path, std::stoull(row[1]));
     const VideoInfo info = probe(path);
     EXPECT_EQ(testing::row_of(row[0], row[1], info.width, output), row);
