@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Loaded before the C library into a program under test, by tests/runs/disturbed: counts its system calls, and
-// fails one of them or kills the program before it. What to do is told by environment variables:
+// Loaded before the C library into a program under test, by tests/runs/disturbed: counts its system calls,
+// and fails one of them or kills the program before it. What to do is told by environment variables:
 //   FAULT_CALL      number of the call, from 0
 //   FAULT_ERROR     the errno of its failure; 0 kills the program
 //   FAULT_FOR_GOOD  when set, every later call fails, too
