@@ -1,34 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/code_page.h"
 
-#include <unistd.h>
-
-#include <cstdint>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <string_view>
 
 #include "base/locations.h"
+#include "fuzz/input.h"
 
 // The input stands as the device's file: fuzz targets are built to look for it in the working folder.
 namespace {
-
-namespace fs = std::filesystem;
-
-struct DeviceFolder {
-  const fs::path path = fs::temp_directory_path() / ("corvexal-fuzz-" + std::to_string(getpid()));
-  DeviceFolder() {
-    fs::create_directories(path / "etc");
-    fs::current_path(path);
-  }
-  DeviceFolder(const DeviceFolder&) = delete;
-  DeviceFolder& operator=(const DeviceFolder&) = delete;
-  ~DeviceFolder() {
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-  }
-};
 
 // The first of the words that the first line begins to hold within 23 bytes.
 corvexal::CodePage expected(std::string_view file) {
@@ -45,9 +24,9 @@ corvexal::CodePage expected(std::string_view file) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const DeviceFolder folder;
-  const std::string_view input(reinterpret_cast<const char*>(data), size);
-  std::ofstream(corvexal::kCodePageFile, std::ios::binary) << input;
-  if (corvexal::read_code_page() != expected(input)) std::abort();
+  static const corvexal::InputFolder folder;
+  std::filesystem::current_path(folder.path());
+  folder.write(corvexal::kCodePageFile, corvexal::as_text(data, size));
+  corvexal::require(corvexal::read_code_page() == expected(corvexal::as_text(data, size)));
   return 0;
 }

@@ -1,37 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "songdb/store.h"
 
-#include <unistd.h>
-
 #include <array>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <string>
+
+#include "fuzz/input.h"
 
 // The input stands as the store's file in a folder of the process's own: the store is opened, repaired if
 // need be, read and changed as by a run, in place.
 namespace {
 
-namespace fs = std::filesystem;
-
-// A folder with the place of the store in it, which goes with the process.
-struct StoreFolder {
-  const fs::path path = fs::temp_directory_path() / ("corvexal-fuzz-" + std::to_string(getpid()));
-  StoreFolder() { fs::create_directories(path / ".systemfile"); }
-  StoreFolder(const StoreFolder&) = delete;
-  StoreFolder& operator=(const StoreFolder&) = delete;
-  ~StoreFolder() {
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-  }
-};
-
 void change(corvexal::SongStore& store) {
   corvexal::SongInfo song;
   song.id = 7;
   song.path = "/mnt/a/song.mp3";
-  if (!store.add(song)) std::abort();
+  corvexal::require(store.add(song));
   (void)store.fetch(song.id);
   (void)store.time_stored(1);
   const std::array<std::string, 2> paths = {"/a", "t/b/"};
@@ -43,10 +25,9 @@ void change(corvexal::SongStore& store) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const StoreFolder folder;
-  std::ofstream(folder.path / ".systemfile/songs.gdb", std::ios::binary)
-      .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+  static const corvexal::InputFolder folder;
+  folder.write(".systemfile/songs.gdb", corvexal::as_text(data, size));
   corvexal::SongStore store;
-  if (store.open(folder.path)) change(store);
+  if (store.open(folder.path())) change(store);
   return 0;
 }

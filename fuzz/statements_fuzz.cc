@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
 #include <array>
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 
 #include "catalogue/database.h"
 #include "catalogue/row_counts.h"
 #include "catalogue/schema.h"
+#include "fuzz/input.h"
 
 // Four values, divided by zero bytes, that a row is written and looked for with: they are stored as they are
 // or, where one holds the quote of its own literal, not at all, and nothing else changes.
@@ -25,9 +24,7 @@ Values values_of(std::string_view input) {
   return values;
 }
 
-void require(bool condition) {
-  if (!condition) std::abort();
-}
+using corvexal::require;
 
 std::string first_cell(corvexal::Database& db, const char* sql) {
   corvexal::Rows rows = db.select(sql);
@@ -46,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const bool opened = open_catalogue(db);
   require(opened);
   static const std::string tables = first_cell(db, "select group_concat(sql) from sqlite_master");
-  const auto [folder, name, title, other] = values_of({reinterpret_cast<const char*>(data), size});
+  const auto [folder, name, title, other] = values_of(corvexal::as_text(data, size));
   const auto holds = [](const std::string& value, char quote) {
     return value.find(quote) != std::string::npos;
   };

@@ -2,17 +2,13 @@
 #include "app/run_lock.h"
 
 #include <gtest/gtest.h>
-#include <linux/capability.h>
 #include <sched.h>
 #include <sys/sem.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <fstream>
 
-#include "app/run.h"
 #include "tests/support/test_files.h"
 
 namespace corvexal {
@@ -111,26 +107,6 @@ int survive_what_happens_to_the_set() {
   return lock ? 0 : __LINE__;
 }
 
-int be_refused() {
-  const struct {
-    const char *limits, *output;  // semaphores in a set and in all, operations, sets
-    bool has_rights;
-  } rows[] = {{"250 32000 32 0", "Create Semaphore ERRNO:28\n", true},
-              {"0 32000 32 128", "Open Semaphore ERRNO:22\n", true},
-              {"250 32000 32 128", "Init Semaphore ERRNO:13\n", false}};
-  for (const auto& row : rows) {
-    if (!(std::ofstream("/proc/sys/kernel/sem") << row.limits << std::flush)) return kNotPossible;
-    __user_cap_header_struct self{_LINUX_CAPABILITY_VERSION_3, 0};
-    const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
-    if (!row.has_rights && syscall(SYS_capset, &self, none) != 0) return kNotPossible;
-    testing::CapturedOutput output, errors(2);
-    const char* arguments[] = {"Corvexal", "-S", "-I"};
-    if (run(arguments) != -1 || output.text() != row.output || errors.text() != "#1052 main\n")
-      return __LINE__;
-  }
-  return 0;
-}
-
 TEST(RunLock, IsCreatedFreeMakesASecondRunWaitAndIsGivenBackByAKilledHolder) {
   const int line = in_private_namespace(live_through_a_lock);
   if (line == kNotPossible) GTEST_SKIP() << "no private IPC namespace here";
@@ -140,12 +116,6 @@ TEST(RunLock, IsCreatedFreeMakesASecondRunWaitAndIsGivenBackByAKilledHolder) {
 TEST(RunLock, SurvivesInterruptionsRemovalAndSetsOfOthers) {
   const int line = in_private_namespace(survive_what_happens_to_the_set);
   if (line == kNotPossible) GTEST_SKIP() << "no private IPC namespace here";
-  EXPECT_EQ(line, 0);
-}
-
-TEST(RunLock, ThatCannotBeHadEndsTheRun) {
-  const int line = in_private_namespace(be_refused);
-  if (line == kNotPossible) GTEST_SKIP() << "no private IPC namespace with limits of its own here";
   EXPECT_EQ(line, 0);
 }
 

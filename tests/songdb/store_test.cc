@@ -2,7 +2,6 @@
 #include "songdb/store.h"
 
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,7 +9,6 @@
 #include <cstring>
 #include <ctime>
 #include <random>
-#include <set>
 #include <sstream>
 
 #include "base/text.h"
@@ -226,39 +224,6 @@ TEST_F(DamagedStore, IsLeftAsItWasWhenGdbmFailsHalfWay) {
       lines += line.ends_with(":Error inserting file long.mp3 in database");
     EXPECT_EQ(lines > 10, is_as_it_was) << lines;
   }
-}
-
-// The run may be killed at any moment: the next one finds what the last close() left, or the one that was
-// under way when the kill came.
-TEST_F(Store, IsAsTheLastCloseLeftItAfterAKill) {
-  constexpr std::uint32_t kSongsARun = 20;
-  std::mt19937 random(3);
-  std::uint32_t closed = 0;
-  // On a busy machine few runs end before the kill at first.
-  for (unsigned round = 0; round < 40 || (closed <= 10 && round < 400); ++round) {
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-      for (std::uint32_t run = closed; open(); ++run) {
-        for (std::uint32_t i = 0; i < kSongsARun; ++i)
-          store.add(song_of(run * kSongsARun + i, "/mnt/" + std::string(1 + i * 11, 'x') + ".mp3"));
-        if (!store.close() || write(ends[1], "x", 1) != 1) _exit(1);
-      }
-    }
-    close(ends[1]);
-    usleep(static_cast<useconds_t>(random() % (20'000 + round * 1'000)));
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-    for (char done = 0; read(ends[0], &done, 1) == 1;) ++closed;
-    close(ends[0]);
-    std::set<std::uint32_t> ids;
-    for (const SongInfo& song : songs()) ids.insert(song.id);
-    if (ids.size() == (closed + 1) * kSongsARun) ++closed;
-    ASSERT_EQ(ids.size(), closed * kSongsARun) << round;
-    ASSERT_TRUE(ids.empty() || *ids.rbegin() == ids.size() - 1) << round;
-  }
-  EXPECT_GT(closed, 0U) << "no run came to its end, which says nothing";
 }
 
 }  // namespace
