@@ -78,27 +78,5 @@ TEST(Readconfig, ReadsTheDevicesFileInModeOneAndTheNamedOneInModeThree) {
   }
 }
 
-TEST(Readconfig, KnowsTheSettingForTagsByItsWholeLine) {
-  const struct {
-    std::string content;
-    bool standard;
-  } rows[] = {
-      {"mntpath=/a\ntags=standard\n", true},
-      {"tags=standard\ntags=x\n", true},
-      {"tags=standard", false},
-      {"tags=standard\r\n", false},
-      {" tags=standard\n", false},
-      {"tags=standard \n", false},
-      {"tags=Standard\n", false},
-      {"mntpath=tags=standard\n", false},
-      {"tags=standard\0\n"s, false},
-  };
-  for (const auto& row : rows) {
-    ConfigRecord record;
-    read(row.content, record);
-    EXPECT_EQ(record.standard_tags, row.standard) << row.content;
-  }
-}
-
 }  // namespace
 }  // namespace corvexal

@@ -23,20 +23,8 @@
 
 namespace {
 
+using corvexal::testing::Score;
 using corvexal::testing::SongTexts;
-
-struct Score {
-  int right = 0, all = 0;
-  void add(bool is_right) {
-    ++all;
-    right += is_right ? 1 : 0;
-  }
-  void add(const Score& other) {
-    right += other.right;
-    all += other.all;
-  }
-  [[nodiscard]] double percent() const { return all == 0 ? 0 : 100.0 * right / all; }
-};
 
 // One file, over and over.
 class Reader {
@@ -73,16 +61,12 @@ std::vector<std::string> with_encoding_byte(std::string_view byte, const std::ve
   return bodies;
 }
 
-const char* code_page_of(std::string_view charset) {
-  if (charset == "CP950") return "cp950";
-  if (charset == "GB18030") return "cp936";
-  if (charset == "CP949") return "cp949";
-  return charset == "CP932" || charset == "EUC-JP" || charset == "ISO-2022-JP" ? "cp932" : "";
-}
-
-void set_code_page(std::string_view charset) {
+void set_code_page(const std::string& charset) {
+  // As the enumeration has them; the last one is no word of the file's.
+  constexpr const char* kWords[] = {"", "cp950", "cp936", "cp932", "cp949", ""};
   std::filesystem::create_directories("etc");
-  std::ofstream("etc/codepage") << code_page_of(charset);
+  const auto page = static_cast<std::size_t>(corvexal::testing::code_page_of(charset));
+  std::ofstream("etc/codepage") << kWords[page];
 }
 
 }  // namespace
@@ -100,7 +84,7 @@ int main(int argc, char** argv) {
     for (const SongTexts& song : texts.songs)
       in_unicode.add(
           reader.reads(with_encoding_byte("\1\xFF\xFE", corvexal::testing::encoded(song, "UTF-16LE")), song));
-    unicode.add(in_unicode);
+    unicode += in_unicode;
     std::printf("%-8s UTF-16 %5.1f", texts.language.c_str(), in_unicode.percent());
     for (const std::string& charset : texts.charsets) {
       if (set_code_pages) set_code_page(charset);
@@ -109,7 +93,7 @@ int main(int argc, char** argv) {
       for (const SongTexts& song : texts.songs)
         if (const auto bytes = corvexal::testing::encoded(song, charset); !bytes.empty())
           score.add(fresh.reads(with_encoding_byte(std::string_view("\0", 1), bytes), song));
-      (charset == "CP1252" ? latin : old).add(score);
+      (charset == "CP1252" ? latin : old) += score;
       std::printf("   %s %5.1f", charset.c_str(), score.percent());
     }
     std::puts("");

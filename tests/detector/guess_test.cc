@@ -17,6 +17,8 @@
 namespace corvexal {
 namespace {
 
+using testing::Score;
+
 std::string guess(const std::string& sample, CodePage code_page = CodePage::kNoFile) {
   return std::string(guess_charset(sample, code_page));
 }
@@ -88,17 +90,6 @@ TEST(SingleByteSets, AgreeWithTheConverter) {
   }
 }
 
-// How many songs of how many come out right to the byte in all three texts.
-struct Score {
-  int right = 0, all = 0;
-  [[nodiscard]] double percent() const { return 100.0 * right / std::max(all, 1); }
-  Score& operator+=(const Score& other) {
-    right += other.right;
-    all += other.all;
-    return *this;
-  }
-};
-
 bool comes_out_right(const testing::SongTexts& song, const std::vector<std::string>& bytes,
                      CodePage code_page) {
   const std::string charset = charset_of_answer(guess(testing::sample_of(bytes), code_page));
@@ -113,17 +104,9 @@ Score score(const testing::LanguageTexts& texts, const std::string& charset, Cod
   for (const testing::SongTexts& song : texts.songs) {
     const std::vector<std::string> bytes = testing::encoded(song, charset);
     if (bytes.empty()) continue;
-    ++score.all;
-    if (comes_out_right(song, bytes, code_page)) ++score.right;
+    score.add(comes_out_right(song, bytes, code_page));
   }
   return score;
-}
-
-CodePage code_page_of(const std::string& charset) {
-  if (charset == "CP950") return CodePage::kBig5;
-  if (charset == "GB18030") return CodePage::kGb;
-  if (charset == "CP949") return CodePage::kKorean;
-  return charset == "CP932" || charset == "EUC-JP" ? CodePage::kJapanese : CodePage::kOther;
 }
 
 // The floors lie below what is measured (docs/character-sets.md): a change that falls under them has lost
@@ -136,7 +119,7 @@ TEST(GuessCharset, GetsTheTextsOfEveryLanguageRight) {
       EXPECT_GE(found.all, 20) << texts.language << " in " << charset;
       EXPECT_GE(found.percent(), 75) << texts.language << " in " << charset;
       (charset == "CP1252" ? western : others) += found;
-      if (const CodePage page = code_page_of(charset); page != CodePage::kOther)
+      if (const CodePage page = testing::code_page_of(charset); page != CodePage::kOther)
         with_code_page += score(texts, charset, page);
     }
   }
@@ -167,8 +150,7 @@ TEST(LegacyTexts, ComeOutRightWithTheCompanion) {
         const std::vector<std::string> bytes = testing::encoded(texts.songs[i], charset);
         if (bytes.empty()) continue;
         const std::vector<Text> decoded = decode_legacy_texts(decoder, bytes);
-        ++score.all;
-        score.right += std::equal(decoded.begin(), decoded.end(), texts.songs[i].begin()) ? 1 : 0;
+        score.add(std::equal(decoded.begin(), decoded.end(), texts.songs[i].begin()));
       }
     }
   }

@@ -37,6 +37,14 @@ LanguageTexts texts_of(const std::filesystem::path& path) {
 
 }  // namespace
 
+CodePage code_page_of(const std::string& charset) {
+  if (charset == "CP950") return CodePage::kBig5;
+  if (charset == "GB18030") return CodePage::kGb;
+  if (charset == "CP949") return CodePage::kKorean;
+  return charset == "CP932" || charset == "EUC-JP" || charset == "ISO-2022-JP" ? CodePage::kJapanese
+                                                                               : CodePage::kOther;
+}
+
 std::vector<LanguageTexts> all_texts() {
   std::vector<LanguageTexts> all;
   for (const auto& entry : std::filesystem::directory_iterator(sample("../tests/detector/texts")))

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "base/code_page.h"
+
 namespace corvexal::testing {
 
 // Title, artist and album of one song, in UTF-8.
@@ -15,6 +17,22 @@ struct LanguageTexts {
   std::vector<std::string> charsets;  // as iconv knows them
   std::vector<SongTexts> songs;
 };
+
+// How many songs of how many come out right to the byte in all their texts.
+struct Score {
+  int right = 0, all = 0;
+
+  void add(bool is_right) { *this += {is_right ? 1 : 0, 1}; }
+  Score& operator+=(const Score& other) {
+    right += other.right;
+    all += other.all;
+    return *this;
+  }
+  [[nodiscard]] double percent() const { return all == 0 ? 0 : 100.0 * right / all; }
+};
+
+// The code page of a device on which the character set was in use, for East Asian ones.
+[[nodiscard]] CodePage code_page_of(const std::string& charset);
 
 // The files of tests/detector/texts, by name: a line "# CHARSET ...", then lines "TITLE | ARTIST | ALBUM".
 [[nodiscard]] std::vector<LanguageTexts> all_texts();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "catalogue/row_counts.h"
 #include "tests/catalogue/catalogue_fixture.h"
+#include "tests/support/sql.h"
 
 namespace corvexal {
 namespace {
@@ -15,11 +16,7 @@ class HostileCatalogue : public testing::CatalogueTest {
   // Does to the closed catalogue what a client of it may do.
   void spoil(const char* statement) {
     db.close();
-    sqlite3* client = nullptr;
-    ASSERT_EQ(sqlite3_open(path("catalogue.db").c_str(), &client), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(client, statement, nullptr, nullptr, nullptr), SQLITE_OK)
-        << sqlite3_errmsg(client);
-    sqlite3_close(client);
+    testing::Sql(path("catalogue.db")).run(statement);
     ASSERT_EQ(db.open(path("catalogue.db"), std::chrono::seconds(1), std::chrono::milliseconds(50)),
               SQLITE_OK);
   }
