@@ -22,7 +22,7 @@ std::uint64_t plain_number(std::string_view text) {
 struct Held {
   std::uint64_t value;
   std::int64_t rowid;
-  auto operator<=>(const Held&) const = default;
+  auto operator<=>(const Held&) const = default;  // NOLINT(modernize-use-nullptr): clang-tidy's mistake
 };
 
 // Calls wrong(rowid) for each row that holds no good value or one that an earlier row holds.

@@ -2,6 +2,7 @@
 #include "metadata/tag_library.h"
 
 #include <dlfcn.h>
+#include <sys/auxv.h>
 #include <unistd.h>
 
 #include <climits>
@@ -11,10 +12,14 @@
 namespace corvexal {
 namespace {
 
-// Absolute, without links; empty when the system does not tell where the program lies.
+// Absolute, without links; empty when the system does not tell where the program lies. Where /proc is not
+// mounted, the name by which the program was started says it.
 std::string module_path() {
   char program[PATH_MAX];
-  if (realpath("/proc/self/exe", program) == nullptr) return "";
+  const auto* const name = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+  if (realpath("/proc/self/exe", program) == nullptr &&
+      (name == nullptr || realpath(name, program) == nullptr))
+    return "";
   const std::string path = program;
   return path.substr(0, path.rfind('/')) + "/../lib/corvexal/standard_tags.so";
 }
@@ -28,7 +33,8 @@ const TagLibrary& load() {
   const void* const library = module == nullptr ? nullptr : dlsym(module, kTagLibrary);
   if (library == nullptr) {
     const char* const error = path.empty() ? nullptr : dlerror();
-    throw std::runtime_error("tags=standard: " + std::string(error == nullptr ? "/proc is missing" : error));
+    throw std::runtime_error("tags=standard: " +
+                             std::string(error == nullptr ? "nothing tells where the program lies" : error));
   }
   return *static_cast<const TagLibrary*>(library);
 }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "metadata/tag_digest/legacy_mark.h"
 
@@ -70,7 +71,7 @@ std::optional<TagHeader> tag_header(std::string_view bytes) {
 // Takes out the zero bytes that keep a tag from looking like audio: one after each 0xFF.
 class Synchronised final : public ByteSource {
  public:
-  explicit Synchronised(FileRange range) : range_(range) {}
+  explicit Synchronised(FileRange range) : range_(std::move(range)) {}
 
   std::string read(std::size_t count) override {
     std::string bytes;
@@ -133,7 +134,7 @@ std::string text_field(int encoding, std::string_view text) {
 std::string comment_body(std::string_view body) {
   constexpr std::size_t kBeforeDescription = 4;
   if (body.size() < kBeforeDescription) return {};
-  const int encoding = body[0];
+  const auto encoding = static_cast<unsigned char>(body[0]);
   std::string_view rest = body.substr(kBeforeDescription);
   const bool is_utf16 = encoding == 1 || encoding == 2;
   if (is_utf16 && (rest.starts_with("\xFF\xFE") || rest.starts_with("\xFE\xFF"))) rest.remove_prefix(2);
@@ -160,7 +161,7 @@ bool is_frame_start(std::string_view bytes) {
 
 class TagWalk {
  public:
-  TagWalk(const TagHeader& header, FileRange body) : version_(header.version), range_(body) {
+  TagWalk(const TagHeader& header, const FileRange& body) : version_(header.version), range_(body) {
     if (version_ < 4 && (header.flags & kUnsynchronised) != 0) {
       const std::uint64_t most = std::min(body.left(), kLargestUnsynchronisedTag);
       synchronised_ = std::make_unique<Synchronised>(range_.next(most));
