@@ -16,7 +16,8 @@ namespace {
 // mounted, the name by which the program was started says it.
 std::string module_path() {
   char program[PATH_MAX];
-  const auto* const name = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+  const auto* const name =
+      reinterpret_cast<const char*>(getauxval(AT_EXECFN));  // NOLINT(performance-no-int-to-ptr)
   if (realpath("/proc/self/exe", program) == nullptr &&
       (name == nullptr || realpath(name, program) == nullptr))
     return "";

@@ -21,7 +21,7 @@ namespace {
 
 // What gdbm may need for one change besides the record itself: a bucket or two, blocks of free space, and
 // twice the directory, whose size goes with the file's.
-constexpr off_t kRoomForBuckets = 64 * 1024;
+constexpr off_t kRoomForBuckets = off_t{64} * 1024;
 constexpr off_t kFilePerDirectory = 256;
 
 std::optional<struct stat> status_of(int file) {
@@ -67,7 +67,7 @@ bool write_all(int to, Bytes bytes) {
 
 bool copy_bytes(const Descriptor& from, const Descriptor& to) {
   File source(from.duplicate());
-  std::array<std::uint8_t, 64 * 1024> piece{};
+  std::array<std::uint8_t, std::size_t{64} * 1024> piece{};
   for (std::uint64_t at = 0; at < source.size();) {
     const std::size_t size = source.read_at(at, piece);
     if (size == 0 || !write_all(to.get(), Bytes(piece).first(size))) return false;
