@@ -54,7 +54,7 @@ std::string answer_for(TagDecoder& decoder, const std::vector<std::string>& text
                       return to_utf8(decoder, text, charset_of_answer(last.answer)).has_value();
                     });
   if (fits) return last.answer;
-  const std::string answer = decoder.detector.detect(sample_of(texts));
+  std::string answer = decoder.detector.detect(sample_of(texts));
   if (!is_ascii(album)) last = {album, answer};
   return answer;
 }
