@@ -30,6 +30,10 @@ int failed(const char* what) {
   return -1;
 }
 
+bool is_gone(int error) {
+  return error == EIDRM || error == EINVAL;
+}
+
 enum class Owner { kUs, kAnother, kGone };
 
 Owner owner_of(int sem_id) {
@@ -37,7 +41,7 @@ Owner owner_of(int sem_id) {
   const SemaphoreArgument status{.buf = &set};
   if (semctl(sem_id, 0, IPC_STAT, status) == 0)
     return set.sem_perm.uid == geteuid() && set.sem_perm.cuid == geteuid() ? Owner::kUs : Owner::kAnother;
-  return errno == EINVAL || errno == EIDRM ? Owner::kGone : Owner::kAnother;
+  return is_gone(errno) ? Owner::kGone : Owner::kAnother;
 }
 
 // The set, made and free; -1 with errno, EEXIST when another run was faster.
@@ -53,10 +57,6 @@ bool was_never_free(int sem_id) {
   semid_ds set{};
   const SemaphoreArgument status{.buf = &set};
   return semctl(sem_id, 0, IPC_STAT, status) == 0 && set.sem_otime == 0 && semctl(sem_id, 0, GETVAL) == 0;
-}
-
-bool is_gone(int error) {
-  return error == EIDRM || error == EINVAL;
 }
 
 }  // namespace

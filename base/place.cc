@@ -29,7 +29,7 @@ std::pair<std::string, std::string> split_at_share(const std::string& path) {
 // Takes the first name off a path; empty at its end.
 std::string cut_name(std::string& path) {
   const std::size_t start = path.find_first_not_of('/');
-  if (start == std::string::npos) return path = "";
+  if (start == std::string::npos) return {};
   const std::size_t end = path.find('/', start);
   std::string name = path.substr(start, end - start);
   path = end == std::string::npos ? "" : path.substr(end);
@@ -71,8 +71,10 @@ class Walk {
     while (folder_) {
       const std::string name = cut_name(rest_);
       const bool is_last = !has_more_names(rest_);
-      if (name.empty()) errno = EINVAL;
-      if (name.empty()) break;
+      if (name.empty()) {
+        errno = EINVAL;
+        break;
+      }
       Descriptor seen = look_at(folder_.get(), name);
       if (!seen && errno == ENOENT && is_last) return place_of(name);
       if (!seen && errno == ENOENT && missing == MissingFolders::kMake) seen = make_folder(name);

@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
-#include <set>
 #include <utility>
 
 #include "base/file.h"
@@ -21,8 +20,8 @@
 #include "catalogue/path_depth.h"
 #include "catalogue/path_marks.h"
 #include "catalogue/playlists.h"
+#include "catalogue/song_reconciler.h"
 #include "catalogue/sort_tables.h"
-#include "songdb/update.h"
 
 namespace corvexal {
 namespace {
@@ -32,12 +31,17 @@ constexpr std::array kClasses = {MediaClass::kMusic, MediaClass::kVideo, MediaCl
 class Reconciler {
  public:
   Reconciler(Session& session, const ReconcileTask& task, ReconcileListener& listener)
-      : session_(session), db_(session.db), task_(task), listener_(listener), survey_({}) {}
+      : session_(session),
+        db_(session.db),
+        task_(task),
+        listener_(listener),
+        survey_({}),
+        songs_(session, task, counts_) {}
 
   ReconcileCounts run() {
     if (!task_.preview)
       for (const FolderRename& rename : task_.renames) apply(rename);
-    open_songs_to_read();
+    songs_.open_to_read();
     db_.read_in_one_transaction();
     survey_ = survey_library(session_, task_, counts_, listener_);
     db_.exec("COMMIT;");
@@ -45,14 +49,13 @@ class Reconciler {
       write_folders_and_files();
       if (!stopped()) complete();
     }
-    if (!session_.songs.close()) ++counts_.failed;
+    songs_.close();
     if (!task_.preview) db_.exec("COMMIT;");
     if (db_.lost_work()) ++counts_.failed;
     return counts_;
   }
 
-  // True when the song store turned out to be damaged and lost records that the survey had still seen.
-  [[nodiscard]] bool songs_were_lost() const { return songs_were_lost_; }
+  [[nodiscard]] bool lost_songs() const { return songs_.lost_any(); }
 
  private:
   [[nodiscard]] bool stopped() { return db_.lost_work() || listener_.wants_to_stop(); }
@@ -117,7 +120,9 @@ class Reconciler {
     for (const MediaClass media_class : kClasses) {
       const std::string sql =
           composed("delete from %s where Real_Path>=? and Real_Path<?;", table_of(media_class));
-      if (write(sql.c_str(), folder, end)) songs_are_stale_ = (counts_.removed += db_.changed_rows()) > 0;
+      if (!write(sql.c_str(), folder, end)) continue;
+      counts_.removed += db_.changed_rows();
+      if (db_.changed_rows() > 0) forgot_rows_ = true;
     }
     write("delete from path_objid_tbl where path=? or path>=? and path<?;", without_slash(folder), folder,
           end);
@@ -144,7 +149,9 @@ class Reconciler {
     }
     for (const FolderRef* const folder : survey_.gone_folders)
       if (write("delete from path_objid_tbl where ROWID=?;", folder->second.rowid)) ++counts_.mended;
-    remove_stale_songs();
+    if ((survey_.has_stale_songs || forgot_rows_) && !stopped())
+      songs_.remove_stale(survey_.songs,
+                          [this](const std::string& path) { return survey_.scope.holds(path); });
   }
 
   void remove(MediaClass media_class, std::int64_t rowid, const std::string& path) {
@@ -272,7 +279,7 @@ class Reconciler {
       tell(Change::kNew, path);
     }
     foresee_numbers(path);
-    refresh_song_of(path, status);
+    songs_.refresh(path, status);
     done_with_file();
   }
 
@@ -313,7 +320,7 @@ class Reconciler {
     if (differs.content && !refresh(folder, finding)) return;
     mend(folder, finding.media_class, rowid, differs);
     const bool song_written =
-        differs.song && (differs.content || can_be_read(path)) && refresh_song_of(path, status);
+        differs.song && (differs.content || can_be_read(path)) && songs_.refresh(path, status);
     const bool mended =
         differs.place || differs.identifiers.objid || differs.identifiers.number || song_written;
     if (!differs.content && !mended) return;
@@ -355,50 +362,6 @@ class Reconciler {
       write(composed("update %s set ObjID=? where ROWID=?;", table).c_str(), source.objid(db_)++, rowid);
     if (wrong.number)
       write(composed("update %s set No=? where ROWID=?;", table).c_str(), source.number(db_)++, rowid);
-  }
-
-  // True when the song store's record was, or in a preview would be, written.
-  bool refresh_song_of(const std::string& path, const struct stat& status) {
-    if (!is_store_song(path.substr(path.rfind('/') + 1))) return false;
-    bool would_be_written = false;
-    const bool is_written = refresh_song(session_.songs, session_.tags, path, status, [&] {
-      // A file's second name shares the record that its first one would have got by now.
-      would_be_written = task_.preview && foreseen_songs_.insert(song_id(status)).second;
-      return !task_.preview && songs_are_open();
-    });
-    return is_written || would_be_written;
-  }
-
-  void open_songs_to_read() {
-    const std::string& mount_path = session_.config.mntpath;
-    if (!session_.songs.open_to_read(mount_path) || task_.preview || !session_.songs.looks_damaged()) return;
-    ++(session_.songs.open(mount_path) && session_.songs.close() ? counts_.mended : counts_.failed);
-    session_.songs.open_to_read(mount_path);
-  }
-
-  // Opens the song store for writing when it is first needed.
-  bool songs_are_open() {
-    if (songs_open_) return *songs_open_;
-    const std::uint64_t records = session_.songs.count();
-    session_.songs.close();
-    songs_open_ = session_.songs.open(session_.config.mntpath);
-    if (!*songs_open_) ++counts_.failed;  // the store has said why
-    songs_were_lost_ = *songs_open_ && session_.songs.count() < records;
-    return *songs_open_;
-  }
-
-  void remove_stale_songs() {
-    if (!(survey_.has_stale_songs || songs_are_stale_) || stopped()) return;
-    if (!task_.preview && session_.songs.is_damaged() && songs_are_open()) ++counts_.mended;
-    const auto stale = session_.songs.keys_of([this](const SongInfo* song) {
-      if (song == nullptr) return task_.whole_library;  // damaged, so nobody knows whose it is
-      return song->path && survey_.scope.holds(*song->path) &&
-             !std::binary_search(survey_.songs.begin(), survey_.songs.end(), song->id);
-    });
-    if (stale.empty()) return;
-    counts_.mended += stale.size();
-    if (task_.preview || !songs_are_open()) return;
-    for (const SongStore::Key& key : stale) session_.songs.remove(key);
   }
 
   void done_with_file() {
@@ -463,13 +426,11 @@ class Reconciler {
                                       {IdentifierSource(kVideoIds), &ObjectIds::video_file_objid},
                                       {IdentifierSource(kPhotoIds), &ObjectIds::photo_file_objid}}};
   IdentifierSource folder_ids_{kFolderIds};
-  std::set<std::uint32_t> foreseen_songs_;  // ids of records that a preview would have written
-  PathMarks spoken_of_;                     // playlists that the listener was told of
-  PathMarks renumbered_;                    // files whose number a playlist may not know yet
+  PathMarks spoken_of_;   // playlists that the listener was told of
+  PathMarks renumbered_;  // files whose number a playlist may not know yet
   std::uint64_t files_done_ = 0;
-  std::optional<bool> songs_open_;
-  bool songs_are_stale_ = false;  // those of forgotten rows
-  bool songs_were_lost_ = false;
+  bool forgot_rows_ = false;  // of an older folder, whose songs may have records
+  SongReconciler songs_;
 };
 
 }  // namespace
@@ -477,7 +438,7 @@ class Reconciler {
 ReconcileCounts reconcile(Session& session, const ReconcileTask& task, ReconcileListener& listener) {
   Reconciler first(session, task, listener);
   ReconcileCounts counts = first.run();
-  if (!first.songs_were_lost() || listener.wants_to_stop()) return counts;
+  if (!first.lost_songs() || listener.wants_to_stop()) return counts;
   const ReconcileCounts again = Reconciler(session, task, listener).run();
   counts.mended += again.mended;
   counts.failed += again.failed;

@@ -147,9 +147,10 @@ bool fill_groups(Database& db, SortRows& rows, std::size_t column, std::uint64_t
   });
 }
 
-bool fill_tables(Session& session, SortRows& rows, MediaClass media_class) {
+bool write_tables(Session& session, SortRows& rows, MediaClass media_class) {
   Database& db = session.db;
   ObjectIds& ids = session.ids;
+  recreate_tables(db, media_class);
   if (!fill_items(db, rows, items_of(media_class))) return false;
   return media_class != MediaClass::kMusic || (fill_groups(db, rows, 0, ids.music_file_gen_objid) &&
                                                fill_groups(db, rows, 1, ids.music_file_art_objid) &&
@@ -181,8 +182,7 @@ bool groups_are_current(Database& db, SortRows& rows, std::size_t column) {
 bool write_sort_tables(Session& session, MediaClass media_class) {
   session.db.begin_writing();
   SortRows rows(session.db, media_class);
-  recreate_tables(session.db, media_class);
-  return fill_tables(session, rows, media_class);
+  return write_tables(session, rows, media_class);
 }
 
 bool sort_tables_are_current(Database& db, MediaClass media_class) {
@@ -201,8 +201,7 @@ int RebuildSortTables(Session& session, MediaClass media_class) {
   FolderSets folders;
   rows.take_folders(folders[static_cast<std::size_t>(media_class)]);
   read_folders(session.db, folders);
-  recreate_tables(session.db, media_class);
-  if (!fill_tables(session, rows, media_class)) return 0;
+  if (!write_tables(session, rows, media_class)) return 0;
   std::puts("Assign path_objid_tbl media-->");
   if (Assign_pathtbl_media(session.db, std::move(folders)) == 0)
     std::puts("Assign path_objid_tbl media fail");

@@ -8,19 +8,16 @@
 namespace corvexal {
 namespace {
 
-struct Limit {
+struct Setting {
   int id, value;
 };
-constexpr Limit kLimits[] = {
+constexpr Setting kLimits[] = {
     {SQLITE_LIMIT_LENGTH, 1 << 17},      // bytes of a row; the longest paths and texts of one take 60,000
     {SQLITE_LIMIT_SQL_LENGTH, 1 << 16},  // also of each text in the schema
     {SQLITE_LIMIT_EXPR_DEPTH, 100},     {SQLITE_LIMIT_COMPOUND_SELECT, 10},
     {SQLITE_LIMIT_TRIGGER_DEPTH, 1},    {SQLITE_LIMIT_ATTACHED, 0},
 };
 
-struct Setting {
-  int id, value;
-};
 constexpr Setting kSettings[] = {
     {SQLITE_DBCONFIG_DEFENSIVE, 1},
     {SQLITE_DBCONFIG_ENABLE_TRIGGER, 0},

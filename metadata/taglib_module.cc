@@ -23,7 +23,7 @@
 #include <xiphcomment.h>
 
 #include <algorithm>
-#include <new>
+#include <exception>
 
 #include "metadata/tag_digest/digest_stream.h"
 #include "metadata/tag_digest/legacy_mark.h"
@@ -87,11 +87,17 @@ constexpr Id3Field kId3Fields[] = {
     {"TBPM", "BPM"},      {"TCMP", "COMPILATION"}, {"GRP1", "GROUPING"},   {"TIT1", "WORK"},
 };
 
-// Gathers the fields of one tag after another.
-class Gatherer {
+// Collects the fields of one tag after another.
+class FieldCollector {
  public:
-  explicit Gatherer(TagFields& fields) : fields_(fields) {}
+  explicit FieldCollector(TagFields& fields) : fields_(fields) {}
 
+  // A file with one tag.
+  template <class File>
+  void add_file(const File& file) {
+    add(file.tag());
+    add_stream(file.audioProperties());
+  }
   template <class Tag>
   void add(Tag* tag) {
     if (tag == nullptr || tag->isEmpty()) return;
@@ -137,7 +143,7 @@ TagLib::String compilation_of(const TagLib::ASF::Tag& tag) {
                                                              : TagLib::String::number(first.toBool() ? 1 : 0);
 }
 
-void read_digest(const TagDigest& digest, Gatherer fields) {
+void read_digest(const TagDigest& digest, FieldCollector fields) {
   DigestStream stream(digest);
   TagLib::ID3v2::FrameFactory* const frames = TagLib::ID3v2::FrameFactory::instance();
   switch (digest.format) {
@@ -148,29 +154,16 @@ void read_digest(const TagDigest& digest, Gatherer fields) {
       fields.add_stream(file.audioProperties());
       break;
     }
-    case AudioFormat::kVorbis: {
-      TagLib::Ogg::Vorbis::File file(&stream);
-      fields.add(file.tag());
-      fields.add_stream(file.audioProperties());
-      break;
-    }
-    case AudioFormat::kOpus: {
-      TagLib::Ogg::Opus::File file(&stream);
-      fields.add(file.tag());
-      fields.add_stream(file.audioProperties());
-      break;
-    }
-    case AudioFormat::kMp4: {
-      TagLib::MP4::File file(&stream);
-      fields.add(file.tag());
-      fields.add_stream(file.audioProperties());
-      break;
-    }
+    case AudioFormat::kVorbis:
+      return fields.add_file(TagLib::Ogg::Vorbis::File(&stream));
+    case AudioFormat::kOpus:
+      return fields.add_file(TagLib::Ogg::Opus::File(&stream));
+    case AudioFormat::kMp4:
+      return fields.add_file(TagLib::MP4::File(&stream));
     case AudioFormat::kAsf: {
-      TagLib::ASF::File file(&stream);
-      fields.add(file.tag());
+      const TagLib::ASF::File file(&stream);
+      fields.add_file(file);
       if (file.tag() != nullptr) fields.add("COMPILATION", compilation_of(*file.tag()));
-      fields.add_stream(file.audioProperties());
       break;
     }
     case AudioFormat::kApe: {
@@ -188,10 +181,8 @@ void read_digest(const TagDigest& digest, Gatherer fields) {
       break;
     }
     case AudioFormat::kAiff: {
-      TagLib::RIFF::AIFF::File file(&stream);
-      fields.add(file.tag());
+      fields.add_file(TagLib::RIFF::AIFF::File(&stream));
       for (const auto& [field, text] : digest.texts) fields.add(field, {text, TagLib::String::UTF8});
-      fields.add_stream(file.audioProperties());
       break;
     }
     case AudioFormat::kMpeg:
@@ -205,12 +196,12 @@ void read_digest(const TagDigest& digest, Gatherer fields) {
   }
 }
 
-// What the work returns; null when memory has run out.
+// What the work returns; null when memory has run out, or a size is more than it could ever hold.
 template <class Work>
 auto guarded(Work work) noexcept -> decltype(work()) {
   try {
     return work();
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
     return nullptr;
   }
 }
@@ -220,7 +211,7 @@ const TagFields* read(const TagDigest& digest) noexcept {
     static TagFields fields;
     fields = {};
     prepare_library();
-    read_digest(digest, Gatherer(fields));
+    read_digest(digest, FieldCollector(fields));
     return &fields;
   });
 }

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "catalogue/song_reconciler.h"
+
+#include <algorithm>
+
+#include "songdb/update.h"
+
+namespace corvexal {
+
+void SongReconciler::open_to_read() {
+  SongStore& songs = session_.songs;
+  const std::string& mount_path = session_.config.mntpath;
+  if (!songs.open_to_read(mount_path) || task_.preview || !songs.looks_damaged()) return;
+  const bool is_mended = songs.open(mount_path) && songs.close();
+  ++(is_mended ? counts_.mended : counts_.failed);
+  songs.open_to_read(mount_path);
+}
+
+bool SongReconciler::refresh(const std::string& path, const struct stat& status) {
+  if (!is_store_song(path.substr(path.rfind('/') + 1))) return false;
+  bool would_be_written = false;
+  const bool is_written = refresh_song(session_.songs, session_.tags, path, status, [&] {
+    // A file's second name shares the record that its first one would have got by now.
+    would_be_written = task_.preview && foreseen_.insert(song_id(status)).second;
+    return can_write();
+  });
+  return is_written || would_be_written;
+}
+
+void SongReconciler::remove_stale(std::span<const std::uint32_t> known,
+                                  const std::function<bool(const std::string& path)>& in_scope) {
+  SongStore& songs = session_.songs;
+  if (songs.is_damaged() && can_write()) ++counts_.mended;
+  const auto stale = songs.keys_of([&](const SongInfo* song) {
+    if (song == nullptr) return task_.whole_library;  // damaged, so nobody knows whose it is
+    return song->path && in_scope(*song->path) && !std::binary_search(known.begin(), known.end(), song->id);
+  });
+  counts_.mended += stale.size();
+  if (stale.empty() || !can_write()) return;
+  for (const SongStore::Key& key : stale) songs.remove(key);
+}
+
+void SongReconciler::close() {
+  if (!session_.songs.close()) ++counts_.failed;
+}
+
+// Opens the store for writing when that is first asked.
+bool SongReconciler::can_write() {
+  if (task_.preview) return false;
+  if (open_) return *open_;
+  SongStore& songs = session_.songs;
+  const std::uint64_t records = songs.count();
+  songs.close();
+  open_ = songs.open(session_.config.mntpath);
+  if (!*open_) ++counts_.failed;  // the store has said why
+  lost_any_ = *open_ && songs.count() < records;
+  return *open_;
+}
+
+}  // namespace corvexal

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+
+#include "catalogue/reconcile.h"
+#include "catalogue/session.h"
+
+namespace corvexal {
+
+// The song store's part of a reconciliation. The store is read until the first record has to be written, and
+// opened for writing, which makes a copy of it, only then. A preview writes nothing.
+class SongReconciler {
+ public:
+  // `counts` takes what was mended and what failed.
+  SongReconciler(Session& session, const ReconcileTask& task, ReconcileCounts& counts)
+      : session_(session), task_(task), counts_(counts) {}
+
+  // Before anything else. A store that looks damaged is repaired.
+  void open_to_read();
+
+  // Writes the record of a file anew where it differs. True when it was, or in a preview would be, written;
+  // false for what is no song.
+  bool refresh(const std::string& path, const struct stat& status);
+
+  // Removes the records of songs below the task's folders, as `in_scope(path)` tells, whose ids are not
+  // `known`, which ascends; of the whole library damaged ones too.
+  void remove_stale(std::span<const std::uint32_t> known,
+                    const std::function<bool(const std::string& path)>& in_scope);
+
+  void close();
+
+  // True when the store turned out to be damaged and lost records that had still been counted.
+  [[nodiscard]] bool lost_any() const { return lost_any_; }
+
+ private:
+  [[nodiscard]] bool can_write();
+
+  Session& session_;
+  const ReconcileTask& task_;
+  ReconcileCounts& counts_;
+  std::set<std::uint32_t> foreseen_;  // ids of records that a preview would have written
+  std::optional<bool> open_;          // for writing, once that was tried
+  bool lost_any_ = false;
+};
+
+}  // namespace corvexal
