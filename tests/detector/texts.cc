@@ -7,7 +7,6 @@
 #include <sstream>
 
 #include "metadata/converter.h"
-#include "tests/support/test_files.h"
 
 namespace corvexal::testing {
 namespace {
@@ -47,7 +46,7 @@ CodePage code_page_of(const std::string& charset) {
 
 std::vector<LanguageTexts> all_texts() {
   std::vector<LanguageTexts> all;
-  for (const auto& entry : std::filesystem::directory_iterator(sample("../tests/detector/texts")))
+  for (const auto& entry : std::filesystem::directory_iterator(CORVEXAL_SAMPLES "/../tests/detector/texts"))
     all.push_back(texts_of(entry.path()));
   std::sort(all.begin(), all.end(), [](const auto& a, const auto& b) { return a.language < b.language; });
   return all;

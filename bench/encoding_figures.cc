@@ -3,7 +3,7 @@
 // file's tag holds them as UTF-16, and as bytes of each old character set that it calls Latin-1. The detector
 // is the one on PATH; with "codepage" the working folder's etc/codepage is set to each set's own, with
 // "standard" tags are read as their standards say.
-//   PATH=build/check/bin build/check/bin/encoding_figures [codepage] [standard]
+//   PATH=build/bench/bin build/bench/bin/encoding_figures [codepage] [standard]
 
 #include <algorithm>
 #include <cstdio>
