@@ -5,6 +5,7 @@
 //   FAULT_ERROR     the errno of its failure; 0 kills the program
 //   FAULT_FOR_GOOD  when set, every later call fails, too
 //   FAULT_PATH      when set, only calls that name a path with this part count
+//   FAULT_NAME      when set, only calls of this name count
 //   FAULT_COUNT     when set, the number of calls is written to standard error at the end
 // It includes no header that declares the calls: here they all take and give whole registers, whatever their
 // types.
@@ -25,6 +26,7 @@ class Fault {
  public:
   bool comes_now(const char* name, const char* path) {
     if (path_ != nullptr && (path == nullptr || std::strstr(path, path_) == nullptr)) return false;
+    if (name_ != nullptr && std::strcmp(name, name_) != 0) return false;
     const long number = calls_++;
     if (number < call_ || (number > call_ && !for_good_)) return false;
     if (error_ == 0) raise(kKillSignal);
@@ -45,7 +47,7 @@ class Fault {
   const long call_ = number("FAULT_CALL", 1L << 30);
   const int error_ = static_cast<int>(number("FAULT_ERROR", 0));
   const bool for_good_ = std::getenv("FAULT_FOR_GOOD") != nullptr;
-  const char* const path_ = std::getenv("FAULT_PATH");
+  const char *const path_ = std::getenv("FAULT_PATH"), *const name_ = std::getenv("FAULT_NAME");
   long calls_ = 0;
 };
 
