@@ -29,7 +29,7 @@ FolderEntries::FolderEntries(const std::string& folder) {
     return;
   }
   error_ = errno;
-  starts_.clear();
+  places_.clear();
   listed_ = 0;
 }
 
@@ -38,18 +38,28 @@ bool FolderEntries::read(const std::string& folder) {
   if (!stream) return false;
   while (const dirent* entry = next_entry(stream.get())) {
     ++listed_;
-    const std::string_view name = entry->d_name;
-    if (name.starts_with('.') || names_.size() > std::numeric_limits<std::uint32_t>::max() - NAME_MAX)
-      continue;
-    starts_.push_back(static_cast<std::uint32_t>(names_.size()));
-    names_.append(name).push_back('\0');
+    if (entry->d_name[0] != '.') add(entry->d_name);
   }
   return errno == 0;
 }
 
+// Names beyond 4 GiB are passed over.
+void FolderEntries::add(std::string_view name) {
+  if (end_ > std::numeric_limits<std::uint32_t>::max() - 2 * kBlockSize) return;
+  const auto room = static_cast<std::uint32_t>(blocks_.size() * kBlockSize - end_);
+  if (name.size() >= room) {
+    end_ += room;
+    blocks_.push_back(std::make_unique_for_overwrite<char[]>(kBlockSize));
+  }
+  char* const place = blocks_.back().get() + end_ % kBlockSize;
+  *std::copy(name.begin(), name.end(), place) = '\0';
+  places_.push_back(end_);
+  end_ += static_cast<std::uint32_t>(name.size() + 1);
+}
+
 void FolderEntries::sort() {
-  std::sort(starts_.begin(), starts_.end(), [this](std::uint32_t a, std::uint32_t b) {
-    return std::string_view(names_.data() + a) < std::string_view(names_.data() + b);
+  std::sort(places_.begin(), places_.end(), [this](std::uint32_t a, std::uint32_t b) {
+    return std::string_view(name_at(a)) < std::string_view(name_at(b));
   });
 }
 

@@ -3,14 +3,16 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace corvexal {
 
-// The names of one folder's entries in the order of their bytes, held in one block, since a folder may have
-// very many.
+// The names of one folder's entries in the order of their bytes, held in blocks that never move or grow,
+// since a folder may have very many.
 class FolderEntries {
  public:
   // Reads the folder; one that cannot be read has no entries, and error() says why.
@@ -23,15 +25,22 @@ class FolderEntries {
   [[nodiscard]] std::size_t listed() const { return listed_; }
 
   // The entries whose name does not begin with ".".
-  [[nodiscard]] std::size_t size() const { return starts_.size(); }
-  [[nodiscard]] std::string_view operator[](std::size_t i) const { return names_.data() + starts_[i]; }
+  [[nodiscard]] std::size_t size() const { return places_.size(); }
+  [[nodiscard]] std::string_view operator[](std::size_t i) const { return name_at(places_[i]); }
 
  private:
-  bool read(const std::string& folder);
-  void sort();
+  static constexpr std::uint32_t kBlockSize = 1 << 16;
 
-  std::string names_;  // each followed by a NUL
-  std::vector<std::uint32_t> starts_;
+  bool read(const std::string& folder);
+  void add(std::string_view name);
+  void sort();
+  [[nodiscard]] const char* name_at(std::uint32_t place) const {
+    return blocks_[place / kBlockSize].get() + place % kBlockSize;
+  }
+
+  std::vector<std::unique_ptr<char[]>> blocks_;  // of kBlockSize bytes, full of names each followed by a NUL
+  std::deque<std::uint32_t> places_;             // where each name starts, the blocks laid end to end
+  std::uint32_t end_ = 0;                        // of the last name
   std::size_t listed_ = 0;
   int error_ = 0;
 };

@@ -11,6 +11,8 @@
 namespace corvexal {
 namespace {
 
+constexpr std::uint64_t kHighestNumber = std::numeric_limits<std::int64_t>::max();
+
 // The number that the whole text spells, as the updater would write it; 0 for any other text.
 std::uint64_t plain_number(std::string_view text) {
   std::uint64_t number = 0;
@@ -24,6 +26,31 @@ struct Held {
   std::int64_t rowid;
   auto operator<=>(const Held&) const = default;  // NOLINT(modernize-use-nullptr): clang-tidy's mistake
 };
+
+Rows identifiers_of(Database& db, const IdentifiedTable& table) {
+  return db.select("select ROWID,ObjID,%s from %s order by ROWID;", table.numbered ? "No" : "0", table.name);
+}
+
+// Values that have to rise, up to a highest one.
+struct Ascent {
+  std::uint64_t last, highest;
+  bool takes(std::uint64_t value) {
+    if (value <= last || value > highest) return false;
+    last = value;
+    return true;
+  }
+};
+
+// True when each row holds higher values than the one before it, as rows do that were added one after
+// another: then nothing is wrong, and no value has to be kept.
+bool all_ascend(Rows rows, const IdentifiedTable& table) {
+  Ascent objids{table.first - 1, table.last}, numbers{0, kHighestNumber};
+  while (rows.next()) {
+    if (!objids.takes(plain_number(rows.text(1)))) return false;
+    if (table.numbered && !numbers.takes(plain_number(rows.text(2)))) return false;
+  }
+  return !rows.failed();
+}
 
 // Calls wrong(rowid) for each row that holds no good value or one that an earlier row holds.
 template <class Wrong>
@@ -60,8 +87,9 @@ std::int64_t& IdentifierSource::number(Database& db) {
 
 std::optional<std::map<std::int64_t, WrongIdentifiers>> wrong_identifiers(Database& db,
                                                                           const IdentifiedTable& table) {
+  if (all_ascend(identifiers_of(db, table), table)) return std::map<std::int64_t, WrongIdentifiers>();
   std::vector<Held> objids, numbers;
-  Rows rows = db.select("select ROWID,ObjID,%s from %s;", table.numbered ? "No" : "0", table.name);
+  Rows rows = identifiers_of(db, table);
   while (rows.next()) {
     objids.push_back({plain_number(rows.text(1)), rows.number(0)});
     if (table.numbered) numbers.push_back({plain_number(rows.text(2)), rows.number(0)});
@@ -69,8 +97,7 @@ std::optional<std::map<std::int64_t, WrongIdentifiers>> wrong_identifiers(Databa
   if (rows.failed()) return std::nullopt;
   std::map<std::int64_t, WrongIdentifiers> wrong;
   each_wrong(objids, table.first, table.last, [&](std::int64_t rowid) { wrong[rowid].objid = true; });
-  each_wrong(numbers, 1, std::numeric_limits<std::int64_t>::max(),
-             [&](std::int64_t rowid) { wrong[rowid].number = true; });
+  each_wrong(numbers, 1, kHighestNumber, [&](std::int64_t rowid) { wrong[rowid].number = true; });
   return wrong;
 }
 

@@ -76,9 +76,10 @@ std::uint32_t text_length(Bytes record, std::size_t index) {
 Text text_at(Bytes record, std::uint64_t at) {
   if (at >= record.size()) return std::nullopt;
   const Bytes rest = record.subspan(static_cast<std::size_t>(at));
-  const auto end = std::find(rest.begin(), rest.end(), 0);
-  if (end == rest.end()) return std::nullopt;
-  return std::string(rest.begin(), end);
+  const std::string_view text(reinterpret_cast<const char*>(rest.data()), rest.size());
+  const std::size_t end = text.find('\0');
+  if (end == std::string_view::npos) return std::nullopt;
+  return std::string(text.substr(0, end));
 }
 
 PackedSong packed(const SongInfo& song, const TextViews& texts, std::size_t size) {
