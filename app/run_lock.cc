@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <ctime>
 
@@ -15,6 +16,9 @@ namespace corvexal {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+// How long a wait goes on before it looks after the set, and before it says who is in the way.
+constexpr std::chrono::seconds kLookAfter{3}, kSpeakAfter{60};
 
 // What semctl takes as its last argument, and no header declares. A plain int in its place reads as 0 on
 // big-endian machines of 64 bits: the lock would never be free.
@@ -83,30 +87,30 @@ int GetSemaphoreID(int key) {
   return failed("Open Semaphore");
 }
 
-RunLock::RunLock(int key, LockPatience patience) : sem_id_(GetSemaphoreID(key)) {
-  if (sem_id_ != -1) wait(key, patience);
+RunLock::RunLock() : sem_id_(GetSemaphoreID(kRunLockKey)) {
+  if (sem_id_ != -1) wait();
 }
 
-void RunLock::wait(int key, LockPatience patience) {
+void RunLock::wait() {
   const Clock::time_point began = Clock::now();
   bool has_spoken = false;
   for (;;) {
     sembuf take{.sem_num = 0, .sem_op = -1, .sem_flg = SEM_UNDO};
-    const std::timespec pause{.tv_sec = patience.look_after.count(), .tv_nsec = 0};
+    const std::timespec pause{.tv_sec = kLookAfter.count(), .tv_nsec = 0};
     if (semtimedop(sem_id_, &take, 1, &pause) == 0) {
       is_held_ = true;
       return;
     }
     if (errno == EINTR) continue;
     if (is_gone(errno)) {
-      const int anew = GetSemaphoreID(key);
+      const int anew = GetSemaphoreID(kRunLockKey);
       if (anew == -1 || anew == sem_id_) break;
       sem_id_ = anew;
       continue;
     }
     if (errno != EAGAIN) break;
     if (was_never_free(sem_id_)) semctl(sem_id_, 0, SETVAL, kFree);
-    if (has_spoken || Clock::now() - began < patience.speak_after) continue;
+    if (has_spoken || Clock::now() - began < kSpeakAfter) continue;
     has_spoken = true;
     error_printf("Corvexal: still waiting for the run lock, which process %d holds\n",
                  semctl(sem_id_, 0, GETPID));

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <chrono>
-
 namespace corvexal {
 
 // The key shared by every process that updates the two stores.
@@ -17,18 +15,13 @@ inline constexpr int kRunLockKey = 12332211;
 // it.
 int GetSemaphoreID(int key);
 
-// How long a wait goes on before it looks after the set, and before it says who is in the way.
-struct LockPatience {
-  std::chrono::seconds look_after{3}, speak_after{60};
-};
-
 // Holds the lock: taken, after waiting for as long as it is held elsewhere, when it is made, and given back
 // when it goes; the kernel gives back what a killed process held. A set that goes away meanwhile is opened
 // anew, and one of ours that its creator left before it was made free is made free. A failure of waiting or
 // giving back is a line on standard output, and going on without the lock one on standard error.
 class RunLock {
  public:
-  explicit RunLock(int key = kRunLockKey, LockPatience patience = {});
+  RunLock();
   ~RunLock();
   RunLock(const RunLock&) = delete;
   RunLock& operator=(const RunLock&) = delete;
@@ -37,7 +30,7 @@ class RunLock {
   explicit operator bool() const { return sem_id_ != -1; }
 
  private:
-  void wait(int key, LockPatience patience);
+  void wait();
 
   int sem_id_;
   bool is_held_ = false;
