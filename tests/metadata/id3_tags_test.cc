@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadata/id3_tags.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <malloc.h>
-#include <sys/resource.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "tests/metadata/id3_bytes.h"
 #include "tests/metadata/logged.h"
+#include "tests/metadata/memory.h"
 #include "tests/metadata/tables.h"
 #include "tests/support/fake_detector.h"
 
@@ -137,22 +134,11 @@ TEST_F(Id3Tags, TakesTheBeginningOfALongText) {
 }
 
 TEST_F(Id3Tags, ReadsEveryFileInLittleMemory) {
-  if (CORVEXAL_EMULATED || dlsym(RTLD_DEFAULT, "__asan_init") != nullptr)
-    GTEST_SKIP() << "an emulator's or a sanitizer's own memory counts as well";
-  const auto most_memory = [] {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss;  // KiB
-  };
+  if (!testing::memory_is_the_programs()) GTEST_SKIP();
   for (const Row& row : testing::table("id3_memory")) {
     const std::string path = testing::file_of(row, folder);
-    malloc_trim(0);  // or the process would find memory that it need not ask for
-    const auto read_and_end = [&] {
-      const long before = most_memory();
-      read_file(path);
-      std::_Exit(status != 0 || most_memory() - before > std::stol(row[2]) << 10 ? 1 : 0);
-    };
-    EXPECT_EXIT(read_and_end(), ::testing::ExitedWithCode(0), "") << row[0];
+    const auto read = [&] { return read_file(path), status == 0; };
+    EXPECT_EXIT(testing::read_and_end(std::stol(row[2]), read), ::testing::ExitedWithCode(0), "") << row[0];
   }
 }
 
