@@ -11,6 +11,7 @@
 #include "base/file.h"
 #include "base/log.h"
 #include "catalogue/media_rows.h"
+#include "catalogue/moved_folders.h"
 #include "catalogue/path_depth.h"
 #include "catalogue/scan.h"
 #include "songdb/update.h"
@@ -328,7 +329,7 @@ class Surveyor {
         if (finding->kind == FindingKind::kNew) add_new(*folder, *finding);
     }
     survey_.moved.match();
-    match_moved_folders();
+    match_moved_folders(survey_);
   }
 
   void add_new(const FolderRef& folder, const Finding& finding) {
@@ -339,47 +340,6 @@ class Surveyor {
       recorded = session_.songs.stored(song_id(entry.status))->path;
     survey_.moved.add_new(finding.media_class, folder.first, entry.name, std::to_string(entry.status.st_size),
                           date_text(entry.status.st_mtime), recorded);
-  }
-
-  // A folder whose files all went to one new folder was moved with them, and so were those around it, as far
-  // as their names agree.
-  void match_moved_folders() {
-    std::map<std::string, std::set<std::string>> targets;
-    const auto add = [&](std::string_view from, std::string_view to) {
-      return targets[std::string(from)].emplace(to).second;
-    };
-    survey_.moved.each_move([&](const GoneRow& row, std::string_view to) {
-      std::string_view from = row.folder;
-      while (from != to && is_gone_with_row(from) && is_new(to) && add(from, to)) {
-        const std::string_view from_around = folder_around(from), to_around = folder_around(to);
-        if (from.substr(from_around.size()) != to.substr(to_around.size())) break;
-        from = from_around;
-        to = to_around;
-      }
-    });
-    std::map<std::string, int> claims;
-    for (const auto& [from, to] : targets) ++claims[*to.begin()];
-    for (const auto& [from, to] : targets)
-      if (to.size() == 1 && claims[*to.begin()] == 1) move_folder_row(from, *to.begin());
-  }
-
-  [[nodiscard]] bool is_gone_with_row(std::string_view folder) const {
-    const auto known = survey_.folders.find(std::string(folder));
-    return known != survey_.folders.end() && known->second.rowid != 0 && !known->second.is_visited &&
-           survey_.scope.holds(folder);
-  }
-  [[nodiscard]] bool is_new(std::string_view folder) const {
-    const auto known = survey_.folders.find(std::string(folder));
-    return known != survey_.folders.end() && known->second.rowid == 0 && known->second.is_visited;
-  }
-
-  void move_folder_row(const std::string& from, const std::string& to) {
-    Folder& old = survey_.folders.at(from);
-    Folder& moved = survey_.folders.at(to);
-    moved.rowid = std::exchange(old.rowid, 0);
-    moved.objid = old.objid;
-    moved.row_is_spelt = false;
-    std::erase_if(survey_.gone_folders, [&](const FolderRef* gone) { return gone->first == from; });
   }
 
   Session& session_;

@@ -15,6 +15,7 @@
 #include "base/log.h"
 #include "base/text.h"
 #include "catalogue/folder_flags.h"
+#include "catalogue/folder_renames.h"
 #include "catalogue/library_survey.h"
 #include "catalogue/media_rows.h"
 #include "catalogue/path_depth.h"
@@ -40,7 +41,8 @@ class Reconciler {
 
   ReconcileCounts run() {
     if (!task_.preview)
-      for (const FolderRename& rename : task_.renames) apply(rename);
+      for (const FolderRename& rename : task_.renames)
+        forgot_rows_ |= carry_out(session_, rename, counts_, listener_);
     songs_.open_to_read();
     db_.read_in_one_transaction();
     survey_ = survey_library(session_, task_, counts_, listener_);
@@ -77,62 +79,6 @@ class Reconciler {
   void refuse(const std::string& path) {
     ++counts_.refused;
     error_printf("Corvexal: %s: the catalogue cannot hold a tag with a \" in it\n", path.c_str());
-  }
-
-  // Rows below the new path are of an older folder that the rename has replaced.
-  void apply(const FolderRename& rename) {
-    if (rename.to.starts_with(rename.from) || rename.from.starts_with(rename.to) || !knows(rename.from))
-      return;
-    forget(rename.to);
-    std::string end = rename.from;
-    ++end.back();
-    for (const MediaClass media_class : kClasses) {
-      const std::string select = composed(
-          "select distinct Real_Path from %s where Real_Path>=? and Real_Path<?;", table_of(media_class));
-      const std::string update =
-          composed("update %s set Real_Path=?,UTF_Path=? where Real_Path=?;", table_of(media_class));
-      for (const std::string& folder : column(select, rename.from, end)) {
-        const std::string renamed = rename.to + folder.substr(rename.from.size());
-        if (write(update.c_str(), renamed, session_.names.to_utf8(renamed).text.value_or(renamed), folder))
-          counts_.moved += db_.changed_rows();
-      }
-    }
-    for (const std::string& folder :
-         column("select path from path_objid_tbl where path>=? and path<?;", rename.from, end))
-      if (write("update path_objid_tbl set path=? where path=?;",
-                rename.to + folder.substr(rename.from.size()), folder))
-        ++counts_.mended;
-    write("update path_objid_tbl set path=? where path=?;", rename.to, without_slash(rename.from));
-    listener_.changed(Change::kMoved, rename.to);
-  }
-
-  static std::string without_slash(const std::string& folder) { return folder.substr(0, folder.size() - 1); }
-
-  [[nodiscard]] bool knows(const std::string& folder) {
-    return db_.read("select 1 from path_objid_tbl where path=? or path=?;", folder, without_slash(folder))
-               .next() ||
-           holds_files_below(db_, folder);
-  }
-
-  void forget(const std::string& folder) {
-    std::string end = folder;
-    ++end.back();
-    for (const MediaClass media_class : kClasses) {
-      const std::string sql =
-          composed("delete from %s where Real_Path>=? and Real_Path<?;", table_of(media_class));
-      if (!write(sql.c_str(), folder, end)) continue;
-      counts_.removed += db_.changed_rows();
-      if (db_.changed_rows() > 0) forgot_rows_ = true;
-    }
-    write("delete from path_objid_tbl where path=? or path>=? and path<?;", without_slash(folder), folder,
-          end);
-  }
-
-  std::vector<std::string> column(const std::string& select, const std::string& first,
-                                  const std::string& end) {
-    std::vector<std::string> texts;
-    for (Rows rows = db_.read(select.c_str(), first, end); rows.next();) texts.emplace_back(rows.text(0));
-    return texts;
   }
 
   void write_folders_and_files() {
