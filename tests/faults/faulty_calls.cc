@@ -4,7 +4,7 @@
 //   FAULT_CALL      number of the call, from 0
 //   FAULT_ERROR     the errno of its failure; 0 kills the program
 //   FAULT_FOR_GOOD  when set, every later call fails, too
-//   FAULT_PATH      when set, only calls that name a path with this part count
+//   FAULT_PATH      when set, only calls that name a path with this part, or work on such a file, count
 //   FAULT_NAME      when set, only calls of this name count
 //   FAULT_COUNT     when set, the number of calls is written to standard error at the end
 // It includes no header that declares the calls: here they all take and give whole registers, whatever their
@@ -16,6 +16,7 @@
 #include <cstring>
 
 extern "C" int raise(int signal);
+extern "C" int snprintf(char* into, unsigned long size, const char* format, ...);
 extern "C" int dprintf(int descriptor, const char* format, ...);
 
 namespace {
@@ -66,6 +67,22 @@ Call real(const char* name) {
   return reinterpret_cast<Call>(dlsym(RTLD_NEXT, name));
 }
 
+// Of an open file, when it matters; empty for what is none.
+const char* path_of(long descriptor) {
+  static const bool matters = std::getenv("FAULT_PATH") != nullptr;
+  static const Call read_link = real("readlink");
+  if (!matters) return nullptr;
+  static char path[4096];
+  const int before = errno;
+  char link[32];
+  snprintf(link, sizeof link, "/proc/self/fd/%ld", descriptor);
+  const long long size =
+      read_link(reinterpret_cast<long>(link), reinterpret_cast<long>(path), sizeof path - 1, 0, 0, 0);
+  path[size > 0 ? size : 0] = '\0';
+  errno = before;
+  return path;
+}
+
 }  // namespace
 
 #define CALL(name, path, failure)                                                             \
@@ -73,7 +90,8 @@ Call real(const char* name) {
     static const Call call = real(#name);                                                     \
     return fails_now(#name, path) ? static_cast<long long>(failure) : call(a, b, c, d, e, f); \
   }
-#define OF_DESCRIPTOR(name) CALL(name, nullptr, -1)
+#define OF_NO_FILE(name) CALL(name, nullptr, -1)
+#define OF_DESCRIPTOR(name) CALL(name, path_of(a), -1)
 #define OF_PATH(name) CALL(name, as_path(a), -1)
 #define OF_PATH_IN_FOLDER(name) CALL(name, as_path(b), -1)
 
@@ -95,15 +113,16 @@ OF_DESCRIPTOR(fchmod)
 OF_DESCRIPTOR(fchown)
 OF_DESCRIPTOR(flock)
 OF_DESCRIPTOR(dup)
-OF_DESCRIPTOR(mmap)
-OF_DESCRIPTOR(mmap64)
-OF_DESCRIPTOR(semget)
-OF_DESCRIPTOR(semctl)
-OF_DESCRIPTOR(semop)
-OF_DESCRIPTOR(semtimedop)
-CALL(fdopen, nullptr, 0)
-CALL(fdopendir, nullptr, 0)
+CALL(mmap, path_of(e), -1)
+CALL(mmap64, path_of(e), -1)
+CALL(fdopen, path_of(a), 0)
+CALL(fdopendir, path_of(a), 0)
 CALL(readdir64, nullptr, 0)
+
+OF_NO_FILE(semget)
+OF_NO_FILE(semctl)
+OF_NO_FILE(semop)
+OF_NO_FILE(semtimedop)
 
 OF_PATH(open)
 OF_PATH(open64)
