@@ -198,13 +198,5 @@ TEST_P(ChangeSourceTest, SaysWhenItLostTheShareOrChanges) {
     EXPECT_EQ(state, ChangeSource::State::kBroken);
 }
 
-TEST_P(ChangeSourceTest, DoesNotKeepTheShareInUse) {
-  open();
-  if (IsSkipped()) return;
-  ASSERT_EQ(shell("echo >share/1.mp3"), 0);
-  EXPECT_EQ(call(), "--entries @");
-  EXPECT_EQ(shell("! ls -l /proc/" + std::to_string(getpid()) + "/fd | grep -q share"), 0);
-}
-
 }  // namespace
 }  // namespace corvexal
