@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/metadata/tables.h"
 #include "tests/support/fake_detector.h"
 
 namespace corvexal {
@@ -14,30 +15,13 @@ namespace {
 TEST(LegacyTexts, AskTheDetectorOnceForAnAlbum) {
   const testing::FakeDetector detector;
   TagDecoder decoder;
-  const std::string album = "\xA4\xFD\n\xC6W";
-  const struct {
-    const char* reason;
-    std::string album, title;
-    const char* answer;  // of the detector, if it is asked
-    const char* decoded;
-    bool asked;
-  } songs[] = {
-      {"the first", album, "\xA4\xA4", "BIG5", "中", true},
-      {"the next of the album", album, "\xA4\x70", "KOI8-U", "小", false},
-      {"one that is no Big5", album, "\xC2\xCF\xCA\xFF", "KOI8-U", "бойЪ", true},
-      {"another album", "\xA4\xFD", "\xA4\x70", "BIG5", "小", true},
-      {"an album's name in ASCII says nothing", "Best of", "\xCD\xC9\xD2", "KOI8-U", "мир", true},
-      {"again", "Best of", "\xA4\xA4\xA4\x70", "BIG5", "中小", true},
-      {"ASCII needs no detector", album, "Moon", "BIG5", "Moon", false},
-      {"nor does UTF-8", album, "中", "BIG5", "中", false},
-  };
   std::vector<std::string> last_sample;
-  for (const auto& song : songs) {
-    detector.answers(song.answer);
-    EXPECT_EQ(decode_legacy_texts(decoder, {song.title}, song.album), std::vector<Text>{song.decoded})
-        << song.reason;
-    if (song.asked) last_sample = {song.title};
-    EXPECT_EQ(detector.arguments(), last_sample) << song.reason;
+  for (const testing::Row& row : testing::table("legacy_albums")) {
+    const bool asked = row[3] != "-";
+    detector.answers(asked ? row[3] : "KOI8-U");
+    EXPECT_EQ(decode_legacy_texts(decoder, {row[2]}, row[1]), std::vector<Text>{row[4]}) << row[0];
+    if (asked) last_sample = {row[2]};
+    EXPECT_EQ(detector.arguments(), last_sample) << row[0];
   }
 }
 

@@ -50,14 +50,6 @@ TEST_F(MpegVideo, ReadsHeadersAndMeasuresThePlayingTime) {
   }
 }
 
-TEST_F(MpegVideo, TellsTheTelevisionSystem) {
-  std::string video = kSequence + kGroup;
-  for (const Row& row : testing::table("television_systems")) {
-    video[7] = row[0][0];
-    EXPECT_EQ(testing::row_of(row[0], probe(folder.write("video.mpg", video)).video_format), row);
-  }
-}
-
 TEST_F(MpegVideo, IsProbedByExtensionOnly) {
   for (const Row& row : testing::table("mpeg_names")) {
     const VideoInfo info = probe(folder.write(row[0], kSequence + kGroup));
