@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/file.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -42,36 +39,6 @@ TEST(File, OpensRegularFilesOnly) {
   for (const std::string& path : {folder.path() + "/pipe", folder.path(), folder.path() + "/missing",
                                   std::string("/dev/null"), std::string("/dev/tty")})
     EXPECT_FALSE(File(path)) << path;
-}
-
-TEST(File, WaitsForALeaseToBeGivenUp) {
-  const testing::TestFolder folder;
-  const std::string path = folder.write("a", "before");
-  int pipe_ends[2];
-  ASSERT_EQ(pipe(pipe_ends), 0);
-  const pid_t server = fork();
-  if (server == 0) {
-    sigset_t asked;
-    sigemptyset(&asked);
-    sigaddset(&asked, SIGIO);
-    sigprocmask(SIG_BLOCK, &asked, nullptr);
-    const int file = open(path.c_str(), O_RDWR);
-    const bool leased = fcntl(file, F_SETLEASE, F_WRLCK) == 0;
-    int signal = 0;
-    if (write(pipe_ends[1], leased ? "y" : "n", 1) != 1 || !leased || sigwait(&asked, &signal) != 0) _exit(1);
-    usleep(20'000);
-    const ssize_t written = write(file, "written", 7);
-    _exit(fcntl(file, F_SETLEASE, F_UNLCK) == 0 && written == 7 ? 0 : 1);
-  }
-  char leased = 'n';
-  ASSERT_EQ(read(pipe_ends[0], &leased, 1), 1);
-  const File file(path);
-  int status = 0;
-  waitpid(server, &status, 0);
-  if (leased == 'n') GTEST_SKIP() << "no leases here";
-  EXPECT_EQ(status, 0);
-  EXPECT_TRUE(file);
-  EXPECT_EQ(file.size(), 7U);  // what the server wrote meanwhile counts
 }
 
 TEST(File, NeedsNoProc) {

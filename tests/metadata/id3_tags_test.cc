@@ -54,17 +54,6 @@ TEST_F(Id3Tags, ReadsEveryVersionAndTitlesBesideLargeFrames) {
   }
 }
 
-TEST_F(Id3Tags, LeavesOtherTypesAlone) {
-  const std::string path = folder.write("song.m4a", id3_tag_bytes(3, id3_text(3, "TIT2", "a title")));
-  TagDecoder decoder;
-  for (const Text& type : {Text("m4a"), Text()}) {
-    SongInfo other;
-    other.type = type;
-    EXPECT_EQ(scan_get_mp3tags(decoder, path, other), 0);
-    EXPECT_FALSE(other.title);
-  }
-}
-
 TEST_F(Id3Tags, FillsTheFieldsAndSaysSo) {
   detector.answers("windows-1252");
   std::string frames = id3_text(3, "YTCP", "0") + id3_frame(3, "COMM", "\0enghead\0a comment"s);
