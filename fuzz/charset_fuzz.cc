@@ -1,48 +1,38 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadata/charset.h"
 
-#include <cstdint>
-#include <cstdlib>
+#include <algorithm>
 #include <iterator>
 
 #include "base/text.h"
+#include "fuzz/input.h"
+#include "metadata/detected_charset.h"
 
-// One byte that chooses the source set, then the text. Behind the last set a name stands in the input itself,
-// as a detector may answer anything.
-namespace {
-
-constexpr const char* kSets[] = {
-    "autodetect_utf8", "autodetect_jp", "autodetect_kr", "autodetect_BIG5", "autodetect_GB", "HZ",
-    "EUC-JP",          "CP949",         "BIG5-HKSCS",    "ISO-2022-CN-EXT", "ISO-2022-JP-2", "GB18030"};
-
-struct Request {
+// One byte that chooses the source set, then the text. After the last set what a detector prints stands
+// before the text, ended by a byte of its own or by its length: any program may be installed under its name,
+// and answer anything.
+void corvexal::try_input(Bytes bytes) {
+  static constexpr const char* kSets[] = {
+      "autodetect_utf8", "autodetect_jp", "autodetect_kr", "autodetect_BIG5", "autodetect_GB", "HZ",
+      "EUC-JP",          "CP949",         "BIG5-HKSCS",    "ISO-2022-CN-EXT", "ISO-2022-JP-2", "GB18030"};
+  constexpr std::size_t kLongestAnswer = 18;
+  if (bytes.empty()) return;
+  std::string_view text = as_text(bytes.subspan(1));
   std::string charset;
-  std::string_view text;
-};
+  if (bytes[0] < std::size(kSets)) {
+    charset = kSets[bytes[0]];
+  } else {
+    const std::size_t end = std::min({text.find('\0'), kLongestAnswer, text.size()});
+    charset = charset_of_answer(std::string(text.substr(0, end)));
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
 
-Request split(std::string_view input) {
-  const auto choice = static_cast<unsigned char>(input.front());
-  input.remove_prefix(1);
-  if (choice < std::size(kSets)) return {kSets[choice], input};
-  const std::size_t end = std::min(input.find('\0'), input.size());
-  return {std::string(input.substr(0, end)), input.substr(end)};
-}
-
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size == 0) return 0;
-  const std::string_view input(reinterpret_cast<const char*>(data), size);
-  static corvexal::Converters converters;
-  const Request request = split(input);
-
-  const auto from = request.charset.c_str();
-  const corvexal::Converted converted = corvexal::convert_to_utf8(converters, request.text, from);
-  if (converted.text.has_value() != (converted.status == 0)) std::abort();
-  // What was made is UTF-8, and testing a text says what converting it says.
-  if (converted.text && !corvexal::is_utf8(*converted.text)) std::abort();
-  const std::string terminated = std::string(request.text) + '\0';
-  if (corvexal::iconv_string(converters, "UTF-8", from, terminated, nullptr) != converted.status)
-    std::abort();
-  return 0;
+  static Converters converters;
+  const Converted converted = convert_to_utf8(converters, text, charset.c_str());
+  require(converted.text.has_value() == (converted.status == 0));
+  require(!converted.text || is_utf8(*converted.text));
+  // Testing a text says what converting it says, and neither leaves anything behind that the next one meets.
+  const std::string terminated = std::string(text) + '\0';
+  require(iconv_string(converters, "UTF-8", charset.c_str(), terminated, nullptr) == converted.status);
+  require(convert_to_utf8(converters, text, charset.c_str()).text == converted.text);
 }

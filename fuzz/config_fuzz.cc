@@ -2,28 +2,25 @@
 #include "base/config.h"
 
 #include <array>
-#include <cstdlib>
-#include <string_view>
 
-#include "fuzz/memory_file.h"
+#include "fuzz/input.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const corvexal::MemoryFile file({data, size});
+void corvexal::try_input(Bytes input) {
+  const MemoryFile file(input);
   const std::string path = file.path();
   const std::array<const char*, 3> arguments{"fuzz", "-RC", path.c_str()};
-  corvexal::ConfigRecord record;
+  ConfigRecord record;
   record.mntpath = "kept";
-  const int result = corvexal::readconfig(3, arguments, record);
+  const int result = readconfig(3, arguments, record);
 
-  const std::string_view input(reinterpret_cast<const char*>(data), size);
+  const auto is_given = [text = as_text(input)](std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+  };
   for (const std::string& field : {record.sharepath, record.sharename, record.mntpath, record.sd_status}) {
-    if (field.size() > 255 || field.find_first_of(std::string_view("\0\n", 2)) != std::string::npos)
-      std::abort();
-    if (field != "kept" && input.find(field) == std::string_view::npos) std::abort();
+    require(field.size() <= 255 && field.find_first_of(std::string_view("\0\n", 2)) == std::string::npos);
+    require(field == "kept" || is_given(field));
   }
-  if (record.sd_status.size() > 9) std::abort();
-  if (record.standard_tags && input.find("tags=standard\n") == std::string_view::npos) std::abort();
-  if (result == 0 && size > 0 && input.find('\n') == std::string_view::npos && record.mntpath != "kept")
-    std::abort();
-  return 0;
+  require(record.sd_status.size() <= 9);
+  require(!record.standard_tags || is_given("tags=standard\n"));
+  require(result != 0 || input.empty() || is_given("\n") || record.mntpath == "kept");
 }

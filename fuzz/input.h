@@ -3,7 +3,6 @@
 
 #include <unistd.h>
 
-#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -11,13 +10,17 @@
 #include <string_view>
 #include <system_error>
 
+#include "fuzz/memory_file.h"
+
 namespace corvexal {
 
-inline std::string_view as_text(const std::uint8_t* data, std::size_t size) {
-  return {reinterpret_cast<const char*>(data), size};
+// Every target's own: hands the input to its reader, whose answers are required to be such as they may be.
+void try_input(Bytes input);
+
+inline std::string_view as_text(Bytes bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-// What a target expects of its reader.
 inline void require(bool condition) {
   if (!condition) std::abort();
 }
@@ -34,9 +37,9 @@ class InputFolder {
     std::filesystem::remove_all(path_, ignored);
   }
 
-  void write(const std::string& name, std::string_view content) const {
+  void write(const std::string& name, Bytes content) const {
     std::filesystem::create_directories((path_ / name).parent_path());
-    std::ofstream(path_ / name, std::ios::binary) << content;
+    std::ofstream(path_ / name, std::ios::binary) << as_text(content);
   }
   [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 

@@ -4,28 +4,24 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
+#include <sstream>
 
-// A path and, each on a line of its own, the folders that it is asked about: the answer is SQLite's.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  std::string_view rest(reinterpret_cast<const char*>(data), size);
-  const auto take_line = [&rest] {
-    const std::size_t end = std::min(rest.find('\n'), rest.size());
-    std::string line(rest.substr(0, end));
-    rest.remove_prefix(std::min(end + 1, rest.size()));
-    return line;
-  };
-  const std::string path = take_line();
-  std::vector<std::string> folders;
-  while (!rest.empty() && folders.size() < 32) folders.push_back(take_line());
-  // SQLite takes exponential time for many of them.
-  if (std::ranges::count(path, '%') > 6) return 0;
+#include "fuzz/input.h"
 
-  const std::string pattern = path.substr(0, path.find('\0')) + '%';
-  const bool expected = std::ranges::any_of(folders, [&pattern](const std::string& folder) {
-    return sqlite3_strlike(pattern.c_str(), folder.c_str(), 0) == 0;
-  });
-  if (corvexal::FolderSet(folders).any_below(path) != expected) std::abort();
-  return 0;
+// Each line is a path that is asked about the few lines after it as folders: the answers are SQLite's.
+void corvexal::try_input(Bytes input) {
+  std::vector<std::string> lines;
+  std::istringstream stream{std::string(as_text(input))};
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  for (auto path = lines.begin(); path != lines.end(); ++path) {
+    // SQLite takes exponential time for many of them.
+    if (std::ranges::count(*path, '%') > 6) continue;
+    const auto last = path + 1 + std::min<std::ptrdiff_t>(12, lines.end() - path - 1);
+    const std::vector<std::string> folders(path + 1, last);
+    const std::string pattern = path->c_str() + std::string("%");
+    const bool expected = std::ranges::any_of(folders, [&pattern](const std::string& folder) {
+      return sqlite3_strlike(pattern.c_str(), folder.c_str(), 0) == 0;
+    });
+    require(FolderSet(folders).any_below(*path) == expected);
+  }
 }

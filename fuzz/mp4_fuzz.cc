@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadata/mp4.h"
 
-#include <cstdlib>
+#include "fuzz/input.h"
 
-#include "fuzz/memory_file.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const corvexal::MemoryFile file({data, size});
-  corvexal::SongInfo song;
-  const int results = corvexal::mp4_scan_tags(file.path(), song) | corvexal::mp4_scan_info(file.path(), song);
-  if (results != 0 || song.title.value_or("").size() > size || song.bitrate < 0 || song.song_length < 0)
-    std::abort();
-  return 0;
+void corvexal::try_input(Bytes input) {
+  const MemoryFile file(input);
+  SongInfo song;
+  require(mp4_scan_tags(file.path(), song) == 0 && mp4_scan_info(file.path(), song) == 0);
+  require(song.title.value_or("").size() <= input.size() && song.bitrate >= 0 && song.song_length >= 0);
 }

@@ -1,17 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Hands every file of the folder given as argument to a fuzz target. Exits 1 when there is none.
 
-#include <cstddef>
-#include <cstdint>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <set>
-#include <string>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+#include "fuzz/input.h"
 
 int main(int count, char** arguments) {
   if (count != 2) return 1;
@@ -23,7 +18,7 @@ int main(int count, char** arguments) {
     // A block of exactly the input's size, so that a sanitizer sees a read past it.
     const std::vector<std::uint8_t> bytes(content.begin(), content.end());
     std::fprintf(stderr, "%s (%zu bytes)\n", path.c_str(), bytes.size());
-    LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+    corvexal::try_input(bytes);
   }
   return paths.empty() ? 1 : 0;
 }

@@ -7,27 +7,19 @@
 
 // The input stands as the store's file in a folder of the process's own: the store is opened, repaired if
 // need be, read and changed as by a run, in place.
-namespace {
-
-void change(corvexal::SongStore& store) {
-  corvexal::SongInfo song;
+void corvexal::try_input(Bytes input) {
+  static const InputFolder folder;
+  folder.write(".systemfile/songs.gdb", input);
+  SongStore store;
+  if (!store.open(folder.path())) return;
+  SongInfo song;
   song.id = 7;
   song.path = "/mnt/a/song.mp3";
-  corvexal::require(store.add(song));
+  require(store.add(song));
   (void)store.fetch(song.id);
   (void)store.time_stored(1);
   const std::array<std::string, 2> paths = {"/a", "t/b/"};
   store.remove_first_below(paths[0]);
   store.remove_below(paths, false);
   store.remove(2);
-}
-
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const corvexal::InputFolder folder;
-  folder.write(".systemfile/songs.gdb", corvexal::as_text(data, size));
-  corvexal::SongStore store;
-  if (store.open(folder.path())) change(store);
-  return 0;
 }
