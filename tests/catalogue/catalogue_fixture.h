@@ -28,10 +28,6 @@ class CatalogueTest : public ::testing::Test {
   std::string write_file(std::string_view name, std::string_view content = "") const {
     return folder_.write(name, content);
   }
-  std::string write_sparse_file(std::string_view name, std::string_view head, std::uintmax_t offset,
-                                std::string_view tail) const {
-    return folder_.write_sparse(name, head, offset, tail);
-  }
 
   // Adds a row for a file, numbered as the updater does; its other columns are null.
   void add_row(const char* table, std::string_view folder, std::string_view name);

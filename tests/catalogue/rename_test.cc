@@ -10,33 +10,6 @@ namespace {
 
 using RenameTest = testing::CatalogueTest;
 
-TEST_F(RenameTest, SelectsByLikeAndSplicesLetterByLetter) {
-  const struct {
-    const char* stored;
-    const char* old_path;
-    std::string new_path, expected;
-  } rows[] = {
-      {"/s/AB/", "/s/A", "/s/N", "/s/NB/"},          // a sibling begins with the same text
-      {"/s/a/", "/s/A", "/s/N", "/s/a/"},            // selected, but does not hold the old path
-      {"/s/a/s/A/x/", "/s/A", "/n", "/n/x/"},        // what stands before the first occurrence goes
-      {"/s/A/s/A/x/", "/s/A", "/n", "/n/s/A/x/"},    // the first occurrence only
-      {"/s/1/s/%/x/", "/s/%", "/n", "/n/x/"},        // a wildcard selects, the splice finds it further on
-      {"/s/A/Bob's/", "/s/A", "/n", "/s/A/Bob's/"},  // a quote fails the update
-  };
-  constexpr const char* kPathsOfMedia =
-      "select UTF_Path from music_tbl union select UTF_Path from video_tbl union select UTF_Path from "
-      "photo_tbl";
-  for (const auto& row : rows) {
-    add_folder(row.stored);
-    for (const char* table : {"music_tbl", "video_tbl", "photo_tbl"}) add_row(table, row.stored, "file.xyz");
-    printed([&] { Update_File_Path(db, row.old_path, row.new_path); });
-    EXPECT_EQ(column("select path from path_objid_tbl"), row.expected) << row.stored;
-    EXPECT_EQ(column(kPathsOfMedia), row.expected) << row.stored;
-    for (const char* table : {"path_objid_tbl", "music_tbl", "video_tbl", "photo_tbl"})
-      run("delete from %s;", table);
-  }
-}
-
 // The statements run for each row in turn, as one would by hand.
 void rename_row_by_row(Database& db, const std::string& old_path, const std::string& new_path) {
   std::vector<std::string> paths;

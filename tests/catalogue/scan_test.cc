@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "catalogue/schema.h"
 #include "tests/catalogue/catalogue_fixture.h"
 
 namespace corvexal {
@@ -39,6 +40,22 @@ TEST_F(ScanTest, WritesAFoldersOwnRowWithItsSlash) {
                    path("t/") + "'"),
             "4000000000001 4000000000007 5000|4000000000002 0 0000");
   EXPECT_EQ(column("select ParentID||Depth from video_tbl"), "40000000000015|40000000000020");
+}
+
+TEST_F(ScanTest, KnowsNothingOfAnotherSessionsScan) {
+  write_file("t/\xA4\xA4.gif", "GIF89a\x05");
+  Session other;
+  ASSERT_EQ(other.db.open(path("other.db")), SQLITE_OK);
+  create_tables(other.db);
+  other.names = NameCharset("BIG5");
+  session.names = NameCharset("no such set");
+  EXPECT_NE(other.db.exec("no statement;"), SQLITE_OK);
+  EXPECT_STREQ(db.error_text(), "");
+  for (Session* each : {&other, &session}) ScanMediaDirectory(*each, path("t"), ScanMode::kBothStores);
+  constexpr const char* kPhotos = "select UTF_fname||' '||ObjID||' '||No||' '||ParentID from photo_tbl;";
+  EXPECT_EQ(column(kPhotos), "\xA4\xA4.gif 1000000000001 1 4000000000001");
+  Rows rows = other.db.select(kPhotos);
+  EXPECT_TRUE(rows.next() && rows.text(0) == "中.gif 1000000000001 1 4000000000001") << rows.text(0);
 }
 
 }  // namespace

@@ -1,96 +1,128 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "catalogue/sort_tables.h"
 
-#include <random>
-
+#include "catalogue/display_order.h"
 #include "tests/catalogue/catalogue_fixture.h"
 
 namespace corvexal {
 namespace {
 
-using testing::words;
-
 class SortTablesTest : public testing::CatalogueTest {
  protected:
-  void rebuild(MediaClass media_class) {
-    static_cast<void>(column("select 1"));  // the rebuild before closed the catalogue
-    printed([&] { EXPECT_EQ(RebuildSortTables(session, media_class), 1); });
-    EXPECT_FALSE(db.is_open());
-  }
-
-  // A few hundred rows of every class, with texts and folders that meet in case, wildcards, quotes and odd
-  // bytes.
-  void fill_at_random() {
-    std::mt19937 random(7);
-    const auto pick = [&random](const std::vector<std::string>& from) {
-      return from[random() % from.size()];
-    };
-    const auto folders = words(
-        "/s/ /s/A/ /s/a/b/ /s/A_B/ /s/AxB/c/ /s/100%/ /s/100.up/ /s/\xC3\x84/ /s/\xE4/ "
-        "/s/\xFF\xFE/ /s/ArtiSt/ /S/artist2/ /s/it's/ /s/Zz/yy/ /s/\xEF\xBF\xBD/");
-    const auto texts = words("Alpha alpha beta Beta ALPHA 1st \xC3\x84pfel zeta Zoo [x] it's a  A _");
-    for (int i = 0; i < 300; ++i) {
-      const std::string name = pick(texts) + std::to_string(i);
-      if (i % 3 == 0)
-        add_row("video_tbl", pick(words("/s/A/ /s/AxB/c/ /S/artist2/")),
-                name + pick(words(".mpg .srt .iso")));
-      if (i % 3 == 1) add_row("photo_tbl", pick(words("/s/a/b/ /s/100.up/ /s/\xE4/")), name + ".jpg");
-      add_row("music_tbl", pick(folders), name + pick(words(".mp3 .mp3 .m3u .pls")));
-      run(R"(update music_tbl set Title="%s",Genre="%s",Artist="%s",Album="%s" where No=='%d';)", pick(texts),
-          pick(texts), pick(texts), pick(texts), i + 1);
+  // Songs, photos and videos whose texts and folders meet in case, length and first bytes, and hold
+  // wildcards, quotes and odd bytes; two playlists.
+  void fill() {
+    const auto titles = testing::words(
+        "b B a A Zoo zoo \xC3\x84pfel \xC3\xA4pfel 12345678 123456789 12345678a 1234567 [x] ab abc  \xFF @ "
+        "`");
+    const auto names = testing::words("rock Rock ROCK rocK \xC3\x84 pop  P pOp2 it's rock");
+    const auto folders = testing::words(
+        "/s/ /s/A/ /s/a/b/ /s/A_B/ /s/AxB/c/ /s/100%/ /s/100.up/ /s/\xC3\x84/ /s/\xE4/ /s/\xFF\xFE/ "
+        "/s/ArtiSt/ /S/artist2/ /s/it's/ /s/Zz/yy/ /s/\xEF\xBF\xBD/");
+    for (std::size_t i = 0; i < 60; ++i) {
+      add_row("music_tbl", folders[i % 11], std::to_string(i) + (i % 30 == 7 ? ".pls" : ".mp3"));
+      run(R"(update music_tbl set Title="%s",Genre="%s",Artist="%s",Album="%s" where ROWID=='%d';)",
+          titles[i * 7 % titles.size()], names[i * 3 % names.size()], names[i * 5 % 4], titles[i % 19],
+          i + 1);
+      add_row("photo_tbl", folders[i % 5], titles[i * 5 % titles.size()]);
+      add_row("video_tbl", folders[i % 3], titles[i * 3 % titles.size()] + (i % 9 == 0 ? ".srt" : ".mpg"));
     }
-    for (const std::string& folder : folders) add_folder(folder.substr(0, folder.size() - (random() % 2)));
-    for (const char* folder : {"", "/nowhere/", "/neither/"}) add_folder(folder);
-    run("update path_objid_tbl set have_video = '1', have_photo = '1' where path == '/nowhere/';");
-    run("update path_objid_tbl set have_video = 'yes' where path == '/neither/';");
+    for (const std::string& folder : folders) add_folder(folder.substr(0, folder.size() - folder.size() % 2));
   }
 
-  // The statements that define the tables, whose rows must be equal to theirs.
-  std::string items(const std::string& from_where, const std::string& key) {
-    const std::string first = "SUBSTR(" + key + ",1,1)";
-    return column("select No from " + from_where + " order by case when " + first + " >= 'A' AND " + first +
-                  " <= 'Z' then LOWER(" + first + ") else " + key + " end;");
+  // The first two columns of all rows.
+  std::string rows(const std::string& sql) {
+    std::string all;
+    Rows rows = db.read(sql.c_str());
+    while (rows.next()) all.append(rows.text(0)).append("|").append(rows.text(1)).append("\n");
+    EXPECT_FALSE(rows.failed()) << sql << ": " << db.error_text();
+    return all;
   }
-  std::string groups(const std::string& key) {
-    return column("select " + key + "||' '||COUNT(" + key +
-                  ") from music_tbl where EXT_fname !='m3u' AND EXT_fname !='pls' GROUP BY " + key +
-                  " order by UPPER(" + key + ")," + key + ";");
+
+  bool takes_one_pass(MediaClass media_class, std::size_t most_bytes = DisplayOrder::kMostBytes) {
+    const SortTable& items = item_tables()[static_cast<std::size_t>(media_class)];
+    return DisplayOrder::read(db, media_class, items.query, most_bytes).has_value();
+  }
+
+  void expect_tables_as_queries(MediaClass media_class) {
+    ASSERT_TRUE(write_sort_tables(session, media_class)) << db.error_text();
+    EXPECT_TRUE(sort_tables_are_current(db, media_class));
+    const SortTable& items = item_tables()[static_cast<std::size_t>(media_class)];
+    EXPECT_EQ(rows(std::string("select idx from ") + items.name), rows(items.query));
+    if (media_class != MediaClass::kMusic) return;
+    for (const SortTable& groups : group_tables())
+      EXPECT_EQ(rows(std::string("select name,cnt from ") + groups.name), rows(groups.query));
   }
 };
 
-TEST_F(SortTablesTest, HoldWhatTheStatementsOneByOneGive) {
-  fill_at_random();
-  for (const MediaClass media_class : {MediaClass::kMusic, MediaClass::kVideo, MediaClass::kPhoto})
-    rebuild(media_class);
-  EXPECT_EQ(column("select idx from music_sortidx_tbl"),
-            items("music_tbl where EXT_fname !='m3u' AND EXT_fname !='pls'", "Title"));
-  EXPECT_EQ(column("select idx from video_sortidx_tbl"),
-            items("video_tbl where EXT_fname !='srt'", "UTF_fname"));
-  EXPECT_EQ(column("select idx from photo_sortidx_tbl"), items("photo_tbl", "UTF_fname"));
-  EXPECT_EQ(column("select name||' '||cnt from music_sortGen_tbl"), groups("Genre"));
-  EXPECT_EQ(column("select name||' '||cnt from music_sortArt_tbl"), groups("Artist"));
-  EXPECT_EQ(column("select name||' '||cnt from music_sortAlb_tbl"), groups("Album"));
-  EXPECT_EQ(column("select distinct typeof(idx)||typeof(reserve1) from music_sortidx_tbl"), "textinteger");
+TEST_F(SortTablesTest, HoldWhatTheQueriesGiveWhateverTheValues) {
+  const struct {
+    std::vector<const char*> changes;
+    bool in_one_pass;
+  } cases[] = {
+      {{}, true},
+      {{"delete from music_tbl;"}, true},
+      {{"update music_tbl set No='',Title='',Genre='',UTF_Path='' where ROWID % 3 = 0;"}, true},
+      {{"update music_tbl set Title='Q'||Title;"}, true},  // one key for all
+      {{"update music_tbl set Title='long enough '||Title;"}, true},
+      {{"update music_tbl set Title=cast(x'c1fe'||Title as text);"}, true},
+      {{"update music_tbl set EXT_fname='M3U' where ROWID < 9;"}, true},
+      {{"update music_tbl set Title=null,Genre=1 where EXT_fname='pls';"}, true},
+      {{"update music_tbl set ROWID=-ROWID;"}, true},
+      {{"update music_tbl set No=cast(No as integer) where ROWID=5;"}, false},
+      {{"update music_tbl set Title=case ROWID % 4 when 0 then 5 when 1 then x'41' when 2 then 'b' end;"},
+       false},
+      {{"update music_tbl set Title='b'||char(0)||'a' where ROWID=5;"}, false},
+      {{"update music_tbl set Genre=case ROWID % 4 when 0 then 1 when 1 then x'41' when 2 then 'a' end;"},
+       false},
+      {{"update music_tbl set EXT_fname=null where ROWID=5;"}, false},
+      {{"update music_tbl set UTF_Path=null where ROWID=5;"}, false},
+      {{"create index i on music_tbl (EXT_fname,Title desc,No desc);"}, false},  // covers the query
+      {{"alter table music_tbl add column other collate nocase;"}, false},
+      {{"create table k (a primary key,No,EXT_fname,UTF_Path,Title,Genre,Artist,Album) without rowid;",
+        "insert into k select -ROWID,No,EXT_fname,UTF_Path,Title,Genre,Artist,Album from music_tbl;",
+        "drop table music_tbl;", "alter table k rename to music_tbl;"},
+       false},
+  };
+  fill();
+  for (const auto& [changes, in_one_pass] : cases) {
+    SCOPED_TRACE(changes.empty() ? "texts" : changes.front());
+    run("savepoint start;");
+    for (const char* change : changes) ASSERT_EQ(db.write(change), SQLITE_OK) << db.error_text();
+    EXPECT_EQ(takes_one_pass(MediaClass::kMusic), in_one_pass);
+    expect_tables_as_queries(MediaClass::kMusic);
+    run("rollback to start;");
+  }
+  for (const MediaClass media_class : {MediaClass::kVideo, MediaClass::kPhoto}) {
+    EXPECT_TRUE(takes_one_pass(media_class));
+    expect_tables_as_queries(media_class);
+  }
+  db.write("update photo_tbl set UTF_fname=7 where ROWID=7;");
+  EXPECT_FALSE(takes_one_pass(MediaClass::kPhoto));
+  expect_tables_as_queries(MediaClass::kPhoto);
+  EXPECT_TRUE(takes_one_pass(MediaClass::kMusic, 10'000));
+  EXPECT_FALSE(takes_one_pass(MediaClass::kMusic, 1'000));
+}
+
+TEST_F(SortTablesTest, AreRebuiltWithTheFoldersFlagsAndLeaveTheOtherClassesAlone) {
+  fill();
+  run("create table video_sortidx_tbl (idx,reserve1,reserve2);");
+  run("insert into video_sortidx_tbl values ('old',0,0);");
+  run("update music_tbl set Genre = 'Rock';");
+  for (const char* objid : {"3040000000001", "3040000000002"}) {
+    printed([this] { EXPECT_EQ(rebuild_for_whole_catalogue(session), 1); });
+    EXPECT_FALSE(db.is_open());
+    EXPECT_EQ(column("select ObjID from music_sortGen_tbl"), objid);
+  }
+  EXPECT_EQ(column("select value from record_objid_tbl where name == 'music_file_gen_objid'"),
+            "3040000000002|3040000000003");
+  EXPECT_EQ(column("select idx from video_sortidx_tbl"), "old");
   const auto has_rows = [](const std::string& table) {
     return "||(select COUNT(No) > 0 from " + table + " where UTF_Path like path||'%%')";
   };
   EXPECT_EQ(column("select path||have_video||have_music||have_photo from path_objid_tbl"),
             column("select path" + has_rows("video_tbl") + has_rows("music_tbl") + has_rows("photo_tbl") +
                    " from path_objid_tbl order by ROWID"));
-}
-
-TEST_F(SortTablesTest, LeaveTheOtherClassesAloneAndGoOnCounting) {
-  run("create table video_sortidx_tbl (idx,reserve1,reserve2);");
-  run("insert into video_sortidx_tbl values ('old',0,0);");
-  add_row("music_tbl", "/s/", "a.mp3");
-  run("update music_tbl set Genre = 'Rock', Artist = '', Album = '';");
-  printed([this] { EXPECT_EQ(rebuild_for_whole_catalogue(session), 1); });
-  EXPECT_EQ(column("select ObjID from music_sortGen_tbl"), "3040000000001");
-  rebuild(MediaClass::kMusic);
-  EXPECT_EQ(column("select ObjID from music_sortGen_tbl"), "3040000000002");
-  EXPECT_EQ(column("select value from record_objid_tbl where name == 'music_file_gen_objid'"),
-            "3040000000002|3040000000003");
-  EXPECT_EQ(column("select idx from video_sortidx_tbl"), "old");
 }
 
 }  // namespace
