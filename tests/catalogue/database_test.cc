@@ -30,7 +30,9 @@ TEST_F(DatabaseTest, ShowsOtherClientsWholeChangesOnly) {
   }
   run("create unique index one on record_objid_tbl (name);");
   EXPECT_EQ(db.exec(kInsert, "a", 1), SQLITE_CONSTRAINT);  // a statement that is merely wrong loses nothing
+  EXPECT_STREQ(db.error_text(), "UNIQUE constraint failed: record_objid_tbl.name");
   run(kInsert, "b", 1);
+  EXPECT_STREQ(db.error_text(), "") << "an error is that of the last statement";
   EXPECT_EQ(committed(kNames), "a");
   db.close();
   EXPECT_EQ(committed(kNames), "a|b");
