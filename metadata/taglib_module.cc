@@ -57,7 +57,7 @@ void prepare_library() {
 // A text of the library, which holds UTF-16 code units, in UTF-8.
 std::string utf8_of(const TagLib::String& text) {
   std::string utf8;
-  const auto append = [&utf8](unsigned long c) {
+  const auto append = [&utf8](char32_t c) {
     const int more = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
     constexpr unsigned kLead[] = {0, 0xC0, 0xE0, 0xF0};
     utf8 += static_cast<char>(kLead[more] | c >> 6 * more);
@@ -65,8 +65,8 @@ std::string utf8_of(const TagLib::String& text) {
   };
   const std::wstring_view units(text.toCWString(), text.size());
   for (std::size_t i = 0; i < units.size() && units[i] != 0; ++i) {
-    const auto unit = static_cast<unsigned long>(units[i]);
-    const auto next = i + 1 < units.size() ? static_cast<unsigned long>(units[i + 1]) : 0;
+    const auto unit = static_cast<char32_t>(units[i]);
+    const auto next = i + 1 < units.size() ? static_cast<char32_t>(units[i + 1]) : 0;
     if ((unit & ~0x3FFUL) == 0xD800 && (next & ~0x3FFUL) == 0xDC00) {
       append(0x10000 + ((unit & 0x3FF) << 10 | (next & 0x3FF)));
       ++i;

@@ -23,7 +23,7 @@ constexpr std::string_view kWanted[] = {"Title", "Artist", "Album",   "Genre",  
 
 std::string read_key(FileRange& items) {
   const std::string start = items.peek(0, kLongestKey + 1);
-  const std::string key = start.substr(0, start.find('\0'));
+  std::string key = start.substr(0, start.find('\0'));
   items.skip(key.size() + 1);
   return key;
 }
@@ -52,7 +52,11 @@ std::string digest_of_ape_tag(FileWindow& file, std::uint64_t end) {
       continue;
     }
     const std::string value = utf8_or_disguised(range.take(value_size, kLongestTagText), true);
-    items += little_endian_bytes(value.size(), 4) + std::string(4, '\0') + key + '\0' + value;
+    items.append(little_endian_bytes(value.size(), 4))
+        .append(4, '\0')
+        .append(key)
+        .append(1, '\0')
+        .append(value);
     ++count;
   }
   if (count == 0) return {};

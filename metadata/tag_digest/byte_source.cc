@@ -26,7 +26,7 @@ void FileRange::skip(std::uint64_t count) {
 }
 
 FileRange FileRange::next(std::uint64_t size) {
-  const FileRange range(*file_, at_, at_ + std::min(size, left()));
+  FileRange range(*file_, at_, at_ + std::min(size, left()));
   skip(size);
   return range;
 }

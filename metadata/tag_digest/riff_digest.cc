@@ -37,7 +37,7 @@ class ChunkedFile {
   TagDigest digest(FileWindow& file, std::uint64_t offset, std::string_view id, std::string_view type) {
     FileRange range(file, offset, file.file_size());
     range.skip(12);
-    walk(range, [this](std::string_view name, FileRange body) { take(name, body); });
+    walk(range, [this](std::string_view name, FileRange body) { take(name, std::move(body)); });
     TagDigest digest;
     digest.head = std::string(id) + number(4 + chunks_.size() + kChunkHeaderSize + sound_size_) +
                   std::string(type) + chunks_;
