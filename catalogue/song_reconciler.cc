@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "base/log.h"
 #include "songdb/update.h"
 
 namespace corvexal {
@@ -42,6 +43,10 @@ void SongReconciler::remove_stale(std::span<const std::uint32_t> known,
 
 void SongReconciler::close() {
   if (!session_.songs.close()) ++counts_.failed;
+  const std::uint32_t refused = session_.songs.songs_refused() - refused_before_;
+  if (refused == 0) return;
+  counts_.failed += refused;
+  error_printf("Corvexal: the song store did not take %u songs, which the log names\n", refused);
 }
 
 // Opens the store for writing when that is first asked.

@@ -21,7 +21,7 @@ class SongReconciler {
  public:
   // `counts` takes what was mended and what failed.
   SongReconciler(Session& session, const ReconcileTask& task, ReconcileCounts& counts)
-      : session_(session), task_(task), counts_(counts) {}
+      : session_(session), task_(task), counts_(counts), refused_before_(session.songs.songs_refused()) {}
 
   // Before anything else. A store that looks damaged is repaired.
   void open_to_read();
@@ -35,6 +35,7 @@ class SongReconciler {
   void remove_stale(std::span<const std::uint32_t> known,
                     const std::function<bool(const std::string& path)>& in_scope);
 
+  // Says on standard error how many songs the store did not take.
   void close();
 
   // True when the store turned out to be damaged and lost records that had still been counted.
@@ -46,6 +47,7 @@ class SongReconciler {
   Session& session_;
   const ReconcileTask& task_;
   ReconcileCounts& counts_;
+  std::uint32_t refused_before_;
   std::set<std::uint32_t> foreseen_;  // ids of records that a preview would have written
   std::optional<bool> open_;          // for writing, once that was tried
   bool lost_any_ = false;

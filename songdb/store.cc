@@ -195,8 +195,10 @@ bool SongStore::add(const SongInfo& song) {
   if (!record) return false;
   const bool is_new = !has_record(song.id);
   const auto content = lock_for_writing();
-  if (!put(key_of(song.id), *record))
+  if (!put(key_of(song.id), *record)) {
     log_printf("Error inserting file %s in database\n", song.fname.value_or("").c_str());
+    ++songs_refused_;
+  }
   ++songs_added_;
   if (is_new) ++new_songs_;
   return true;

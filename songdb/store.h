@@ -96,6 +96,9 @@ class SongStore {
   [[nodiscard]] std::uint32_t songs_added() const { return songs_added_; }
   [[nodiscard]] std::uint32_t new_songs() const { return new_songs_; }
 
+  // How many of those were not taken after all.
+  [[nodiscard]] std::uint32_t songs_refused() const { return songs_refused_; }
+
  private:
   using ReadLock = std::shared_lock<std::shared_mutex>;
   using WriteLock = std::unique_lock<std::shared_mutex>;
@@ -126,7 +129,7 @@ class SongStore {
   std::unique_ptr<StoreFile> file_;  // none while the store is not open
   std::uint64_t generation_ = 0;     // changes with the file's handle
   std::optional<PathIndex> index_;   // in step with the open store, once it was asked
-  std::uint32_t songs_added_ = 0, new_songs_ = 0;
+  std::uint32_t songs_added_ = 0, new_songs_ = 0, songs_refused_ = 0;
 };
 
 }  // namespace corvexal
