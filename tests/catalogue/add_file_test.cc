@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "catalogue/add_file.h"
 
+#include "catalogue/remove.h"
 #include "tests/catalogue/catalogue_fixture.h"
 
 namespace corvexal {
@@ -24,6 +25,15 @@ TEST_F(AddFileTest, NumbersEachKindInItsOwnWay) {
   // A folder without a row of its own takes a fresh parent identifier each time, but only a photo shows it.
   EXPECT_EQ(column("select No||' '||ObjID||' '||ParentID from photo_tbl where ParentID != ''"),
             "3 1000000000004 4000000000004|4 1000000000008 4000000000009");
+}
+
+TEST_F(AddFileTest, KeepsTheBytesOfANameThatCannotBeConverted) {
+  session.names = NameCharset("no such set");
+  const std::string file = write_file("\xFC.gif", "GIF89a\x05");
+  printed([&] { EXPECT_EQ(MmsAddMediaFile(session, file), 1); });
+  EXPECT_EQ(column("select UTF_fname from photo_tbl"), "\xFC.gif");
+  printed([&] { EXPECT_EQ(RemoveMediaFile(session, file), 0); });
+  EXPECT_EQ(column("select UTF_fname from photo_tbl"), "");
 }
 
 }  // namespace
