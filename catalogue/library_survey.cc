@@ -64,7 +64,11 @@ constexpr const IdentifiedTable* kIdentified[] = {&kMusicIds, &kVideoIds, &kPhot
 class Surveyor {
  public:
   Surveyor(Session& session, const ReconcileTask& task, ReconcileCounts& counts, ReconcileListener& listener)
-      : session_(session), task_(task), counts_(counts), listener_(listener), survey_(task.folders) {}
+      : session_(session),
+        task_(task),
+        counts_(counts),
+        listener_(listener),
+        survey_(session.db, task.folders) {}
 
   LibrarySurvey run() {
     for (const std::string& file : task_.left_files) survey_.scope.keep(file + '/');
@@ -249,7 +253,7 @@ class Surveyor {
   }
 
   void add_gone(MediaClass media_class, const std::string& folder, const StoredRow& row) {
-    survey_.moved.add_gone({media_class, row.rowid, folder, row.name, row.size, row.date});
+    survey_.moved.add_gone({media_class, row.rowid, folder, {row.name, row.size, row.date}});
   }
 
   // Those that lie in no other one: a row is gone once.
@@ -295,9 +299,9 @@ class Surveyor {
     const std::string select =
         composed("select ROWID,Real_fname,Size,Date from %s where Real_Path=?;", table_of(media_class));
     Rows rows = session_.db.read(select.c_str(), folder);
+    const auto text = [&rows](int column) { return std::string(rows.text(column)); };
     while (rows.next())
-      survey_.moved.add_gone({media_class, rows.number(0), folder, std::string(rows.text(1)),
-                              std::string(rows.text(2)), std::string(rows.text(3))});
+      survey_.moved.add_gone({media_class, rows.number(0), folder, {text(1), text(2), text(3)}});
     if (rows.failed()) catalogue_fails();
   }
 
@@ -338,8 +342,9 @@ class Surveyor {
     const std::string path = folder.first + std::string(entry.name);
     if (is_store_song(entry.name) && song_state(session_.songs, path, entry.status) == SongState::kMoved)
       recorded = session_.songs.stored(song_id(entry.status))->path;
-    survey_.moved.add_new(finding.media_class, folder.first, entry.name, std::to_string(entry.status.st_size),
-                          date_text(entry.status.st_mtime), recorded);
+    const FileFacts facts{std::string(entry.name), std::to_string(entry.status.st_size),
+                          date_text(entry.status.st_mtime)};
+    survey_.moved.add_new(finding.media_class, folder.first, facts, recorded);
   }
 
   Session& session_;

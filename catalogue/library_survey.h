@@ -47,7 +47,7 @@ class SurveyScope {
 
 // What a walk over disk and catalogue, which writes nothing, found to differ.
 struct LibrarySurvey {
-  explicit LibrarySurvey(std::vector<std::string> tops) : scope(std::move(tops)) {}
+  LibrarySurvey(Database& db, std::vector<std::string> tops) : scope(std::move(tops)), moved(db) {}
 
   SurveyScope scope;
   Folders folders;

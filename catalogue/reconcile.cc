@@ -36,7 +36,7 @@ class Reconciler {
         db_(session.db),
         task_(task),
         listener_(listener),
-        survey_({}),
+        survey_(db_, {}),
         songs_(session, task, counts_) {}
 
   ReconcileCounts run() {
@@ -86,8 +86,8 @@ class Reconciler {
       if (write("delete from path_objid_tbl where ROWID=?;", rowid)) ++counts_.mended;
     survey_.moved.each_lost([this](const GoneRow& row) {
       if (stopped()) return;
-      remove(row.media_class, row.rowid, row.folder + row.name);
-      foresee_numbers(row.folder + row.name);
+      remove(row.media_class, row.rowid, path_of(row));
+      foresee_numbers(path_of(row));
     });
     for (FolderRef* const folder : survey_.work) {
       if (stopped()) return;
@@ -99,6 +99,8 @@ class Reconciler {
       songs_.remove_stale(survey_.songs,
                           [this](const std::string& path) { return survey_.scope.holds(path); });
   }
+
+  static std::string path_of(const GoneRow& row) { return row.folder + row.facts.name; }
 
   void remove(MediaClass media_class, std::int64_t rowid, const std::string& path) {
     const std::string sql = composed("delete from %s where ROWID=?;", table_of(media_class));
@@ -213,12 +215,12 @@ class Reconciler {
     MediaFile file = describe(folder, *finding.entry);
     const struct stat status = finding.entry->status;
     const std::string path = file.path;
-    if (const GoneRow* const source = survey_.moved.source_of(path)) {
+    if (const auto source = survey_.moved.source_of(path)) {
       if (!store_anew(folder, std::move(file), *source)) return;
       ++counts_.moved;
       tell(Change::kMoved, path);
-      if (is_playlist(path)) spoken_of_.add(source->folder + source->name);
-      foresee_numbers(source->folder + source->name);
+      if (is_playlist(path)) spoken_of_.add(path_of(*source));
+      foresee_numbers(path_of(*source));
     } else {
       if (!insert(folder, std::move(file), finding.media_class)) return;
       ++counts_.added;
