@@ -101,8 +101,9 @@ bool CatalogueFiles::owns(const char* name) const {
 
 // SQLite would look for the links in the name, and lose the folder that is held.
 int CatalogueFiles::full_name(sqlite3_vfs* /*vfs*/, const char* name, int size, char* full) {
-  if (std::strlen(name) >= static_cast<std::size_t>(size)) return SQLITE_CANTOPEN;
-  std::strcpy(full, name);
+  const std::size_t bytes = std::strlen(name) + 1;
+  if (bytes > static_cast<std::size_t>(size)) return SQLITE_CANTOPEN;
+  std::memcpy(full, name, bytes);
   return SQLITE_OK;
 }
 

@@ -55,6 +55,7 @@ class SpawnOptions {
   // Starts a program, with nothing in its environment but PATH. Returns 0 or an errno value.
   int spawn(std::vector<std::string> command, std::string path, pid_t& id) const {
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (std::string& argument : command) arguments.push_back(argument.data());
     arguments.push_back(nullptr);
     path.insert(0, "PATH=");
@@ -119,7 +120,8 @@ std::string joined(const std::vector<std::string>& folders) {
 // The file that a program of the folders is; empty when there is none.
 std::string file_of(const std::string& program, const std::vector<std::string>& folders) {
   for (const std::string& folder : folders) {
-    std::string file = folder + "/" + program;
+    std::string file = folder;
+    file.append("/").append(program);
     struct stat status {};
     if (stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) && access(file.c_str(), X_OK) == 0)
       return file;

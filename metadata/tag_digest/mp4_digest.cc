@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "metadata/tag_digest/container_digests.h"
 #include "metadata/tag_digest/legacy_mark.h"
@@ -19,18 +20,8 @@ constexpr int kDeepest = 8;
 
 constexpr std::string_view kFolders[] = {"moov", "trak", "mdia", "minf", "stbl", "udta"};
 constexpr std::string_view kFacts[] = {"mdhd", "hdlr", "stsd"};
-constexpr std::string_view kTexts[] = {"\xA9nam",
-                                       "\xA9"
-                                       "ART",
-                                       "\xA9"
-                                       "alb",
-                                       "\xA9"
-                                       "cmt",
-                                       "\xA9wrt",
-                                       "\xA9grp",
-                                       "\xA9gen",
-                                       "\xA9"
-                                       "day"};
+constexpr std::string_view kTexts[] = {"\251nam", "\251ART", "\251alb", "\251cmt",
+                                       "\251wrt", "\251grp", "\251gen", "\251day"};
 constexpr std::string_view kNumbers[] = {"trkn", "disk", "tmpo", "cpil", "gnre"};
 
 template <class List>
@@ -47,15 +38,15 @@ class AtomWalk {
   // The wanted atoms of the range, rebuilt.
   std::string atoms(FileRange range, int depth = 0) {
     std::string all;
-    walk(range, [&](std::string_view type, FileRange body) {
+    walk(std::move(range), [&](std::string_view type, FileRange body) {
       if (type == "mdat") sound_ += body.left();
       if (depth == kDeepest || kept_ > kMostKept) return;
       if (contains(kFolders, type))
-        all += atom(type, atoms(body, depth + 1));
+        all += atom(type, atoms(std::move(body), depth + 1));
       else if (type == "meta")
-        all += atom(type, std::string(4, '\0') + atoms(after_version(body), depth + 1));
+        all += atom(type, std::string(4, '\0') + atoms(after_version(std::move(body)), depth + 1));
       else if (type == "ilst")
-        all += atom(type, items(body));
+        all += atom(type, items(std::move(body)));
       else if (contains(kFacts, type))
         all += keep(atom(type, body.read(kLongestFacts)));
     });
@@ -65,7 +56,7 @@ class AtomWalk {
   [[nodiscard]] std::uint64_t sound() const { return sound_; }
 
  private:
-  static constexpr std::size_t kMostKept = 64 * 1024;
+  static constexpr std::size_t kMostKept = std::size_t{64} * 1024;
 
   template <class Visit>
   void walk(FileRange range, Visit visit) {
@@ -94,7 +85,7 @@ class AtomWalk {
   std::string items(FileRange list) {
     std::string all;
     WantedKeys texts(kTexts), numbers(kNumbers);
-    walk(list, [&](std::string_view type, FileRange body) {
+    walk(std::move(list), [&](std::string_view type, FileRange body) {
       const std::string header = body.read(kDataHeaderSize);
       if (header.size() < kDataHeaderSize || header.compare(4, 4, "data") != 0) return;
       const std::uint64_t size = big_endian(header.substr(0, 4));
