@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "catalogue/moved_files.h"
 
+#include <algorithm>
+#include <functional>
+#include <limits>
+
 #include "catalogue/folder_comparison.h"
 
 namespace corvexal {
@@ -18,6 +22,14 @@ void MovedFiles::Marks::add(const std::string& text, std::uint32_t gone) {
 
 void MovedFiles::Marks::sort() {
   std::sort(marks_.begin(), marks_.end());
+}
+
+std::span<const MovedFiles::Marks::Mark> MovedFiles::Marks::of(const std::string& text) const {
+  const std::size_t hash = std::hash<std::string>()(text);
+  const auto first = std::lower_bound(marks_.begin(), marks_.end(), Mark(hash, 0));
+  const auto end =
+      std::upper_bound(first, marks_.end(), Mark(hash, std::numeric_limits<std::uint32_t>::max()));
+  return {first, end};
 }
 
 void MovedFiles::add_gone(const GoneRow& row) {

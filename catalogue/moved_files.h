@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "catalogue/database.h"
 #include "catalogue/media_types.h"
@@ -74,16 +74,15 @@ class MovedFiles {
   // Gone rows by a hash, so that what they hold need not be kept; a hash may be another text's, too.
   class Marks {
    public:
+    using Mark = std::pair<std::size_t, std::uint32_t>;  // the hash, the gone row
+
     void add(const std::string& text, std::uint32_t gone);
     void sort();
     // The marks that may have been added with the text, in their order; to be asked after sort().
-    [[nodiscard]] auto of(const std::string& text) const {
-      return std::ranges::equal_range(marks_, std::hash<std::string>()(text), {}, &Mark::first);
-    }
+    [[nodiscard]] std::span<const Mark> of(const std::string& text) const;
 
    private:
-    using Mark = std::pair<std::size_t, std::uint32_t>;
-    std::deque<Mark> marks_;
+    std::vector<Mark> marks_;
   };
   struct Alike {
     std::size_t files = 0;
