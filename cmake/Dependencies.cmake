@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Everything from outside, found once and given a target.
-include(CheckCXXSourceCompiles)
+include(CheckCXXSourceRuns)
 
 find_package(SQLite3 REQUIRED)
 find_package(Threads REQUIRED)
@@ -51,14 +51,19 @@ if(UCHARDET_INCLUDE_DIR AND UCHARDET_LIBRARY)
   set_target_properties(uchardet PROPERTIES
     IMPORTED_LOCATION ${UCHARDET_LIBRARY}
     INTERFACE_INCLUDE_DIRECTORIES ${UCHARDET_INCLUDE_DIR})
-  if(UCHARDET_LIBRARY MATCHES "\\.a$" AND NOT CORVEXAL_SANITIZE)
+  # Some processors' tool chains link static position-independent programs that cannot start: one is run to know.
+  if(UCHARDET_LIBRARY MATCHES "\\.a$" AND NOT CORVEXAL_SANITIZE
+      AND (CMAKE_CROSSCOMPILING_EMULATOR OR NOT CMAKE_CROSSCOMPILING))
     set(CMAKE_REQUIRED_INCLUDES ${UCHARDET_INCLUDE_DIR})
     set(CMAKE_REQUIRED_LIBRARIES ${UCHARDET_LIBRARY})
     set(CMAKE_REQUIRED_FLAGS -fPIE)
     set(CMAKE_REQUIRED_LINK_OPTIONS -static-pie)
-    check_cxx_source_compiles("
+    check_cxx_source_runs("
       #include <uchardet/uchardet.h>
       int main() { uchardet_delete(uchardet_new()); }" CORVEXAL_STATIC_DETECTOR)
+    if(CORVEXAL_STATIC_DETECTOR STREQUAL "FAILED_TO_RUN")  # CMake's word for a crash under an emulator
+      set(CORVEXAL_STATIC_DETECTOR OFF)
+    endif()
     unset(CMAKE_REQUIRED_INCLUDES)
     unset(CMAKE_REQUIRED_LIBRARIES)
     unset(CMAKE_REQUIRED_FLAGS)

@@ -78,15 +78,14 @@ std::string with_commas(std::uint64_t number) {
 std::string readable_size(std::uint64_t bytes) {
   if (bytes < 1000) return std::to_string(bytes) + " B";
   static constexpr std::array<const char*, 6> kUnits = {"kB", "MB", "GB", "TB", "PB", "EB"};
-  double size = static_cast<double>(bytes) / 1000;
+  std::uint64_t tenth = 100;  // of the unit; whole numbers, since processors round fractions differently
   std::size_t unit = 0;
-  while (size >= 999.95 && unit + 1 < kUnits.size()) {
-    size /= 1000;
+  const auto tenths = [&] { return bytes / tenth + (bytes % tenth >= tenth / 2 ? 1 : 0); };
+  while (tenths() >= 10'000) {
+    tenth *= 1000;
     ++unit;
   }
-  std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), "%.1f %s", size, kUnits[unit]);
-  return text.data();
+  return std::to_string(tenths() / 10) + "." + std::to_string(tenths() % 10) + " " + kUnits.at(unit);
 }
 
 }  // namespace corvexal::report
