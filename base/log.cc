@@ -34,7 +34,6 @@ constexpr std::size_t kMessageSize = 1024;
 void write_to_standard_error(const char* message, bool fatal) {
   std::fputs(message, stderr);
   if (fatal) std::fputs("Aborting\n", stderr);
-  std::fflush(stderr);
 }
 
 void write_to_syslog(const char* message, bool fatal) {
@@ -101,7 +100,7 @@ __attribute__((format(printf, 1, 0))) std::string message_of(const char* format,
   if (form.find('%') == std::string_view::npos) return text;
   const std::size_t line_ends = form.size() - (form.find_last_not_of('\n') + 1);
   std::size_t body = text.size();
-  while (body > 0 && text.size() - body < line_ends && text[body - 1] == '\n') --body;
+  while (text.size() - body < line_ends && text[body - 1] == '\n') --body;
   std::string escaped;
   append_escaped(escaped, std::string_view(text).substr(0, body));
   return escaped.append(text, body);

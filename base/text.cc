@@ -59,9 +59,8 @@ std::size_t utf8_character_length(std::string_view text) {
 }
 
 std::string_view utf8_prefix(std::string_view text, std::size_t most) {
-  constexpr std::size_t kLongestCharacter = 4;
   const std::string_view prefix = text.substr(0, most);
-  for (std::size_t back = 1; back <= std::min(kLongestCharacter, prefix.size()); ++back) {
+  for (std::size_t back = 1; back <= prefix.size(); ++back) {
     const auto byte = static_cast<std::uint8_t>(prefix[prefix.size() - back]);
     if ((byte & 0xC0) == 0x80) continue;  // inside a character
     const std::size_t length = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC0 ? 2 : 1;

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cstdio>
-#include <exception>
 #include <string>
 
 #include "base/config.h"
 #include "catalogue/schema.h"
-#include "tools/common_switches.h"
+#include "tools/tool_main.h"
 
 namespace {
 
@@ -17,7 +16,6 @@ Without MOUNT_PATH it is the configured one. The exit status is 0, 1 when the ca
 2 for a wrong call.)";
 
 int make(int argc, char** argv) {
-  if (corvexal::answer_common_switch(argc, argv, "corvexal-mkcatalogue", kUsage)) return 0;
   if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
     std::puts(kUsage);
     return 2;
@@ -39,10 +37,5 @@ int make(int argc, char** argv) {
 
 // Creates the catalogue of a device, or what is missing of it; touches nothing that exists.
 int main(int argc, char** argv) {
-  try {
-    return make(argc, argv);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "corvexal-mkcatalogue: %s\n", error.what());
-    return 1;
-  }
+  return corvexal::tool_main("corvexal-mkcatalogue", kUsage, argc, argv, make);
 }

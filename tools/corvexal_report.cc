@@ -3,7 +3,6 @@
 
 #include <csignal>
 #include <cstdio>
-#include <exception>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -13,6 +12,7 @@
 #include "report/examine.h"
 #include "report/html_file.h"
 #include "tools/configuration.h"
+#include "tools/tool_main.h"
 
 namespace {
 
@@ -106,9 +106,6 @@ int report(const Call& call, char** argv) {
 }
 
 int run(int argc, char** argv) {
-  const std::string_view only_word = argc == 2 ? argv[1] : "";
-  if (only_word == "--help") return std::puts(kUsage) == EOF ? 1 : 0;
-  if (only_word == "--version") return std::puts("corvexal-report " CORVEXAL_VERSION) == EOF ? 1 : 0;
   const std::optional<Call> call = parse(argc, argv);
   if (call) return report(*call, argv);
   std::fprintf(stderr, "%s\n", kUsage);
@@ -119,10 +116,5 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
-  try {
-    return run(argc, argv);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "corvexal-report: %s\n", error.what());
-    return 1;
-  }
+  return corvexal::tool_main("corvexal-report", kUsage, argc, argv, run);
 }

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cstdio>
-#include <exception>
 #include <string>
 
 #include "songdb/song_list.h"
 #include "songdb/store.h"
-#include "tools/common_switches.h"
 #include "tools/configuration.h"
+#include "tools/tool_main.h"
 
 namespace {
 
@@ -18,7 +17,6 @@ the store under the configured mount path. The file is only read. Bytes that are
 U+FFFD each. The exit status is 0, 1 when the file cannot be read or is damaged, 2 for a wrong call.)";
 
 int print(int argc, char** argv) {
-  if (corvexal::answer_common_switch(argc, argv, "corvexal-songs", kUsage)) return 0;
   const std::string argument = argc > 1 ? argv[1] : "";
   if (argc > 2 || argument.starts_with('-')) {
     std::fprintf(stderr, "%s\n", kUsage);
@@ -36,10 +34,5 @@ int print(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return print(argc, argv);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "corvexal-songs: %s\n", error.what());
-    return 1;
-  }
+  return corvexal::tool_main("corvexal-songs", kUsage, argc, argv, print);
 }

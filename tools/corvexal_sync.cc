@@ -7,7 +7,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <exception>
 #include <filesystem>
 #include <optional>
 #include <span>
@@ -23,6 +22,7 @@
 #include "catalogue/reconcile.h"
 #include "catalogue/schema.h"
 #include "catalogue/session.h"
+#include "tools/tool_main.h"
 
 // Brings both stores in line with the disk: first import, nightly repair, and the step that a watcher calls.
 
@@ -236,8 +236,7 @@ class Sync {
   }
 
   bool read_configuration() {
-    const char* const arguments[] = {"corvexal-sync"};
-    corvexal::readconfig(1, arguments, session_.config);
+    corvexal::readconfig(1, {}, session_.config);
     if (session_.config.mntpath.empty()) return refuse("no mount path is configured");
     const corvexal::ConfigRecord& config = session_.config;
     share_ = folder_path(config.sharepath.empty() ? config.mntpath : config.sharepath);
@@ -329,18 +328,10 @@ class Sync {
   int result_ = kInLine;
 };
 
-int run(std::span<char* const> arguments) {
+int run(int argc, char** argv) {
   const corvexal::Stream out = take_standard_output();
   if (!out) return kNotInLine;
-  if (arguments.size() == 1 && std::string_view(arguments[0]) == "--help") {
-    std::fprintf(out.get(), "%s\n", kUsage);
-    return kInLine;
-  }
-  if (arguments.size() == 1 && std::string_view(arguments[0]) == "--version") {
-    std::fprintf(out.get(), "corvexal-sync %s\n", CORVEXAL_VERSION);
-    return kInLine;
-  }
-  const auto options = parse(arguments);
+  const auto options = parse({argv + 1, static_cast<std::size_t>(argc > 0 ? argc - 1 : 0)});
   if (!options) {
     std::fprintf(stderr, "%s\n", kUsage);
     return kWrongCall;
@@ -352,10 +343,5 @@ int run(std::span<char* const> arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return run({argv + 1, static_cast<std::size_t>(argc > 0 ? argc - 1 : 0)});
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "corvexal-sync: %s\n", error.what());
-    return kNotInLine;
-  }
+  return corvexal::tool_main("corvexal-sync", kUsage, argc, argv, run);
 }

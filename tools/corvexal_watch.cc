@@ -5,13 +5,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "tools/common_switches.h"
 #include "tools/configuration.h"
+#include "tools/tool_main.h"
 #include "watch/watcher.h"
 
 namespace {
@@ -86,7 +85,6 @@ std::optional<corvexal::WatchOptions> read_command_line(int argc, char** argv) {
 }
 
 int watch(int argc, char** argv) {
-  if (corvexal::answer_common_switch(argc, argv, "corvexal-watch", kUsage)) return 0;
   const auto options = read_command_line(argc, argv);
   if (!options) {
     std::fprintf(stderr, "%s\n", kUsage);
@@ -103,10 +101,5 @@ int watch(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return watch(argc, argv);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "corvexal-watch: %s\n", error.what());
-    return 1;
-  }
+  return corvexal::tool_main("corvexal-watch", kUsage, argc, argv, watch);
 }

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "base/locations.h"
 #include "tests/support/test_files.h"
 
@@ -56,25 +58,28 @@ TEST(Readconfig, ReadsTheDevicesFileInModeOneAndTheNamedOneInModeThree) {
   const testing::WorkingFolder folder;
   folder.write(kConfigFile, "mntpath=/device\n");
   folder.write("named", "mntpath=/named\n");
+  folder.write("long", std::string(512, 'x'));
   const struct {
     int mode;
     const char* arguments[3];
     std::size_t count;
     const char* mount_path;
-  } rows[] = {{1, {"Corvexal", "-C", "/a"}, 3, "/device"},
-              {1, {"Corvexal"}, 1, "/device"},
-              {3, {"Corvexal", "-RC", "named"}, 3, "/named"},
-              {3, {"Corvexal", "-R", "named"}, 3, ""},
-              {3, {"Corvexal", "-RC"}, 2, ""},
-              {3, {"Corvexal", "-RC", "missing"}, 3, ""},
-              {2, {"Corvexal", "-RC", "named"}, 3, ""}};
+    int error = 0;
+  } rows[] = {
+      {1, {"Corvexal", "-C", "/a"}, 3, "/device"},    {1, {"Corvexal"}, 1, "/device"},
+      {3, {"Corvexal", "-RC", "named"}, 3, "/named"}, {3, {"Corvexal", "-R", "named"}, 3, ""},
+      {3, {"Corvexal", "-RC", "named"}, 2, ""},       {3, {"Corvexal", "-RC", "missing"}, 3, "", ENOENT},
+      {3, {"Corvexal", "-RC", "long"}, 3, ""},        {2, {"Corvexal", "-RC", "named"}, 3, ""}};
   for (const auto& row : rows) {
     testing::CapturedOutput output;
     ConfigRecord record;
+    errno = EIO;
     const int result = readconfig(row.mode, {row.arguments, row.count}, record);
+    EXPECT_TRUE(result == 0 || errno == row.error) << row.mode << row.arguments[1];
     EXPECT_EQ(record.mntpath, row.mount_path);
     EXPECT_EQ(result, record.mntpath.empty() ? -1 : 0) << row.mode << row.arguments[1];
-    EXPECT_EQ(output.text(), result == 0 ? "" : "error happen: Corvexal\n") << row.mode << row.arguments[1];
+    EXPECT_TRUE(result == 0 ? output.text().empty() : output.text().ends_with("error happen: Corvexal\n"))
+        << row.mode << row.arguments[1];
   }
 }
 

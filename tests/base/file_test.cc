@@ -6,8 +6,10 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 #include "tests/support/test_files.h"
 
@@ -36,9 +38,34 @@ TEST(File, EndsWhereItEndedWhenItWasOpened) {
 TEST(File, OpensRegularFilesOnly) {
   const testing::TestFolder folder;
   ASSERT_EQ(mkfifo((folder.path() + "/pipe").c_str(), 0600), 0);
-  for (const std::string& path : {folder.path() + "/pipe", folder.path(), folder.path() + "/missing",
-                                  std::string("/dev/null"), std::string("/dev/tty")})
+  const std::pair<std::string, int> rows[] = {{folder.path() + "/pipe", EINVAL},
+                                              {folder.path(), EINVAL},
+                                              {folder.path() + "/missing", ENOENT},
+                                              {"/dev/null", EINVAL}};
+  for (const auto& [path, error] : rows) {
     EXPECT_FALSE(File(path)) << path;
+    EXPECT_EQ(errno, error) << path;
+  }
+  EXPECT_FALSE(File("/dev/tty"));
+}
+
+TEST(File, KnowsItsHoles) {
+  const testing::TestFolder folder;
+  constexpr std::uint64_t kHole = 1 << 20;
+  const std::string path = folder.write_sparse("a", "head", 3 * kHole, "tail");
+  std::filesystem::resize_file(path, 5 * kHole);
+  File file(path);
+  if (file.next_data(kHole) == kHole) GTEST_SKIP() << "this file system knows no holes";
+  EXPECT_EQ(file.next_data(4 * kHole), 5 * kHole);
+  for (const auto& [offset, data] : {std::pair{0 * kHole, 0 * kHole},
+                                     {1, 1},
+                                     {kHole, 3 * kHole},
+                                     {3 * kHole + 1, 3 * kHole + 1},
+                                     {2 * kHole, 3 * kHole}})
+    EXPECT_EQ(file.next_data(offset), data) << offset;
+  EXPECT_EQ(file.last_in_hole(kHole, 100, 7), kHole + (2 * kHole - 100) / 7 * 7);
+  EXPECT_EQ(file.last_in_hole(kHole, 2 * kHole + 1, 7), kHole);
+  EXPECT_EQ(file.last_in_hole(0, 1, 7), 0U);
 }
 
 TEST(File, NeedsNoProc) {

@@ -25,6 +25,12 @@ TEST(ErrLog, WritesWhatPassesBothFilters) {
     err_log(row.level, row.category, "%s", std::string(2000, 'x').c_str());
     EXPECT_EQ(errors.text(), std::string(row.written ? 1023 : 0, 'x')) << row.threshold << ' ' << row.level;
   }
+  {
+    log_level = 1;
+    testing::CapturedOutput errors(2);  // what a text holds is no line end and moves no terminal
+    err_log(1, 8, "%s\n", "a \x7F\xC2\x80\xC2\x9F\xC2\xA0\n");
+    EXPECT_EQ(errors.text(), "a \\x7f\\xc2\\x80\\xc2\\x9f\xC2\xA0\\x0a\n");
+  }
   log_level = 0;
   EXPECT_EXIT(err_log(0, 0, "gone\n"), ::testing::ExitedWithCode(1), "^gone\nAborting\n$");
 }
