@@ -148,7 +148,6 @@ bool carry_out(Session& session, const Command& command) {
 // playlists where that is pending, and closes both stores.
 int run_locked(const Command& command, std::span<const char* const> arguments, Session& session) {
   if (command.updates_catalogue()) {
-    errno = 0;
     if (readconfig(1, arguments, session.config) == -1 && errno != 0 && !says_gone(errno)) {
       error_printf("Corvexal: cannot read the configuration %s: %s\n", kConfigFile, std::strerror(errno));
       return kFailure;

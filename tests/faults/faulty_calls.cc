@@ -6,6 +6,7 @@
 //   FAULT_FOR_GOOD  when set, every later call fails, too
 //   FAULT_PATH      when set, only calls that name a path with this part, or work on such a file, count
 //   FAULT_NAME      when set, only calls of this name count
+//   FAULT_MINUTES   when set, a minute goes by at every look at the clock
 //   FAULT_COUNT     when set, the number of calls is written to standard error at the end
 // It includes no header that declares the calls: here they all take and give whole registers, whatever their
 // types.
@@ -148,6 +149,18 @@ OF_PATH_IN_FOLDER(mkdirat)
 OF_PATH_IN_FOLDER(renameat)
 OF_PATH_IN_FOLDER(unlinkat)
 OF_PATH_IN_FOLDER(readlinkat)
+
+// The seconds come first.
+#define CLOCK(name)                                                                 \
+  extern "C" long long name(long clock, long* time) {                               \
+    static const Call call = real(#name);                                           \
+    static long passed = 0;                                                         \
+    const long long result = call(clock, reinterpret_cast<long>(time), 0, 0, 0, 0); \
+    if (std::getenv("FAULT_MINUTES") != nullptr) *time += passed += 60;             \
+    return result;                                                                  \
+  }
+CLOCK(clock_gettime)
+CLOCK(__clock_gettime64)
 
 // A descriptor is gone even when closing it fails.
 extern "C" int close(int descriptor) {
