@@ -50,6 +50,18 @@ TEST(Mp3Header, KnowsTheBitRatesOfTheStandard) {
   }
 }
 
+TEST(Mp3Header, SaysWhatItsBitsStandFor) {
+  Mp3FrameInfo info;
+  for (const Row& row : testing::table("mp3_headers")) {
+    const Bytes header{reinterpret_cast<const std::uint8_t*>(row[0].data()), row[0].size()};
+    const int decoded = mp3_decode_header(header.first<kMp3HeaderSize>(), info);
+    EXPECT_EQ(testing::row_of(row[0], decoded, info.valid, static_cast<int>(info.version * 10), info.layer,
+                              info.bitrate, info.samplerate, info.padding, info.stereo, info.header_id,
+                              info.samples_per_frame, info.side_info_size, info.frame_length),
+              row);
+  }
+}
+
 TEST_F(Mp3Stream, FindsAndMeasuresFrames) {
   for (const Row& row : testing::table("mp3_stream")) {
     EXPECT_EQ(scan_file(testing::file_of(row, folder)), Row(row.begin() + 2, row.end())) << row[0];

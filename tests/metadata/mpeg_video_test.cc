@@ -61,10 +61,11 @@ TEST_F(MpegVideo, IsProbedByExtensionOnly) {
 
 TEST_F(MpegVideo, SearchesALimitedPart) {
   for (const Row& row : testing::table("mpeg_search")) {
-    folder.write_sparse("video.mpg", kSequence, std::stoull(row[0]), kGroup);
-    std::filesystem::resize_file(path, std::stoull(row[1]));
+    const std::string head = std::string(std::stoul(row[0]), '\0') + kSequence;
+    folder.write_sparse("video.mpg", head, std::stoull(row[1]), kGroup);
+    std::filesystem::resize_file(path, std::stoull(row[2]));
     const VideoInfo info = probe(path);
-    EXPECT_EQ(testing::row_of(row[0], row[1], info.width, output), row);
+    EXPECT_EQ(testing::row_of(row[0], row[1], row[2], info.width, output), row);
   }
   // Headers across the borders of the blocks of 4096 bytes.
   for (std::string gap(4076, '\0'); gap.size() < 4100; gap += '\0') {
