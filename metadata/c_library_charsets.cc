@@ -86,9 +86,7 @@ bool holds_code(std::span<const CodeRange> ranges, std::string_view character) {
 
 // "ISO88591" to "ISO885916"; "ISO8859-1" is well known.
 bool is_run_together_iso(std::string_view name) {
-  constexpr std::string_view kPrefix = "ISO8859";
-  return starts_with_ignoring_case(name, kPrefix) && name.size() > kPrefix.size() &&
-         name[kPrefix.size()] != '-';
+  return starts_with_ignoring_case(name, "ISO8859") && !starts_with_ignoring_case(name, "ISO8859-");
 }
 
 }  // namespace

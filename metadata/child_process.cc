@@ -41,7 +41,6 @@ class SpawnOptions {
     posix_spawnattr_setsigmask(&attributes_, &signals);
     sigaddset(&signals, SIGPIPE);
     posix_spawnattr_setsigdefault(&attributes_, &signals);
-    posix_spawnattr_setpgroup(&attributes_, 0);
     posix_spawnattr_setflags(&attributes_,
                              POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
   }
@@ -55,7 +54,6 @@ class SpawnOptions {
   // Starts a program, with nothing in its environment but PATH. Returns 0 or an errno value.
   int spawn(std::vector<std::string> command, std::string path, pid_t& id) const {
     std::vector<char*> arguments;
-    arguments.reserve(command.size() + 1);
     for (std::string& argument : command) arguments.push_back(argument.data());
     arguments.push_back(nullptr);
     path.insert(0, "PATH=");

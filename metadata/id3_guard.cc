@@ -70,9 +70,9 @@ bool id3_tags_are_bounded(File& file) {
   TagWalk walk(file);
   const std::uint64_t end = file.size();
   if (!walk.tag_at(0) || !walk.tag_before(end)) return false;
-  if (end < kId3v1Size) return true;
+  if (end <= kId3v1Size) return true;
   // Where an ID3v1 tag belongs the library takes any other, too, and looks for a footer before it.
-  return (end == kId3v1Size || walk.tag_at(end - kId3v1Size)) && walk.tag_before(end - kId3v1Size);
+  return walk.tag_at(end - kId3v1Size) && walk.tag_before(end - kId3v1Size);
 }
 
 }  // namespace corvexal
