@@ -134,10 +134,8 @@ ChildProcess::ChildProcess(const std::string& program, const std::string& argume
     : deadline_(deadline) {
   const std::vector<std::string> folders = search_path();
   const std::string file = file_of(program, folders), path = joined(folders);
-  is_missing_ = file.empty();
-  if (is_missing_) return;
   const SpawnOptions options(output);
-  int failure = options.spawn({file, argument}, path, id_);
+  int failure = file.empty() ? ENOENT : options.spawn({file, argument}, path, id_);
   if (failure == ENOEXEC) failure = options.spawn({kShell, file, argument}, path, id_);
   if (failure != 0) id_ = -1;
   is_missing_ = failure == ENOENT;

@@ -12,8 +12,9 @@ namespace {
 constexpr std::size_t kFrameSize = 10;
 enum class Frame : std::uint8_t { kBaseline = 0xC0, kProgressive = 0xC2 };
 
+// Of bytes that begin with FF.
 std::optional<Frame> frame_at(Bytes bytes) {
-  if (bytes[0] != 0xFF || bytes[2] != 0 || bytes[3] != 17) return std::nullopt;
+  if (bytes[2] != 0 || bytes[3] != 17) return std::nullopt;
   const auto frame = static_cast<Frame>(bytes[1]);
   if (frame != Frame::kBaseline && frame != Frame::kProgressive) return std::nullopt;
   return frame;

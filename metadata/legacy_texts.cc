@@ -49,7 +49,7 @@ Text to_utf8(TagDecoder& decoder, const std::string& text, const std::string& ch
 // The detector's answer for these texts of a song of the album.
 std::string answer_for(TagDecoder& decoder, const std::vector<std::string>& texts, const std::string& album) {
   AlbumAnswer& last = decoder.last_album;
-  const bool fits = !album.empty() && album == last.album && !last.answer.empty() &&
+  const bool fits = album == last.album && !last.answer.empty() &&
                     std::all_of(texts.begin(), texts.end(), [&](const std::string& text) {
                       return to_utf8(decoder, text, charset_of_answer(last.answer)).has_value();
                     });

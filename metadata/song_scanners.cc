@@ -21,7 +21,8 @@ struct SongScanner {
   int (*info)(const std::string& path, SongInfo& song);
 };
 
-int mp4_tags(TagDecoder& /*texts are UTF-8*/, const std::string& path, SongInfo& song) {
+// Their texts are UTF-8.
+int mp4_tags(TagDecoder& /*decoder*/, const std::string& path, SongInfo& song) {
   return mp4_scan_tags(path, song);
 }
 

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
@@ -30,9 +31,14 @@ std::ptrdiff_t leftovers() {
 
 TEST(EncodingDetector, TakesTheAnswerInTimeAndLeavesNothingBehind) {
   const testing::FakeDetector detector;
+  ASSERT_NE(std::freopen(testing::sample("README.md").c_str(), "r", stdin), nullptr) << "not for programs";
   const std::ptrdiff_t before = leftovers();
   EncodingDetector first;
-  EXPECT_EQ(first.detect("sample"), "") << "there is no program yet";
+  {
+    testing::CapturedOutput error(2);
+    EXPECT_EQ(first.detect("sample"), "") << "there is no program yet";
+    EXPECT_EQ(error.text(), "");
+  }
   const auto signal_before = std::signal(SIGPIPE, SIG_IGN);  // of which the program sees nothing
   sigset_t pipe, mask_before;
   sigemptyset(&pipe);

@@ -34,6 +34,8 @@ TEST(LegacyTexts, KeepWhatIsUtf8ByNoAccidentBesideTextsInAnotherEncoding) {
             (std::vector<Text>{"Весна", "Песни", "Moon"}));
   EXPECT_EQ(detector.arguments(), std::vector{cyrillic + "Moon"});
   EXPECT_EQ(decode_legacy_texts(decoder, {"été!", cyrillic}), (std::vector<Text>{"Г©tГ©!", "Песни"}));
+  EXPECT_EQ(decode_legacy_texts(decoder, {std::string(3000, '\xCF')})[0]->size(), 6000);
+  EXPECT_EQ(detector.arguments(), std::vector{std::string(1000, '\xCF')}) << "a sample is enough";
 }
 
 }  // namespace
