@@ -38,14 +38,16 @@ bool is_gone(int error) {
   return error == EIDRM || error == EINVAL;
 }
 
-enum class Owner { kUs, kAnother, kGone };
+enum class Owner { kUs, kAnother, kGone, kUnknown };
 
 Owner owner_of(int sem_id) {
   semid_ds set{};
   const SemaphoreArgument status{.buf = &set};
   if (semctl(sem_id, 0, IPC_STAT, status) == 0)
     return set.sem_perm.uid == geteuid() && set.sem_perm.cuid == geteuid() ? Owner::kUs : Owner::kAnother;
-  return is_gone(errno) ? Owner::kGone : Owner::kAnother;
+  if (is_gone(errno)) return Owner::kGone;
+  // Root's set lets nobody in. Who may not look at it is not its owner, or is a root without the right to look.
+  return errno == EACCES && geteuid() != 0 ? Owner::kAnother : Owner::kUnknown;
 }
 
 // The set, made and free; -1 with errno, EEXIST when another run was faster.
@@ -77,6 +79,7 @@ int GetSemaphoreID(int key) {
     const Owner owner = owner_of(sem_id);
     if (owner == Owner::kUs) return sem_id;
     if (owner == Owner::kGone) continue;
+    if (owner == Owner::kUnknown) break;
     if (geteuid() != 0) {
       error_printf("Corvexal: the run lock belongs to another user; nothing is done without it\n");
       return -1;
