@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "catalogue/path_depth.h"
 #include "catalogue/schema.h"
 #include "tests/catalogue/catalogue_fixture.h"
 
@@ -40,6 +41,11 @@ TEST_F(ScanTest, WritesAFoldersOwnRowWithItsSlash) {
                    path("t/") + "'"),
             "4000000000001 4000000000007 5000|4000000000002 0 0000");
   EXPECT_EQ(column("select ParentID||Depth from video_tbl"), "40000000000015|40000000000020");
+}
+
+TEST(Depth, IsCountedFromTheFirstThreeCharactersOfTheShare) {
+  for (const auto& [share, depth] : {std::pair{"/s/a", 1}, {"/sh/a", 2}, {"", 3}})
+    EXPECT_EQ(depth_below_share(share, "/sh/a/"), depth) << share;
 }
 
 TEST_F(ScanTest, KnowsNothingOfAnotherSessionsScan) {

@@ -21,5 +21,17 @@ TEST_F(SyncTest, EndsAtATableThatCannotBeReadAndSaysWhatWentWithTheMountPath) {
                 " cannot be found; rows removed from the catalogue: photo_tbl 1 music_tbl 2\n");
 }
 
+TEST_F(SyncTest, LooksForPathAndNamePutTogether) {
+  write_file("t/a.iso");
+  session.config.mntpath = path("none");
+  const std::pair<std::string, std::string> rows[] = {
+      {path("t"), "a.iso"},  {path("none/"), "a.iso"}, {path("t/"), path("t/a.iso")}, {path("t/"), "b.iso"},
+      {path("t/"), "a.iso"}, {path("t/a"), ".iso"},    {path(""), "t/a.iso"},         {path("t/a.iso"), ""}};
+  for (const auto& [folder, name] : rows) add_row("video_tbl", folder, name);
+  testing::CapturedOutput errors(2);
+  EXPECT_EQ(sync_mms_db(session), 1);
+  EXPECT_TRUE(errors.text().ends_with(" video_tbl 4\n"));  // the first four
+}
+
 }  // namespace
 }  // namespace corvexal
