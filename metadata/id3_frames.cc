@@ -36,7 +36,7 @@ void undo_unsynchronisation(std::vector<std::uint8_t>& bytes) {
 
 std::optional<Id3Header> id3_header(Bytes bytes, std::string_view mark) {
   if (bytes.size() < kId3HeaderSize || !as_text(bytes).starts_with(mark)) return {};
-  const Bytes size = bytes.subspan(6, 4);
+  const Bytes size = bytes.subspan(6);
   const bool is_syncsafe = (id3_number(size) & 0x80808080) == 0;
   if (bytes[3] == 0xFF || bytes[4] == 0xFF || !is_syncsafe) return {};
   return Id3Header{bytes[3], bytes[5], id3_syncsafe_number(size)};

@@ -151,7 +151,6 @@ int scan_get_mp3tags(TagDecoder& decoder, const std::string& path, SongInfo& son
   }
   const std::string answer = decoder.detector.detect(sample_texts(*tag, song));
   store_texts(decoder.converters, *tag, charset_of_answer(answer).c_str(), song);
-  file.reset();
   err_log(kVerbose, kReaders, "Got id3 tag successfully\n");
   return 0;
 }

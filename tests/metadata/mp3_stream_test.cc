@@ -35,7 +35,7 @@ class Mp3Stream : public ::testing::Test {
 
   SongInfo song;
   int result = 0;
-  testing::TestFolder folder;
+  testing::WorkingFolder folder;
 };
 
 TEST(Mp3Header, KnowsTheBitRatesOfTheStandard) {
@@ -70,7 +70,6 @@ TEST_F(Mp3Stream, FindsAndMeasuresFrames) {
 }
 
 TEST_F(Mp3Stream, TellsItsSearchInTheLog) {
-  std::filesystem::current_path(folder.path());
   for (const Row& row : testing::table("mp3_logs")) {
     std::filesystem::remove("song.mp3");
     if (row[0] != "missing.mp3") folder.write("song.mp3", row[1]);

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 #include "tests/metadata/tables.h"
@@ -36,18 +35,6 @@ TEST(Mp4, MeasuresTheStream) {
                      song.time_modified),
               row);
   }
-}
-
-TEST(Mp4, NamesFilesThatCannotBeOpened) {
-  const testing::TestFolder folder;
-  folder.write("var/log/MediaServer.log", "");
-  std::filesystem::current_path(folder.path());
-  SongInfo song;
-  EXPECT_EQ(mp4_scan_tags("gone.m4a", song), -1);
-  EXPECT_EQ(mp4_scan_info("gone.m4a", song), -1);
-  const std::string log = testing::read_file("var/log/MediaServer.log");
-  EXPECT_NE(log.find(":Cannot open file gone.m4a for reading\n"), std::string::npos);
-  EXPECT_NE(log.find(":Could not open gone.m4a for reading\n"), std::string::npos);
 }
 
 TEST(Mp4, SurvivesDamage) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "metadata/mp4.h"
 #include "tests/metadata/tables.h"
 
 namespace corvexal {
@@ -18,6 +19,19 @@ TEST(SongScanners, FoldTheCaseOfTheTypeForTagsOnly) {
     EXPECT_EQ(testing::row_of(song.type, song.title, song.samplerate, song.file_size), row);
     EXPECT_EQ(scan_info_by_type("/nowhere", song), -1) << row[0];
   }
+}
+
+TEST(SongScanners, NameFilesThatCannotBeOpened) {
+  const testing::WorkingFolder folder;
+  folder.write("var/log/MediaServer.log", "");
+  SongInfo song;
+  EXPECT_EQ(scan_info_by_type("gone.ogg", song), -1);
+  EXPECT_EQ(mp4_scan_info("gone.m4a", song), -1);
+  EXPECT_EQ(mp4_scan_tags("gone.m4p", song), -1);
+  const std::string log = testing::read_file("var/log/MediaServer.log");
+  for (const char* line : {":Could not open gone.ogg for reading\n", ":Could not open gone.m4a for reading\n",
+                           ":Cannot open file gone.m4p for reading\n"})
+    EXPECT_NE(log.find(line), std::string::npos) << log;
 }
 
 }  // namespace
