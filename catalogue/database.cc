@@ -76,8 +76,6 @@ int Database::open(const std::string& path, int flags, std::chrono::milliseconds
                    std::chrono::milliseconds longest_step) {
   close();
   loss_.reset();
-  joined_ = false;
-  uncommitted_rows_ = 0;
   std::string reason = sqlite3_errstr(SQLITE_CANTOPEN);
   const int code = open_handle(path, flags, reason);
   if (code != SQLITE_OK) {
@@ -166,7 +164,6 @@ int Database::simple(const char* sql) {
 int Database::run(std::string_view format, std::span<const SqlValue> values) {
   error_.clear();
   if (const int code = check_usable(); code != SQLITE_OK) return code;
-  if (absorb_begin_or_commit(format)) return SQLITE_OK;
   return run(bind_sql(format, values));
 }
 
@@ -179,13 +176,6 @@ int Database::run(BoundSql sql) {
   if (code == SQLITE_OK) code = execute(statement.get());
   if (statement) give_back(std::move(sql.text), std::move(statement));
   return settle(code, had_transaction);
-}
-
-// True for a "BEGIN;" and for the "COMMIT;" that belongs to it, with which nothing else is to be done: the
-// next write opens the transaction, with a lock that can be waited for.
-bool Database::absorb_begin_or_commit(std::string_view format) {
-  if (format == "BEGIN;") return joined_ = true;
-  return format == "COMMIT;" && std::exchange(joined_, false);
 }
 
 void Database::read_in_one_transaction() {
@@ -252,8 +242,8 @@ int Database::prepare(const std::string& text, Statement& statement) {
     return SQLITE_OK;
   }
   sqlite3_stmt* fresh = nullptr;
-  const int code = check(sqlite3_prepare_v3(handle_.get(), text.c_str(), static_cast<int>(text.size() + 1),
-                                            SQLITE_PREPARE_PERSISTENT, &fresh, nullptr));
+  const int code =
+      check(sqlite3_prepare_v3(handle_.get(), text.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &fresh, nullptr));
   statement.reset(fresh);
   return code;
 }

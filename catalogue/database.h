@@ -101,8 +101,7 @@ class Database {
   [[nodiscard]] bool lost_work() const { return loss_.has_value(); }
 
   // Runs a statement that yields no rows, with one value for each placeholder. Returns SQLite's result code;
-  // error_text() tells the reason of a failure. "BEGIN;" and its "COMMIT;" are part of the transaction around
-  // them.
+  // error_text() tells the reason of a failure.
   template <class... Values>
   int exec(std::string_view format, const Values&... values) {
     if constexpr (sizeof...(values) == 0) {
@@ -187,7 +186,6 @@ class Database {
   int check_usable();
   int settle(int code, bool had_transaction);
   bool in_transaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
-  bool absorb_begin_or_commit(std::string_view format);
   void note_loss(int code);
 
   struct Loss {
@@ -202,7 +200,6 @@ class Database {
   std::chrono::milliseconds busy_timeout_{};
   std::chrono::steady_clock::time_point waiting_since_;
   int uncommitted_rows_ = 0;
-  bool joined_ = false;  // inside a "BEGIN;"
   std::optional<Loss> loss_;
   std::string error_;
 };

@@ -81,9 +81,7 @@ class MediaFolders {
 
   std::optional<bool> ask(std::string_view path) {
     Rows rows = db_.select(kCountBelow, table_, path);
-    const bool found = rows.next() && decimal_value(rows.text(0)) > 0;
-    if (rows.failed()) return std::nullopt;
-    return found;
+    return rows.next() ? std::optional(decimal_value(rows.text(0)) > 0) : std::nullopt;
   }
 
   Database& db_;

@@ -21,8 +21,7 @@ std::uint32_t read_character(std::string_view& text) {
   std::uint32_t code = byte(0);
   std::size_t length = 1;
   if (code >= 0xC0) {
-    const int ones = std::min(std::countl_one(byte(0)), 7);
-    code &= 0x7FU >> ones;
+    code &= 0x7FU >> std::countl_one(byte(0));
     for (; length < text.size() && (byte(length) & 0xC0U) == 0x80; ++length)
       code = code << 6 | (byte(length) & 0x3FU);
     if (code < 0x80 || (code & 0xFFFFF800U) == 0xD800 || (code & 0xFFFFFFFEU) == 0xFFFE) code = 0xFFFD;
@@ -38,7 +37,7 @@ void append_character(std::string& text, std::uint32_t code) {
     return;
   }
   int continuations = 1;
-  while (continuations < 6 && std::uint64_t{code} >> (5 * continuations + 6) != 0) ++continuations;
+  while (std::uint64_t{code} >> (5 * continuations + 6) != 0) ++continuations;
   text += static_cast<char>(0xFF00U >> (continuations + 1) | (std::uint64_t{code} >> 6 * continuations));
   while (continuations-- > 0) text += static_cast<char>(0x80U | (code >> 6 * continuations & 0x3FU));
 }
@@ -168,16 +167,16 @@ void read_to(std::size_t depth, std::string_view folder, const LikePattern& patt
 }
 
 // Whether any of the folders matches from byte `depth` on. REQUIRES: they agree before it, and shared[i] says
-// how much folders[i] has in common with the one before.
+// how much folders[i] has in common with the one before, up to the one after the last.
 bool any_match(std::span<const std::string> folders, std::span<const std::size_t> shared, std::size_t depth,
                const LikePattern& pattern) {
   std::vector<Checkpoint> checkpoints{{depth, pattern.start()}};  // where folders part, for those to come
   Checkpoint at;
   for (std::size_t i = 0; i < folders.size(); ++i) {
-    if (i > 0 && at.state.dead && shared[i] >= at.depth) continue;  // begins like one that did not match
+    if (at.state.dead && shared[i] >= at.depth) continue;  // begins like one that did not match
     while (i > 0 && checkpoints.back().depth > shared[i]) checkpoints.pop_back();
     at = checkpoints.back();
-    const std::size_t parting = i + 1 < folders.size() ? shared[i + 1] : 0;
+    const std::size_t parting = shared[i + 1];
     read_to(parting, folders[i], pattern, at);
     if (at.depth > checkpoints.back().depth && at.depth == parting) checkpoints.push_back(at);
     read_to(folders[i].size(), folders[i], pattern, at);
@@ -196,7 +195,7 @@ std::size_t shared_bytes(std::string_view a, std::string_view b) {
 FolderSet::FolderSet(std::vector<std::string> folders) : folders_(std::move(folders)) {
   for (std::string& folder : folders_) folder = as_like_reads(folder);
   std::sort(folders_.begin(), folders_.end());
-  shared_.resize(folders_.size());
+  shared_.resize(folders_.size() + 1);
   for (std::size_t i = 1; i < folders_.size(); ++i) shared_[i] = shared_bytes(folders_[i - 1], folders_[i]);
 }
 

@@ -95,7 +95,6 @@ struct PlaylistFormat {
   const char* select;  // a walk through the whole table, once a run
   const char* update;
   void (PlaylistFile::*read)(const TakeEntry&);
-  bool in_transaction;         // the file is read in one of its own; the update comes after it
   int unreadable, not_stored;  // digits of messages
 };
 
@@ -103,13 +102,11 @@ constexpr PlaylistFormat kFormats[] = {
     {.select = "select No,Real_Path,Real_fname,PlsFile from music_tbl where EXT_fname =='m3u';",
      .update = R"(update music_tbl set PlsFile = "%s" where No =='%d';)",
      .read = &PlaylistFile::read_m3u,
-     .in_transaction = true,
      .unreadable = 1,
      .not_stored = 1},
     {.select = "select No,Real_Path,Real_fname,PlsFile from music_tbl where EXT_fname =='pls';",
      .update = "update music_tbl set PlsFile = '%s' where No =='%d';",
      .read = &PlaylistFile::read_pls,
-     .in_transaction = false,
      .unreadable = 4,
      .not_stored = 2},
 };
@@ -144,9 +141,7 @@ std::optional<SongList> songs_of(Database& db, const PlaylistFormat& format, con
     return std::nullopt;
   }
   SongList songs(db, playlist, foreseen);
-  if (format.in_transaction) db.exec("BEGIN;");
   (file.*format.read)([&songs](const std::string& entry, EntryForm form) { return songs.add(entry, form); });
-  if (format.in_transaction) db.exec("COMMIT;");
   return songs;
 }
 

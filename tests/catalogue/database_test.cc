@@ -2,6 +2,7 @@
 #include "catalogue/database.h"
 
 #include <optional>
+#include <stdexcept>
 #include <vector>
 
 #include "tests/catalogue/catalogue_fixture.h"
@@ -17,7 +18,7 @@ using DatabaseTest = testing::CatalogueTest;
 
 TEST_F(DatabaseTest, ShowsOtherClientsWholeChangesOnly) {
   run(kInsert, "a", 1);
-  for (const char* statement : {"BEGIN;", "COMMIT;", "drop table photo_tbl;"}) run(statement);
+  run("drop table photo_tbl;");
   EXPECT_EQ(committed(kNames), "");
   EXPECT_EQ(committed("select count(*) from photo_tbl"), "0");
   run("COMMIT;");
@@ -38,24 +39,60 @@ TEST_F(DatabaseTest, ShowsOtherClientsWholeChangesOnly) {
   EXPECT_EQ(committed(kNames), "a|b");
   EXPECT_FALSE(db.lost_work());
   EXPECT_EQ(db.exec(kInsert, "c", 1), SQLITE_MISUSE) << "closed";
-  EXPECT_TRUE(db.select(kNames).failed());
+  Rows rows = db.select(kNames);
+  EXPECT_FALSE(rows.next());
+  EXPECT_TRUE(rows.failed());
+  testing::CapturedOutput errors(2);
+  EXPECT_EQ(db.open_to_read(path("nowhere.db")), SQLITE_CANTOPEN);
+  EXPECT_FALSE(db.is_open());
+}
+
+TEST_F(DatabaseTest, HoldsItsPictureUntilTheCommitAndCommitsManyRowsInBatches) {
+  Database other;
+  ASSERT_EQ(other.open(path("catalogue.db"), std::chrono::milliseconds(50)), SQLITE_OK);
+  db.read_in_one_transaction();
+  Rows none = db.select(kNames);
+  EXPECT_FALSE(none.next());
+  EXPECT_FALSE(none.next()) << "no second walk";
+  EXPECT_FALSE(none.failed());
+  {
+    testing::CapturedOutput errors(2);
+    EXPECT_EQ(other.exec(kInsert, "a", 1), SQLITE_OK);
+    EXPECT_EQ(other.exec("COMMIT;"), SQLITE_BUSY) << "that would change what is being read";
+  }
+  run("COMMIT;");
+  db.begin_writing();
+  EXPECT_THROW(testing::Sql(path("catalogue.db")).run("begin immediate"), std::runtime_error);
+
+  // Far more than SQLite's cache holds locks no client out.
+  const std::string large(100'000, 'x');
+  for (int i = 0; i < 499; ++i) {
+    run(kInsert, i % 10 == 0 ? large : "x", i);
+    db.commit_in_batches();
+  }
+  EXPECT_EQ(committed("select count(*) from record_objid_tbl"), "0");
+  for (const int rows : {500, 501}) {
+    run(kInsert, "x", rows);
+    db.commit_in_batches();
+    EXPECT_EQ(committed("select count(*) from record_objid_tbl"), "500");
+  }
 }
 
 TEST_F(DatabaseTest, KeepsNothingOfARunThatLostAPart) {
   const struct {
-    std::vector<const char*> others_do;
-    const char* we_do;
+    std::vector<const char*> others_do, we_do;
     int code;
-  } rows[] = {{{"begin", kNames}, kNames, SQLITE_BUSY},  // a client's read that never ends
-              {{"begin immediate"}, kNames, SQLITE_BUSY},
-              {{}, "PRAGMA max_page_count=1;", SQLITE_FULL}};
+  } rows[] = {{{"begin", kNames}, {}, SQLITE_BUSY},  // a client's read that never ends
+              {{"begin", kNames}, {"PRAGMA cache_size=9;", "PRAGMA cache_spill=9;"}, SQLITE_BUSY},
+              {{"begin immediate"}, {}, SQLITE_BUSY},
+              {{}, {"PRAGMA max_page_count=1;"}, SQLITE_FULL}};
   Database ours;
   for (const auto& [others_do, we_do, expected] : rows) {
     std::optional<testing::Sql> other(path("catalogue.db"));
     for (const char* statement : others_do) other->run(statement);
     ASSERT_EQ(ours.open(path("catalogue.db"), std::chrono::milliseconds(50)), SQLITE_OK);
     EXPECT_FALSE(ours.lost_work()) << "a new start";
-    EXPECT_EQ(ours.exec(we_do), SQLITE_OK);
+    for (const char* statement : we_do) EXPECT_EQ(ours.exec(statement), SQLITE_OK);
 
     testing::CapturedOutput errors(2);
     int code = SQLITE_OK;
