@@ -28,12 +28,33 @@ TEST_F(AddFileTest, NumbersEachKindInItsOwnWay) {
 }
 
 TEST_F(AddFileTest, KeepsTheBytesOfANameThatCannotBeConverted) {
+  const struct {
+    const char *name, *table, *reported;
+  } rows[] = {{"\xFC.gif", "photo_tbl", "MmsAddMediaFile(): ret = [-1]\n"},
+              {"\xFC.mp3", "music_tbl", "1ret = -1\n2ret = -1\n"},
+              {"\xFC.pls", "music_tbl", "5ret = -1\n"},
+              {"\xFC.mpg", "video_tbl", "4ret = -1\n"},
+              {"\xFC.srt", "video_tbl", "5ret = -1\n"}};
   session.names = NameCharset("no such set");
-  const std::string file = write_file("\xFC.gif", "GIF89a\x05");
-  printed([&] { EXPECT_EQ(MmsAddMediaFile(session, file), 1); });
-  EXPECT_EQ(column("select UTF_fname from photo_tbl"), "\xFC.gif");
-  printed([&] { EXPECT_EQ(RemoveMediaFile(session, file), 0); });
-  EXPECT_EQ(column("select UTF_fname from photo_tbl"), "");
+  for (const auto& [name, table, reported] : rows) {
+    const std::string file = write_file(std::string("\xFC/") + name, "GIF89a\x05");
+    const std::string said = printed([&] { EXPECT_EQ(MmsAddMediaFile(session, file), 1); });
+    EXPECT_NE(said.find(reported), std::string::npos) << name << ": " << said;
+    EXPECT_EQ(column(std::string("select UTF_fname from ") + table), name);
+    const int removal = std::string_view(name).ends_with(".srt") ? -1 : 0;
+    printed([&] { EXPECT_EQ(RemoveMediaFile(session, file), removal) << name; });
+    EXPECT_EQ(column(std::string("select UTF_fname from ") + table), removal == 0 ? "" : name);
+  }
+}
+
+TEST_F(AddFileTest, TellsWhatItPassesOver) {
+  EXPECT_EQ(MmsAddMediaFile(session, path("no extension")), 0);
+  EXPECT_EQ(MmsAddMediaFile(session, path("unknown.xyz")), 1);
+  const std::string file = write_file("list.m3u");
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(MmsAddMediaFile(session, file), 1);
+  EXPECT_EQ(column("select count(*) from music_tbl"), "1");
+  printed([&] { EXPECT_EQ(MmsAddMediaFile(session, write_file("no.jpg", "picture")), 1); });
+  EXPECT_EQ(column("select count(*) from photo_tbl"), "0");
 }
 
 }  // namespace

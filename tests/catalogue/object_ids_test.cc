@@ -21,6 +21,14 @@ TEST_F(ObjectIdsTest, TakeTheFolderRowsOwnWhereThereIsOne) {
             "get_old_objid(): init_objid.media_path_objid = [4000000000009]\n");
   EXPECT_EQ(printed([this] { get_old_objid(db, session.ids, "/t/"); }),
             "get_old_objid(): init_objid.media_path_objid = [4000000000009]\n");
+  EXPECT_EQ(get_parid(db, session.ids, "/s/a.mp3"), 4000000000009U);
+  EXPECT_EQ(get_parid(db, session.ids, "/t/a.mp3"), 4000000000002U);
+  run("drop table path_objid_tbl;");
+  EXPECT_EQ(printed([this] { get_old_objid(db, session.ids, "/s/"); }),
+            "get_old_objid(): Exe SQL query Error = [no such table: path_objid_tbl]\n"
+            "get_old_objid(): init_objid.media_path_objid = [4000000000009]\n");
+  EXPECT_EQ(printed([this] { EXPECT_EQ(get_parid(db, session.ids, "/s/a.mp3"), 0U); }),
+            "get_parid():1Exe SQL query Error[select ObjID from path_objid_tbl where path == '/s/';]\n");
 }
 
 }  // namespace
