@@ -163,15 +163,13 @@ bool SongStore::open(const std::string& mount_path, bool reload) {
   const std::string path = song_store_path(mount_path);
   std::printf("%s, db_path=%s", "db_open", path.c_str());
 
-  auto guard = lock_gdbm();
+  const auto guard = lock_gdbm();
   let_go();
   file_.reset();
   file_ = StoreFile::open(path, reload);
-  const int reason = errno;
-  const bool opened = file_ != nullptr;
-  guard.unlock();
-  if (!opened) log_printf("11Could not open songs database (%s): %s\n", path.c_str(), std::strerror(reason));
-  return opened;
+  if (file_) return true;
+  log_printf("11Could not open songs database (%s): %s\n", path.c_str(), std::strerror(errno));
+  return false;
 }
 
 bool SongStore::open_to_read(const std::string& mount_path) {

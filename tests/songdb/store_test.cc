@@ -55,6 +55,26 @@ TEST_F(Store, KeepsOneRecordAnIdAndCountsWhatItStored) {
   EXPECT_FALSE(store.contains(7));
 }
 
+TEST_F(Store, ForgetsWhatItKnewWhenItIsOpenedAnewOrClosed) {
+  ASSERT_TRUE(open());
+  store.remove_first_below("/mnt/a");  // knows now that there is none
+  ASSERT_TRUE(open());
+  ASSERT_TRUE(store.close());
+  EXPECT_TRUE(store.add(song_of(1, "/abc/mnt/a"))) << "nowhere to, and no failure";
+  EXPECT_FALSE(store.contains(1));
+  SongStore other;
+  CapturedOutput out;
+  EXPECT_TRUE(other.open(mount_.path()) && other.add(song_of(1, "/abc/mnt/a")) && other.close());
+  ASSERT_TRUE(store.open(mount_.path()));
+  store.remove_first_below("/mnt/a");
+  EXPECT_FALSE(store.contains(1));
+  store.add(song_of(2, "/abc/mnt/b"));
+  EXPECT_TRUE(store.close());
+  EXPECT_EQ(songs().size(), 1U);
+  EXPECT_TRUE(store.open(""));
+  EXPECT_TRUE(out.text().ends_with("11SQL_open():Open DB fail\n"));
+}
+
 TEST_F(Store, IsEmptiedWhenItsFirstRecordIsOfAnotherVersionButNotCut) {
   PackedSong record = *pack_song(song_of(1, "/mnt/a.mp3"));
   std::memset(record.data(), 7, 4);
@@ -182,6 +202,7 @@ TEST_F(DamagedStore, IsLeftAsItWasWhenGdbmFailsHalfWay) {
     setrlimit(RLIMIT_FSIZE, &limit);
     for (; song.id < 1030; ++song.id) store.add(song);
     EXPECT_EQ(store.songs_added(), 430U);
+    EXPECT_GT(store.songs_refused(), 0U);
     EXPECT_TRUE(store.contains(399) && !store.contains(1000));
     EXPECT_FALSE(store.close());
   };
