@@ -6,8 +6,6 @@
 #include <limits>
 #include <string>
 
-#include "catalogue/row_counts.h"
-
 namespace corvexal {
 namespace {
 
@@ -79,8 +77,7 @@ std::uint64_t& IdentifierSource::objid(Database& db) {
 std::int64_t& IdentifierSource::number(Database& db) {
   if (!number_) {
     Rows rows = db.select("select max(cast(No as integer)) from %s;", table_.name);
-    const std::int64_t highest = rows.next() ? rows.number(0) : 0;
-    number_ = std::max(highest, LastRowNo(db, table_.name)) + 1;
+    number_ = (rows.next() ? rows.number(0) : 0) + 1;
   }
   return *number_;
 }
