@@ -7,7 +7,7 @@ namespace corvexal {
 namespace {
 
 // kbit/s by the header's bitrate index; 0 stands for free format (first) and the forbidden index (last).
-constexpr std::int32_t kBitrates[5][16] = {
+constexpr std::int32_t kBitrates[][16] = {
     {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448, 0},  // MPEG 1 layer 1
     {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384, 0},     // MPEG 1 layer 2
     {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 0},      // MPEG 1 layer 3
