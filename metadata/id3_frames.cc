@@ -27,9 +27,10 @@ std::uint32_t id3_syncsafe_number(Bytes bytes) {
 
 void undo_unsynchronisation(std::vector<std::uint8_t>& bytes) {
   std::size_t kept = 0;
-  for (std::size_t at = 0; at < bytes.size(); ++at) {
-    bytes[kept++] = bytes[at];
-    if (bytes[at] == 0xFF && at + 1 < bytes.size() && bytes[at + 1] == 0) ++at;
+  std::uint8_t before = 0;
+  for (const std::uint8_t byte : bytes) {
+    if (before != 0xFF || byte != 0) bytes[kept++] = byte;
+    before = byte;
   }
   bytes.resize(kept);
 }
