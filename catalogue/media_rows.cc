@@ -24,7 +24,6 @@ std::string tag_text(const Text& tag, const std::string& otherwise) {
 
 SongInfo song_of(const MediaFile& file) {
   SongInfo song;
-  song.path = file.path;
   song.fname = file.name;
   song.type = file.name.substr(file.name.rfind('.') + 1);
   return song;

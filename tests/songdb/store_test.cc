@@ -187,6 +187,24 @@ TEST_F(DamagedStore, IsLeftAsItWasWhenThereIsNoRoomToRebuildIt) {
   }
 }
 
+TEST_F(DamagedStore, IsOnlyReadWhenThereIsNoRoomForACopyAndNotMadeWithoutRoom) {
+  mount_.write(".systemfile/songs.gdb", healthy_);
+  const auto opens = [&](bool reload, std::size_t room) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit tight = {room, room};
+    setrlimit(RLIMIT_FSIZE, &tight);
+    const bool opened = open(reload);
+    store.add(song_of(1000, "/mnt/new.mp3"));
+    return opened && store.contains(5) && !store.contains(1000) && store.songs_refused() == 1 &&
+           store.close();
+  };
+  EXPECT_EXIT(_exit(opens(false, healthy_.size() - 1) ? 0 : 1), ::testing::ExitedWithCode(0),
+              "songs.gdb is only read: there can be no copy to work on: File too large\n");
+  EXPECT_EXIT(_exit(opens(true, 5'000) ? 1 : 0), ::testing::ExitedWithCode(0),
+              "songs.gdb cannot be made: .*File too large\n");
+  EXPECT_EQ(read_file(file()), healthy_);
+}
+
 // gdbm has no way back from a write that fails. What cannot be stored is logged and counted, and what comes
 // later is tried again.
 TEST_F(DamagedStore, IsLeftAsItWasWhenGdbmFailsHalfWay) {
