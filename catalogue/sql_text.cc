@@ -8,6 +8,12 @@ namespace {
 
 constexpr std::size_t kQuotedTitleSize = 47;
 
+// A piece of the composed text.
+struct Piece {
+  std::string_view text;
+  bool is_value = false;  // a placeholder's, not the statement's own character
+};
+
 // Walks a statement text: plain characters one by one, placeholders with their values.
 class FormatCursor {
  public:
@@ -17,20 +23,16 @@ class FormatCursor {
   [[nodiscard]] bool at_end() const { return format_.empty(); }
   [[nodiscard]] char peek() const { return format_.front(); }
 
-  // The next piece of the composed text; `is_value` tells a placeholder's value from the statement's own
-  // character.
-  std::string_view next(bool& is_value) {
-    is_value = false;
-    if (peek() != '%') return take(1);
-    if (format_.starts_with("%%")) return take(2).substr(1);
+  Piece next() {
+    if (peek() != '%') return {take(1)};
+    if (format_.starts_with("%%")) return {take(2).substr(1)};
     const std::size_t conversion = format_.find_first_of("sdu");
-    if (conversion == std::string_view::npos) return take(1);
-    is_value = true;
+    if (conversion == std::string_view::npos) return {take(1)};
     take(conversion + 1);
-    if (values_.empty()) return {};
+    if (values_.empty()) return {{}, true};
     const std::string_view text = values_.front().text();
     values_ = values_.subspan(1);
-    return text;
+    return {text, true};
   }
 
  private:
@@ -46,17 +48,16 @@ class FormatCursor {
 
 // Reads the literal that opens at the cursor's position and adds it to the statement.
 void bind_literal(FormatCursor& cursor, BoundSql& sql) {
-  bool is_value = false;
-  const char quote = cursor.next(is_value).front();
+  const char quote = cursor.next().text.front();
   bool has_placeholder = false;
   std::string content;
   while (!cursor.at_end() && cursor.peek() != quote) {
-    const std::string_view piece = cursor.next(is_value);
+    const auto [text, is_value] = cursor.next();
     has_placeholder |= is_value;
-    sql.broken |= is_value && piece.find(quote) != std::string_view::npos;
-    content += piece;
+    sql.broken |= is_value && text.find(quote) != std::string_view::npos;
+    content += text;
   }
-  if (!cursor.at_end()) cursor.next(is_value);
+  if (!cursor.at_end()) cursor.next();
   if (has_placeholder) {
     sql.text += '?';
     sql.values.push_back(std::move(content));
@@ -70,12 +71,11 @@ void bind_literal(FormatCursor& cursor, BoundSql& sql) {
 BoundSql bind_sql(std::string_view format, std::span<const SqlValue> values) {
   BoundSql sql;
   FormatCursor cursor(format, values);
-  bool is_value = false;
   while (!cursor.at_end()) {
     if (cursor.peek() == '"' || cursor.peek() == '\'')
       bind_literal(cursor, sql);
     else
-      sql.text += cursor.next(is_value);
+      sql.text += cursor.next().text;
   }
   return sql;
 }
@@ -83,7 +83,7 @@ BoundSql bind_sql(std::string_view format, std::span<const SqlValue> values) {
 std::string compose_sql(std::string_view format, std::span<const SqlValue> values) {
   std::string text;
   FormatCursor cursor(format, values);
-  for (bool is_value = false; !cursor.at_end();) text += cursor.next(is_value);
+  while (!cursor.at_end()) text += cursor.next().text;
   return text;
 }
 

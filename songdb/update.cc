@@ -68,7 +68,6 @@ SongInfo renamed(SongInfo song, const std::string& path) {
   if (song.title == song.fname) song.title = name;
   song.path = path;
   song.fname = name;
-  song.type = type_of(*name);
   return song;
 }
 

@@ -22,7 +22,10 @@ TEST_F(Update, DropsTheFirstRecordWhosePathBeginsWithTheFilesAndScansAnew) {
   store.add(song_of(3, "/abc" + no_music));
   EXPECT_EQ(update_song(store, decoder, no_music), 1);
   EXPECT_TRUE(store.contains(3));
+  mount_.write("var/log/MediaServer.log", "");
   EXPECT_EQ(update_song(store, decoder, mount_.path() + "/missing.mp3"), -1);
+  EXPECT_TRUE(testing::read_file("var/log/MediaServer.log")
+                  .ends_with(":Error statting: No such file or directory\n\n"));
   EXPECT_EQ(update_song(store, decoder, mount_.path() + "/share"), 1);
 }
 
