@@ -40,6 +40,7 @@ TEST_F(AddFileTest, KeepsTheBytesOfANameThatCannotBeConverted) {
     const std::string file = write_file(std::string("\xFC/") + name, "GIF89a\x05");
     const std::string said = printed([&] { EXPECT_EQ(MmsAddMediaFile(session, file), 1); });
     EXPECT_NE(said.find(reported), std::string::npos) << name << ": " << said;
+    EXPECT_EQ(said.find("1ret"), std::string_view(reported).find("1ret")) << name << ": " << said;
     EXPECT_EQ(column(std::string("select UTF_fname from ") + table), name);
     const int removal = std::string_view(name).ends_with(".srt") ? -1 : 0;
     printed([&] { EXPECT_EQ(RemoveMediaFile(session, file), removal) << name; });
