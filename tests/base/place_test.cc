@@ -26,6 +26,10 @@ TEST(Place, IsFoundFromTheAdministratorsFolderOn) {
   for (int hop = 0; hop <= 40; ++hop)  // from hop1 on there are 40 links to follow
     fs::create_symlink(hop == 40 ? "deep/a" : "hop" + std::to_string(hop + 1),
                        "m/.systemfile/hop" + std::to_string(hop));
+  fs::create_symlink("deep", "m/.systemfile/first");
+  fs::create_hard_link("m/.systemfile/first", "m/.systemfile/second");
+  fs::create_symlink("deep", "m/.systemfile/strange");
+  const bool is_strange = geteuid() == 0 && lchown("m/.systemfile/strange", 1000, 1000) == 0;
   const struct {
     const char *path, *folder, *name;
     int error;
@@ -36,6 +40,8 @@ TEST(Place, IsFoundFromTheAdministratorsFolderOn) {
       {"m/.systemfile/dotted/a", "m/.systemfile/deep/.", "a", 0},
       {"m/.systemfile/hop1", "m/.systemfile/deep", "a", 0},
       {"m/.systemfile/hop0", "", "", ELOOP},
+      {"m/.systemfile/second/a", "", "", ELOOP},
+      {"m/.systemfile/strange/a", "m/.systemfile/deep", "a", is_strange ? ELOOP : 0},
       {"m/.systemfile/none/a", "", "", ENOENT},
       {"m/.systemfile/deep/a/b", "", "", ENOTDIR},
       {"m/.systemfile/", "m", ".systemfile", 0},

@@ -13,11 +13,14 @@ namespace {
 using ScanTest = testing::CatalogueTest;
 
 TEST_F(ScanTest, CommitsInBatchesAndTheRestWhenTheCatalogueCloses) {
-  for (int i = 0; i < 501; ++i) write_file("t/" + std::to_string(i) + ".iso");
+  const std::string long_name(240, 'x');
+  for (int i = 0; i < 501; ++i) write_file("t/" + long_name + std::to_string(i) + ".iso");
   ScanMediaDirectory(session, path("t"), ScanMode::kBothStores);
   EXPECT_EQ(committed("select count(*) from video_tbl"), "500");
   db.close();
-  EXPECT_EQ(committed("select count(*) from video_tbl"), "501");
+  EXPECT_EQ(
+      committed("select count(distinct UTF_fname) from video_tbl where instr(UTF_fname,'" + long_name + "')"),
+      "501");
 }
 
 TEST_F(ScanTest, WritesTheSongStoreAloneInModeOne) {
