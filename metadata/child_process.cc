@@ -53,9 +53,9 @@ class SpawnOptions {
 
   // Starts a program, with nothing in its environment but PATH. Returns 0 or an errno value.
   int spawn(std::vector<std::string> command, std::string path, pid_t& id) const {
-    std::vector<char*> arguments;
-    for (std::string& argument : command) arguments.push_back(argument.data());
-    arguments.push_back(nullptr);
+    std::vector<char*> arguments(command.size() + 1);  // a null pointer ends them
+    std::transform(command.begin(), command.end(), arguments.begin(),
+                   [](std::string& argument) { return argument.data(); });
     path.insert(0, "PATH=");
     char* const environment[] = {path.data(), nullptr};
     return posix_spawn(&id, arguments[0], &files_, &attributes_, arguments.data(), environment);

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadata/mp3_frame_search.h"
 
+#include <algorithm>
 #include <cinttypes>
+#include <string_view>
 
 #include "base/log.h"
 #include "metadata/reader_log.h"
@@ -52,7 +54,7 @@ Judgement search_block(const std::string& path, const Mp3Block& block, std::size
 // their top bits left in, so the result may lie anywhere; it is only where the search is tried first.
 std::optional<std::uint64_t> id3_tag_size(const Mp3Block& first) {
   const Bytes b = first.bytes();
-  if (b[0] != 'I' || b[1] != 'D' || b[2] != '3') return std::nullopt;
+  if (!std::ranges::equal(b.first(3), std::string_view("ID3"))) return std::nullopt;
   const std::int32_t size = b[6] << 21 | b[7] << 14 | b[8] << 7 | b[9];
   err_log(kVerbose, kReaders, "Found ID3 header\n");
   err_log(kVerbose, kReaders, "Header length: %d\n", size);
