@@ -4,7 +4,6 @@
 #include <syslog.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
@@ -12,7 +11,6 @@
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <system_error>
 
 #include "base/locations.h"
 #include "base/stream.h"
@@ -139,11 +137,8 @@ void err_log(int level, std::uint32_t category, const char* format, ...) {
   va_end(arguments);
   const char* const message = text.c_str();
 
-  try {
+  {
     const std::lock_guard lock(log_mutex);
-    write_message(message, fatal, category);
-  } catch (const std::system_error& error) {
-    errno = error.code().value();
     write_message(message, fatal, category);
   }
   if (fatal) std::exit(1);
