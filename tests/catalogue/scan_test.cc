@@ -44,6 +44,10 @@ TEST_F(ScanTest, WritesAFoldersOwnRowWithItsSlash) {
                    path("t/") + "'"),
             "4000000000001 4000000000007 5000|4000000000002 0 0000");
   EXPECT_EQ(column("select ParentID||Depth from video_tbl"), "40000000000015|40000000000020");
+
+  run("drop table path_objid_tbl;");  // without its row a folder is left out
+  printed([&] { EXPECT_EQ(ScanMusic(session, {path("t/"), 0}, ScanMode::kFolderRows, queue), 0); });
+  EXPECT_EQ(column("select count(*) from video_tbl"), "2");
 }
 
 TEST(Depth, IsCountedFromTheFirstThreeCharactersOfTheShare) {
