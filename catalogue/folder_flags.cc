@@ -113,9 +113,7 @@ bool read_folder_rows(Database& db, std::vector<FolderRow>& folders) {
   return !rows.failed();
 }
 
-// Rows whose flags stay the same are not written.
 int store_flags(Database& db, const FolderRow& folder, const Flags& flags) {
-  if (folder.flags == flags) return 1;
   if (flags == Flags{}) {
     if (db.exec(kClearFlags, folder.rowid) != SQLITE_OK)
       return report(db, 5, composed(kClearFlags, folder.rowid));
@@ -137,21 +135,33 @@ void read_folders(Database& db, FolderSets& sets) {
 }
 
 int Assign_pathtbl_media(Database& db, FolderSets sets) {
-  std::vector<FolderRow> folders;
-  if (!read_folder_rows(db, folders)) return report(db, 1, "select path,ROWID from path_objid_tbl end;");
+  return mend_folder_flags(db, std::move(sets), true) ? 1 : 0;
+}
 
+std::optional<std::size_t> mend_folder_flags(Database& db, FolderSets sets, bool write) {
+  const auto failed = [&db](int site, const std::string& sql) {
+    report(db, site, sql);
+    return std::nullopt;
+  };
+  std::vector<FolderRow> folders;
+  if (!read_folder_rows(db, folders)) return failed(1, "select path,ROWID from path_objid_tbl end;");
+
+  std::size_t wrong = 0;
   MediaFolders music(db, MediaClass::kMusic, sets), video(db, MediaClass::kVideo, sets),
       photo(db, MediaClass::kPhoto, sets);
   for (const FolderRow& folder : folders) {
     const std::optional<bool> has_music = music.any_below(folder.path);
-    if (!has_music) return report(db, 2, music.query(folder.path));
+    if (!has_music) return failed(2, music.query(folder.path));
     const std::optional<bool> has_video = video.any_below(folder.path);
-    if (!has_video) return report(db, 3, video.query(folder.path));
+    if (!has_video) return failed(3, video.query(folder.path));
     const std::optional<bool> has_photo = photo.any_below(folder.path);
-    if (!has_photo) return report(db, 4, photo.query(folder.path));
-    if (store_flags(db, folder, {*has_video, *has_music, *has_photo}) == 0) return 0;
+    if (!has_photo) return failed(4, photo.query(folder.path));
+    const Flags flags{*has_video, *has_music, *has_photo};
+    if (folder.flags == flags) continue;
+    if (write && store_flags(db, folder, flags) == 0) return std::nullopt;
+    ++wrong;
   }
-  return 1;
+  return wrong;
 }
 
 }  // namespace corvexal

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <optional>
 
 #include "catalogue/database.h"
@@ -19,5 +20,9 @@ void read_folders(Database& db, FolderSets& sets);
 // the folder or below it. Returns 1, or 0 at the first failure, which is printed; folders before it keep
 // their new flags. Folders that are absent are read when the first folder row asks for them.
 int Assign_pathtbl_media(Database& db, FolderSets sets = {});
+
+// The same, but the result is the number of folder rows whose flags were wrong, absent after a failure.
+// Nothing is written when `write` is false.
+std::optional<std::size_t> mend_folder_flags(Database& db, FolderSets sets, bool write);
 
 }  // namespace corvexal

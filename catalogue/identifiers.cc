@@ -9,7 +9,8 @@
 namespace corvexal {
 namespace {
 
-constexpr std::uint64_t kHighestNumber = std::numeric_limits<std::int64_t>::max();
+// Of a row's No: the updater's runs and clients of the catalogue read an int.
+constexpr std::uint64_t kHighestNumber = std::numeric_limits<std::int32_t>::max();
 
 // The number that the whole text spells, as the updater would write it; 0 for any other text.
 std::uint64_t plain_number(std::string_view text) {
@@ -76,7 +77,8 @@ std::uint64_t& IdentifierSource::objid(Database& db) {
 
 std::int64_t& IdentifierSource::number(Database& db) {
   if (!number_) {
-    Rows rows = db.select("select max(cast(No as integer)) from %s;", table_.name);
+    Rows rows = db.select("select max(cast(No as integer)) from %s where cast(No as integer) < %llu;",
+                          table_.name, kHighestNumber);
     number_ = (rows.next() ? rows.number(0) : 0) + 1;
   }
   return *number_;

@@ -329,9 +329,16 @@ class Reconciler {
         fail(table_of(media_class), "its sort tables cannot be written");
     }
     relink();
-    if (task_.preview || !counts_.any_change()) return;
-    if (Assign_pathtbl_media(db_) == 0) fail("path_objid_tbl", "the folders' flags cannot be written");
-    save_counters();
+    mend_flags();
+    if (!task_.preview && counts_.any_change()) save_counters();
+  }
+
+  // They follow from the files' rows, so they count where they alone were wrong.
+  void mend_flags() {
+    if (task_.preview && counts_.any_change()) return;
+    const auto mended = mend_folder_flags(db_, {}, !task_.preview);
+    if (!mended) return fail("path_objid_tbl", "the folders' flags cannot be written");
+    if (!counts_.any_change()) counts_.mended += *mended;
   }
 
   // A playlist beside the task's folders, whose row goes with its own folder's sync.

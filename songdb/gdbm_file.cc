@@ -64,8 +64,8 @@ GdbmFile open_gdbm(const std::string& path, int mode) {
 }
 
 std::string gdbm_failure() {
-  const char* reason = std::strerror(errno);
-  return std::string(gdbm_strerror(gdbm_errno)) + ": " + reason;
+  const std::string reason = std::strerror(errno);
+  return gdbm_errno == GDBM_NO_ERROR ? reason : gdbm_strerror(gdbm_errno) + (": " + reason);
 }
 
 Bytes Datum::bytes() const {
