@@ -80,7 +80,6 @@ datum as_datum(Bytes bytes) {
 KeyWalk::KeyWalk(GDBM_FILE db) : db_(db), steps_left_(size_of(db) / kSlotSize) {}
 
 bool KeyWalk::next() {
-  if (damaged_) return false;
   key_ = Datum(started_ ? gdbm_nextkey(db_, key_.borrowed()) : gdbm_firstkey(db_));
   started_ = true;
   if (!key_) {
