@@ -61,10 +61,9 @@ void put(PackedSong& record, std::size_t at, Number value) {
 
 // The number at an offset; 0 when it does not lie inside the record.
 template <class Number>
-Number number_at(Bytes record, std::uint64_t at) {
+Number number_at(Bytes record, std::size_t at) {
   Number value = 0;
-  if (at <= record.size() && record.size() - at >= sizeof value)
-    std::memcpy(&value, record.data() + at, sizeof value);
+  if (at + sizeof value <= record.size()) std::memcpy(&value, record.data() + at, sizeof value);
   return value;
 }
 
