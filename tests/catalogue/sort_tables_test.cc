@@ -146,20 +146,20 @@ TEST_F(SortTablesTest, AreRebuiltWithTheFoldersFlagsAndLeaveTheOtherClassesAlone
   run("update music_tbl set Genre = 'Rock';");
   run("update path_objid_tbl set have_video = '1', have_music = ''||(ROWID % 2), have_photo = ''||(ROWID % "
       "3);");
+  const auto has_rows = [](const std::string& table) {
+    return "||(select COUNT(No) > 0 from " + table + " where UTF_Path like path||'%%')";
+  };
   for (const char* objid : {"3040000000001", "3040000000002"}) {
     printed([this] { EXPECT_EQ(rebuild_for_whole_catalogue(session), 1); });
     EXPECT_FALSE(db.is_open());
     EXPECT_EQ(column("select ObjID from music_sortGen_tbl"), objid);
+    EXPECT_EQ(column("select path||have_video||have_music||have_photo from path_objid_tbl"),
+              column("select path" + has_rows("video_tbl") + has_rows("music_tbl") + has_rows("photo_tbl") +
+                     " from path_objid_tbl order by ROWID"));
   }
   EXPECT_EQ(column("select value from record_objid_tbl where name == 'music_file_gen_objid'"),
             "3040000000002|3040000000003");
   EXPECT_EQ(column("select idx from video_sortidx_tbl"), "old");
-  const auto has_rows = [](const std::string& table) {
-    return "||(select COUNT(No) > 0 from " + table + " where UTF_Path like path||'%%')";
-  };
-  EXPECT_EQ(column("select path||have_video||have_music||have_photo from path_objid_tbl"),
-            column("select path" + has_rows("video_tbl") + has_rows("music_tbl") + has_rows("photo_tbl") +
-                   " from path_objid_tbl order by ROWID"));
 }
 
 }  // namespace
