@@ -144,9 +144,6 @@ class Database {
   // Opens the transaction before its first write, so that what is read from here on stays as it is.
   void begin_writing();
 
-  // The ROWID of the last row that was inserted.
-  [[nodiscard]] std::int64_t last_rowid() const { return sqlite3_last_insert_rowid(handle_.get()); }
-
   // How many rows the last statement that wrote has changed.
   [[nodiscard]] std::uint64_t changed_rows() const {
     return static_cast<std::uint64_t>(sqlite3_changes(handle_.get()));

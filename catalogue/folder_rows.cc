@@ -32,22 +32,13 @@ std::string_view folder_around(std::string_view folder) {
   return folder.substr(0, folder.rfind('/', folder.size() - 2) + 1);
 }
 
-int write_folder_row(Database& db, FolderRef& folder, std::uint64_t parent, int level) {
-  auto& [path, row] = folder;
-  int code = SQLITE_OK;
-  if (row.rowid != 0) {
-    code = db.write("update path_objid_tbl set path=?,ObjID=?,Dir_ParentID=?,Level=? where ROWID=?;", path,
+int write_folder_row(Database& db, const FolderRef& folder, std::uint64_t parent, int level) {
+  const auto& [path, row] = folder;
+  if (row.rowid != 0)
+    return db.write("update path_objid_tbl set path=?,ObjID=?,Dir_ParentID=?,Level=? where ROWID=?;", path,
                     row.objid, parent, level, row.rowid);
-  } else {
-    code = db.exec(R"(insert into path_objid_tbl values ("%s","%llu","%llu","%d","0","0","0");)", path,
-                   row.objid, parent, level);
-    if (code == SQLITE_OK) row.rowid = db.last_rowid();
-  }
-  if (code != SQLITE_OK) return code;
-  row.parent = parent;
-  row.level = level;
-  row.row_is_spelt = true;
-  return code;
+  return db.exec(R"(insert into path_objid_tbl values ("%s","%llu","%llu","%d","0","0","0");)", path,
+                 row.objid, parent, level);
 }
 
 }  // namespace corvexal

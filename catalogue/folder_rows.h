@@ -37,6 +37,6 @@ using FolderRef = Folders::value_type;
 
 // Writes a folder's row: in place where there is one, else anew with zero flags. Returns SQLite's result
 // code.
-int write_folder_row(Database& db, FolderRef& folder, std::uint64_t parent, int level);
+int write_folder_row(Database& db, const FolderRef& folder, std::uint64_t parent, int level);
 
 }  // namespace corvexal

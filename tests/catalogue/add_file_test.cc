@@ -43,7 +43,7 @@ TEST_F(AddFileTest, KeepsTheBytesOfANameThatCannotBeConverted) {
     EXPECT_EQ(said.find("1ret"), std::string_view(reported).find("1ret")) << name << ": " << said;
     EXPECT_EQ(column(std::string("select UTF_fname from ") + table), name);
     const int removal = std::string_view(name).ends_with(".srt") ? -1 : 0;
-    printed([&] { EXPECT_EQ(RemoveMediaFile(session, file), removal) << name; });
+    printed([&] { EXPECT_EQ(RemoveMediaFile(session, file), removal) << file; });
     EXPECT_EQ(column(std::string("select UTF_fname from ") + table), removal == 0 ? "" : name);
   }
 }
