@@ -122,6 +122,7 @@ int Database::wait_for_lock(void* database, int tries) {
 void Database::close() {
   if (!handle_) return;
   if (in_transaction()) settle(check(simple("COMMIT")), true);
+  uncommitted_rows_ = 0;
   prepared_.clear();
   handle_.reset();
   files_.reset();

@@ -32,9 +32,9 @@ constexpr const char* kSetFlags =
     R"(update path_objid_tbl set have_video = "%d", have_music = "%d", have_photo = "%d" where ROWID =='%s';)";
 constexpr std::size_t kLikePatternLimit = 50'000;  // bytes; "like" refuses longer patterns
 
-int report(Database& db, int site, const std::string& sql) {
+std::nullopt_t report(Database& db, int site, const std::string& sql) {
   std::printf("%dAssign_pathtbl_media():sql query[%s] error[%s]\n", site, sql.c_str(), db.error_text());
-  return 0;
+  return std::nullopt;
 }
 
 // Whether an index leads from folder to folder.
@@ -113,16 +113,14 @@ bool read_folder_rows(Database& db, std::vector<FolderRow>& folders) {
   return !rows.failed();
 }
 
-int store_flags(Database& db, const FolderRow& folder, const Flags& flags) {
-  if (flags == Flags{}) {
-    if (db.exec(kClearFlags, folder.rowid) != SQLITE_OK)
-      return report(db, 5, composed(kClearFlags, folder.rowid));
-    return 1;
-  }
-  const int video = flags.video ? 1 : 0, music = flags.music ? 1 : 0, photo = flags.photo ? 1 : 0;
-  if (db.exec(kSetFlags, video, music, photo, folder.rowid) != SQLITE_OK)
-    return report(db, 6, composed(kSetFlags, video, music, photo, folder.rowid));
-  return 1;
+bool store_flags(Database& db, const FolderRow& folder, const Flags& flags) {
+  const auto store = [&db](int site, const char* statement, const auto&... values) {
+    if (db.exec(statement, values...) == SQLITE_OK) return true;
+    report(db, site, composed(statement, values...));
+    return false;
+  };
+  if (flags == Flags{}) return store(5, kClearFlags, folder.rowid);
+  return store(6, kSetFlags, flags.video ? 1 : 0, flags.music ? 1 : 0, flags.photo ? 1 : 0, folder.rowid);
 }
 
 }  // namespace
@@ -139,26 +137,22 @@ int Assign_pathtbl_media(Database& db, FolderSets sets) {
 }
 
 std::optional<std::size_t> mend_folder_flags(Database& db, FolderSets sets, bool write) {
-  const auto failed = [&db](int site, const std::string& sql) {
-    report(db, site, sql);
-    return std::nullopt;
-  };
   std::vector<FolderRow> folders;
-  if (!read_folder_rows(db, folders)) return failed(1, "select path,ROWID from path_objid_tbl end;");
+  if (!read_folder_rows(db, folders)) return report(db, 1, "select path,ROWID from path_objid_tbl end;");
 
   std::size_t wrong = 0;
   MediaFolders music(db, MediaClass::kMusic, sets), video(db, MediaClass::kVideo, sets),
       photo(db, MediaClass::kPhoto, sets);
   for (const FolderRow& folder : folders) {
     const std::optional<bool> has_music = music.any_below(folder.path);
-    if (!has_music) return failed(2, music.query(folder.path));
+    if (!has_music) return report(db, 2, music.query(folder.path));
     const std::optional<bool> has_video = video.any_below(folder.path);
-    if (!has_video) return failed(3, video.query(folder.path));
+    if (!has_video) return report(db, 3, video.query(folder.path));
     const std::optional<bool> has_photo = photo.any_below(folder.path);
-    if (!has_photo) return failed(4, photo.query(folder.path));
+    if (!has_photo) return report(db, 4, photo.query(folder.path));
     const Flags flags{*has_video, *has_music, *has_photo};
     if (folder.flags == flags) continue;
-    if (write && store_flags(db, folder, flags) == 0) return std::nullopt;
+    if (write && !store_flags(db, folder, flags)) return std::nullopt;
     ++wrong;
   }
   return wrong;

@@ -22,7 +22,7 @@ void read_folders(Database& db, FolderSets& sets);
 int Assign_pathtbl_media(Database& db, FolderSets sets = {});
 
 // The same, but the result is the number of folder rows whose flags were wrong, absent after a failure.
-// Nothing is written when `write` is false.
+// Those alone are written, and nothing when `write` is false.
 std::optional<std::size_t> mend_folder_flags(Database& db, FolderSets sets, bool write);
 
 }  // namespace corvexal

