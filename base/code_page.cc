@@ -14,6 +14,8 @@
 namespace corvexal {
 namespace {
 
+using namespace std::string_view_literals;
+
 constexpr std::size_t kLineLength = 23;
 
 struct Word {
@@ -34,7 +36,7 @@ CodePage read_code_page() {
   std::array<std::uint8_t, kLineLength> bytes{};
   const std::size_t count = file.read_at(0, bytes);
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), count);
-  const std::string_view line = text.substr(0, text.find_first_of(std::string_view("\n\0", 2)));
+  const std::string_view line = text.substr(0, text.find_first_of("\n\0"sv));
   return std::find_if(std::begin(kWords), std::end(kWords),
                       [&](const Word& row) { return line.find(row.word) != std::string_view::npos; })
       ->code_page;  // the last one's word is in every line

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/config.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -30,7 +31,7 @@ constexpr Key kKeys[] = {
 
 // The NUL-terminated text at `at`; empty past the line.
 std::string_view text_at(const Line& line, std::size_t at) {
-  return at < kLineSize ? std::string_view(line.data() + at) : std::string_view();
+  return line.data() + std::min(at, kLineSize);
 }
 
 // `length` counts the line's line end.
@@ -49,8 +50,7 @@ void apply_line(const Line& line, std::size_t length, ConfigRecord& record) {
   }
 }
 
-int fail(std::span<const char* const> arguments) {
-  const int reason = errno;
+int fail(std::span<const char* const> arguments, int reason) {
   std::printf("error happen: %s\n", arguments.empty() ? "" : arguments[0]);
   errno = reason;
   return -1;
@@ -66,12 +66,9 @@ const char* file_to_read(int mode, std::span<const char* const> arguments) {
 
 int readconfig(int mode, std::span<const char* const> arguments, ConfigRecord& record) {
   const char* name = file_to_read(mode, arguments);
-  if (name == nullptr) {
-    errno = 0;
-    return fail(arguments);
-  }
+  if (name == nullptr) return fail(arguments, 0);
   const Stream file = open_for_reading(name);
-  if (!file) return fail(arguments);
+  if (!file) return fail(arguments, errno);
 
   Line line{};
   std::size_t length = 0;
@@ -83,11 +80,10 @@ int readconfig(int mode, std::span<const char* const> arguments, ConfigRecord& r
       length = 0;
     } else if (length == kLineSize) {
       std::puts("error: singel line string too long");
-      errno = 0;
-      return fail(arguments);
+      return fail(arguments, 0);
     }
   }
-  return std::ferror(file.get()) != 0 ? fail(arguments) : 0;
+  return std::ferror(file.get()) != 0 ? fail(arguments, errno) : 0;
 }
 
 }  // namespace corvexal

@@ -34,8 +34,7 @@ bool is_reached_by_trusted_links(const std::string& path) {
 
 bool lies_below(const std::string& path, const std::string& folder) {
   std::error_code error;
-  const std::string real = std::filesystem::canonical(path, error).string();
-  if (error) return false;
+  const std::string real = std::filesystem::canonical(path, error).string();  // empty when it has none
   const std::string top = std::filesystem::canonical(folder, error).string();
   return !error && real.starts_with(top == "/" ? top : top + '/');
 }
@@ -77,25 +76,24 @@ std::uint64_t File::next_data(std::uint64_t offset) {
   const off_t data = lseek(fd_.get(), static_cast<off_t>(offset), SEEK_DATA);
   if (data < 0 && errno == ENXIO) return size_;
   data_begin_ = data < 0 ? offset : static_cast<std::uint64_t>(data);
-  const off_t hole = data < 0 ? -1 : lseek(fd_.get(), data, SEEK_HOLE);
-  data_end_ = hole < 0 ? size_ : static_cast<std::uint64_t>(hole);
+  const auto hole = static_cast<std::uint64_t>(lseek(fd_.get(), data, SEEK_HOLE));
+  data_end_ = std::min(hole, size_);  // up to the end where none is told
   return std::min(data_begin_, size_);
 }
 
 std::uint64_t File::last_in_hole(std::uint64_t offset, std::uint64_t size, std::uint64_t step) {
-  const std::uint64_t data = next_data(offset);
-  return data < offset + size ? offset : offset + (data - offset - size) / step * step;
+  const std::uint64_t end = offset + size;
+  return offset + (std::max(next_data(offset), end) - end) / step * step;
 }
 
 int File::duplicate() const {
-  const int copy = fcntl(fd_.get(), F_DUPFD_CLOEXEC, 0);
-  if (copy >= 0) lseek(copy, 0, SEEK_SET);
-  return copy;
+  lseek(fd_.get(), 0, SEEK_SET);  // which the copy shares
+  return fcntl(fd_.get(), F_DUPFD_CLOEXEC, 0);
 }
 
 std::size_t File::read_at(std::uint64_t offset, std::span<std::uint8_t> into) {
-  if (offset >= size_) return 0;
-  into = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), size_ - offset)));
+  const std::uint64_t left = size_ - std::min(offset, size_);
+  into = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), left)));
   std::size_t done = 0;
   while (done < into.size()) {
     const ssize_t n =

@@ -2,7 +2,6 @@
 #include "base/json_text.h"
 
 #include <cstdint>
-#include <cstdio>
 
 #include "base/text.h"
 
@@ -16,9 +15,7 @@ void append_ascii(std::string& json, char c) {
     json += '\\';
     json += c;
   } else if (static_cast<std::uint8_t>(c) < 0x20) {
-    char escape[8];
-    std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
-    json += escape;
+    json += "\\u00" + hex_digits(c);
   } else {
     json += c;
   }

@@ -8,12 +8,15 @@
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
+#include <iomanip>
 #include <mutex>
+#include <sstream>
 #include <string>
 #include <string_view>
 
 #include "base/locations.h"
 #include "base/stream.h"
+#include "base/text.h"
 
 namespace corvexal {
 
@@ -29,6 +32,16 @@ std::mutex log_mutex;  // keeps the lines of different threads apart
 constexpr std::uint32_t kNoExtraCopy = 0x800;
 constexpr std::size_t kMessageSize = 1024;
 
+// The time by the device's clock, in a format of strftime; empty where the system cannot tell it.
+std::string local_time(const char* format) {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  if (localtime_r(&now, &local) == nullptr) return {};
+  std::ostringstream text;
+  text << std::put_time(&local, format);
+  return text.str();
+}
+
 void write_to_standard_error(const char* message, bool fatal) {
   std::fputs(message, stderr);
   if (fatal) std::fputs("Aborting\n", stderr);
@@ -41,12 +54,9 @@ void write_to_syslog(const char* message, bool fatal) {
 
 void write_to_log_file(const char* message, bool fatal) {
   if (log_file == nullptr) return;
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  char stamp[256] = "";
-  if (localtime_r(&now, &local) != nullptr) std::strftime(stamp, sizeof stamp, "%Y-%m-%d %T", &local);
-  std::fprintf(log_file, "%s: %s", stamp, message);
-  if (fatal) std::fprintf(log_file, "%s: Aborting\n", stamp);
+  const std::string stamp = local_time("%Y-%m-%d %T");
+  std::fprintf(log_file, "%s: %s", stamp.c_str(), message);
+  if (fatal) std::fprintf(log_file, "%s: Aborting\n", stamp.c_str());
   std::fflush(log_file);
 }
 
@@ -71,11 +81,7 @@ void append_escaped(std::string& escaped, std::string_view text) {
       continue;
     }
     const std::size_t length = text[i] == '\xC2' ? 2 : 1;
-    for (const char c : text.substr(i, length)) {
-      char digits[8];
-      std::snprintf(digits, sizeof digits, "\\x%02x", static_cast<unsigned char>(c));
-      escaped += digits;
-    }
+    for (const char c : text.substr(i, length)) escaped += "\\x" + hex_digits(c);
     i += length - 1;
   }
 }
@@ -88,8 +94,7 @@ __attribute__((format(printf, 1, 0))) std::string message_of(const char* format,
   va_copy(again, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, again);
   va_end(again);
-  if (length < 0) return {};
-  std::string text(static_cast<std::size_t>(length) + 1, '\0');
+  std::string text(static_cast<std::size_t>(std::max(length, 0)) + 1, '\0');
   std::vsnprintf(text.data(), text.size(), format, arguments);
   text.pop_back();
   text.resize(std::min(text.size(), limit - 1));
@@ -116,10 +121,7 @@ void error_printf(const char* format, ...) {
 void log_printf(const char* format, ...) {
   const Stream file(std::fopen(kLogFile, "a+e"));
   if (!file) return;
-  const std::time_t now = std::time(nullptr);
-  char stamp[64] = "";
-  if (ctime_r(&now, stamp) == nullptr) stamp[0] = '\0';
-  std::fprintf(file.get(), "%s:", stamp);
+  std::fprintf(file.get(), "%s:", local_time("%a %b %e %T %Y\n").c_str());
   std::va_list arguments;
   va_start(arguments, format);
   std::fputs(message_of(format, arguments).c_str(), file.get());

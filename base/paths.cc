@@ -25,7 +25,7 @@ std::string_view GetFileName(std::string_view path) {
 }
 
 std::string FileBaseName(std::string_view path, std::string_view separator, bool keep_extension) {
-  if (!separator.empty() && path.ends_with(separator)) path.remove_suffix(separator.size());
+  if (path.ends_with(separator)) path.remove_suffix(separator.size());
   if (const std::size_t at = path.rfind(separator); at != std::string_view::npos && !separator.empty())
     path.remove_prefix(at + separator.size());
   if (keep_extension) return std::string(path);

@@ -34,6 +34,12 @@ int decimal_value(std::string_view text) {
       std::clamp<long>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
+std::string hex_digits(char byte) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  const auto value = static_cast<std::uint8_t>(byte);
+  return {kDigits[value / kDigits.size()], kDigits[value % kDigits.size()]};
+}
+
 std::size_t utf8_character_length(std::string_view text) {
   // The first bytes of each form, and the range that the second byte is in; the others are 0x80 to 0xBF.
   // Overlong forms, surrogates and what lies above U+10FFFF fall between the rows.

@@ -20,6 +20,9 @@ void StringToLower(std::string& text);
 // what is no number gives 0, and a number outside the range of int gives the nearest bound.
 [[nodiscard]] int decimal_value(std::string_view text);
 
+// The two hexadecimal digits of a byte, in lower case.
+[[nodiscard]] std::string hex_digits(char byte);
+
 // The length in bytes, 1 to 4, of the UTF-8 character (RFC 3629) at the start of `text`; 0 when there is
 // none. Surrogates, overlong forms and what lies above U+10FFFF are no characters.
 [[nodiscard]] std::size_t utf8_character_length(std::string_view text);

@@ -55,10 +55,12 @@ TEST(File, KnowsItsHoles) {
   const std::string path = folder.write_sparse("a", "head", 3 * kHole, "tail");
   std::filesystem::resize_file(path, 5 * kHole);
   File file(path);
+  const off_t end_of_head = lseek(Descriptor(file.duplicate()).get(), 0, SEEK_HOLE);
   if (file.next_data(kHole) == kHole) GTEST_SKIP() << "this file system knows no holes";
   EXPECT_EQ(file.next_data(4 * kHole), 5 * kHole);
   for (const auto& [offset, data] : {std::pair{0 * kHole, 0 * kHole},
                                      {1, 1},
+                                     {static_cast<std::uint64_t>(end_of_head), 3 * kHole},
                                      {kHole, 3 * kHole},
                                      {3 * kHole + 1, 3 * kHole + 1},
                                      {2 * kHole, 3 * kHole}})

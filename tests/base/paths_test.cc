@@ -27,6 +27,8 @@ TEST(Paths, AreTakenApart) {
   }
   EXPECT_EQ(FileBaseName("/a/song.tar.gz", "/", false), "song.tar");
   EXPECT_EQ(FileBaseName("/a/b.c/", "/", true), "b.c");
+  EXPECT_EQ(FileBaseName("/a/b.c", "/", true), "b.c");
+  EXPECT_EQ(PathDepthOf("/a/b/c"), 1);
 }
 
 }  // namespace

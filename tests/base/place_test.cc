@@ -49,6 +49,7 @@ TEST(Place, IsFoundFromTheAdministratorsFolderOn) {
       {"/a", "", "a", 0},
   };
   for (const auto& row : rows) {
+    errno = ENOENT;
     const auto place = find_place(row.path);
     ASSERT_EQ(place.has_value(), row.error == 0) << row.path;
     if (!place) {
@@ -81,6 +82,7 @@ TEST(Place, OpensWhatIsPlainAlone) {
       {"plain", O_RDWR | O_CREAT, 0, "Success"},
       {"new", O_RDWR | O_CREAT, 0, "Success"},
       {"other", O_RDWR | O_CREAT | O_EXCL, 0, "Success"},
+      {"plain/new", O_RDWR | O_CREAT | O_EXCL, ENOTDIR, "Not a directory"},
       {"missing", O_RDWR, ENOENT, "No such file or directory"},
       {"plain", O_RDWR | O_CREAT | O_EXCL, EEXIST, "File exists"},
       {"link", O_RDONLY, ELOOP, "a symbolic link on the way does not belong to root"},
@@ -89,6 +91,7 @@ TEST(Place, OpensWhatIsPlainAlone) {
       {"folder", O_RDONLY, EINVAL, "it is no regular file"},
   };
   for (const auto& row : rows) {
+    errno = ENOENT;  // from an earlier call
     const Descriptor file = open_plain_file(AT_FDCWD, row.name, row.flags, 0640);
     const int error = file ? 0 : errno;
     EXPECT_EQ(error, row.error) << row.name;
@@ -100,6 +103,8 @@ TEST(Place, OpensWhatIsPlainAlone) {
     EXPECT_TRUE(!is_new || (fstat(file.get(), &status) == 0 && (status.st_mode & 0137) == 0)) << row.name;
   }
   EXPECT_EQ(testing::read_file("plain"), "text");
+  errno = ENOENT;
+  EXPECT_TRUE(reopen(Descriptor(open("plain", O_PATH)), AT_FDCWD, "gone by now", O_RDONLY));
 }
 
 }  // namespace

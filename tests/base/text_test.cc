@@ -40,12 +40,13 @@ TEST(Utf8, IsCutBetweenCharacters) {
   const std::size_t lengths[] = {0, 1, 1, 3, 3, 3, 6, 6, 6, 6, 10, 10};
   for (std::size_t most = 0; most < std::size(lengths); ++most)
     EXPECT_EQ(utf8_prefix(text, most), text.substr(0, lengths[most])) << most;
+  EXPECT_EQ(utf8_prefix("\u0800", 2), "");
   EXPECT_EQ(utf8_prefix("\x80\x80\x80\x80\x80\x80", 5).size(), 5U);
 }
 
 TEST(JsonText, IsValidWhateverTheBytes) {
   EXPECT_EQ(json_text({"\"\\/\0\n\x1F\x7F", 7}), "\"\\\"\\\\/\\u0000\\u000a\\u001f\x7F\"");
-  EXPECT_EQ(json_text("ß東😀Gr\xFC\xDF\xE6\x9D"), "\"ß東😀Gr\uFFFD\uFFFD\uFFFD\uFFFD\"");
+  EXPECT_EQ(json_text("ß東😀Gr\xFC\xDF\xE6\x9Dx\xE6\x9D"), "\"ß東😀Gr\uFFFD\uFFFD\uFFFD\uFFFDx\uFFFD\uFFFD\"");
 }
 
 }  // namespace
