@@ -2,6 +2,7 @@
 #include "metadata/charset.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <iterator>
 #include <new>
@@ -14,41 +15,27 @@
 namespace corvexal {
 namespace {
 
-// The candidates of the pseudo sets. The Japanese set is known as "autodetect_jp" alone: the other lists name
-// it with capital letters, which is no set at all (EINVAL), and so they end there. Clients of the catalogue
-// rely on the names that come out of exactly these lists: spelling and order stay.
-constexpr const char* kUtf8Candidates[] = {"UTF-8",         "autodetect_BIG5", "autodetect_GB",
-                                           "autodetect_JP", "autodetect_kr",   "ISO-8859-1"};
-constexpr const char* kJapaneseCandidates[] = {
-    "ISO-2022-JP-2", "EUC-JP",          "CP932",         "ISO-2022-JP",   "ISO-2022-JP-1",
-    "SHIFT_JIS",     "autodetect_BIG5", "autodetect_GB", "autodetect_kr", "autodetect_utf8"};
-constexpr const char* kKoreanCandidates[] = {"ISO-2022-KR",   "CP949",           "JOHAB",
-                                             "EUC-KR",        "autodetect_BIG5", "autodetect_GB",
-                                             "autodetect_JP", "autodetect_utf8"};
-constexpr const char* kBig5Candidates[] = {"BIG5",          "CP950",          "BIG5-HKSCS",
-                                           "EUC-TW",        "autodetect_GB",  "autodetect_JP",
-                                           "autodetect_kr", "autodetect_utf8"};
-constexpr const char* kGbCandidates[] = {"EUC-CN",
-                                         "GBK",
-                                         "HZ",
-                                         "ISO-2022-CN",
-                                         "ISO-2022-CN-EXT",
-                                         "GB18030",
-                                         "autodetect_BIG5",
-                                         "autodetect_JP",
-                                         "autodetect_kr",
-                                         "autodetect_utf8"};
+constexpr const char* kUtf8[] = {"UTF-8"};
+constexpr const char* kJapanese[] = {"ISO-2022-JP-2", "EUC-JP",        "CP932",
+                                     "ISO-2022-JP",   "ISO-2022-JP-1", "SHIFT_JIS"};
+constexpr const char* kKorean[] = {"ISO-2022-KR", "CP949", "JOHAB", "EUC-KR"};
+constexpr const char* kBig5[] = {"BIG5", "CP950", "BIG5-HKSCS", "EUC-TW"};
+constexpr const char* kGb[] = {"EUC-CN", "GBK", "HZ", "ISO-2022-CN", "ISO-2022-CN-EXT", "GB18030"};
 
 struct PseudoSet {
   std::string_view name;
-  std::span<const char* const> candidates;
+  std::array<std::span<const char* const>, 3> candidates;
 };
 
-constexpr PseudoSet kPseudoSets[] = {{"autodetect_utf8", kUtf8Candidates},
-                                     {"autodetect_jp", kJapaneseCandidates},
-                                     {"autodetect_kr", kKoreanCandidates},
-                                     {"autodetect_BIG5", kBig5Candidates},
-                                     {"autodetect_GB", kGbCandidates}};
+// The candidates of the pseudo sets, as far as one ever comes: all name the Chinese ones, and those end at
+// "autodetect_JP", which is no set (EINVAL), as the Japanese one is "autodetect_jp". Clients of the catalogue
+// rely on the names that come out of exactly these lists: spelling and order stay.
+constexpr PseudoSet kPseudoSets[] = {{"autodetect_utf8", {kUtf8, kBig5, kGb}},
+                                     {"autodetect_jp", {kJapanese, kBig5, kGb}},
+                                     {"autodetect_kr", {kKorean, kBig5, kGb}},
+                                     {"autodetect_BIG5", {kBig5, kGb}},
+                                     {"autodetect_GB", {kGb, kBig5}}};
+constexpr int kEndOfCandidates = EINVAL;
 
 // The pseudo set for names on a disk of each code page.
 constexpr const char* kCodePageSets[] = {
@@ -60,18 +47,15 @@ class CandidateSearch {
   CandidateSearch(Converters& converters, const char* tocode, std::string_view input, Text* result)
       : converters_(converters), tocode_(tocode), input_(input), result_(result) {}
 
-  // Returns 0 with the result stored, or an errno value. `chain` has a bit for each pseudo set that is being
-  // tried: the lists name each other, and without it a text that fits nowhere would go round for ever.
-  int from(const char* charset, unsigned chain = 0) {
+  // Returns 0 with the result stored, or an errno value.
+  int from(const char* charset) {
     const auto* const set = std::find_if(std::begin(kPseudoSets), std::end(kPseudoSets),
                                          [&](const PseudoSet& row) { return row.name == charset; });
     if (set == std::end(kPseudoSets)) return from_known(charset);
-    const unsigned bit = 1U << (set - std::begin(kPseudoSets));
-    if ((chain & bit) != 0) return EILSEQ;
-    int error = EILSEQ;
-    for (const char* candidate : set->candidates)
-      if (error = from(candidate, chain | bit); error != EILSEQ) break;
-    return error;
+    for (const auto& candidates : set->candidates)
+      for (const char* candidate : candidates)
+        if (const int error = from_known(candidate); error != EILSEQ) return error;
+    return kEndOfCandidates;
   }
 
  private:

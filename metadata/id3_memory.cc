@@ -120,8 +120,8 @@ std::uint64_t count_strings(Bytes body, const Format& format, Kind kind) {
   if (format.unsynchronised || kind == Kind::latin_list || !is_of_16_bits(body))
     return static_cast<std::uint64_t>(std::ranges::count(body, 0)) + 1;
   std::uint64_t count = 1;
-  for (std::size_t at = 1; at + 1 < body.size(); at += 2)
-    if (body[at] == 0 && body[at + 1] == 0) ++count;
+  for (Bytes texts = body.subspan(1); texts.size() >= 2; texts = texts.subspan(2))
+    if (texts[0] == 0 && texts[1] == 0) ++count;
   return count;
 }
 

@@ -30,10 +30,8 @@ void PathIndex::put(Bytes key, Bytes record) {
 }
 
 void PathIndex::remove(Bytes key) {
-  const auto entry = by_key_.find(Key(key.begin(), key.end()));
-  if (entry == by_key_.end()) return;
-  by_path_.erase({entry->second.path, entry->first});
-  by_key_.erase(entry);
+  const auto entry = by_key_.extract(Key(key.begin(), key.end()));
+  if (entry) by_path_.erase({entry.mapped().path, entry.key()});
 }
 
 PathIndex::Answer PathIndex::records_below(std::string_view path) const {

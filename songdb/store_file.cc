@@ -21,7 +21,7 @@ namespace {
 
 // What gdbm may need for one change besides the record itself: a bucket or two, blocks of free space, and
 // twice the directory, whose size goes with the file's.
-constexpr off_t kRoomForBuckets = off_t{64} * 1024;
+constexpr off_t kRoomForBuckets = 65536;
 constexpr off_t kFilePerDirectory = 256;
 
 std::optional<struct stat> status_of(int file) {
@@ -58,16 +58,17 @@ bool keep_owner_and_mode(const Descriptor& original, int successor) {
 bool write_all(int to, Bytes bytes) {
   while (!bytes.empty()) {
     const ssize_t n = write(to, bytes.data(), bytes.size());
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    bytes = bytes.subspan(static_cast<std::size_t>(n));
+    if (n >= 0)
+      bytes = bytes.subspan(static_cast<std::size_t>(n));
+    else if (errno != EINTR)
+      return false;
   }
   return true;
 }
 
 bool copy_bytes(const Descriptor& from, const Descriptor& to) {
   File source(from.duplicate());
-  std::array<std::uint8_t, std::size_t{64} * 1024> piece{};
+  std::array<std::uint8_t, 65536> piece{};
   for (std::uint64_t at = 0; at < source.size();) {
     const std::size_t size = source.read_at(at, piece);
     if (size == 0 || !write_all(to.get(), Bytes(piece).first(size))) return false;

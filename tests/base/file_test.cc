@@ -49,6 +49,11 @@ TEST(File, OpensRegularFilesOnly) {
   EXPECT_FALSE(File("/dev/tty"));
 }
 
+TEST(SaysGone, OnlyOfErrorsThatLeaveNoDoubt) {
+  for (const int error : {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG}) EXPECT_TRUE(says_gone(error)) << error;
+  for (const int error : {0, EACCES, EIO, ENOMEM}) EXPECT_FALSE(says_gone(error)) << error;
+}
+
 TEST(File, KnowsItsHoles) {
   const testing::TestFolder folder;
   constexpr std::uint64_t kHole = 1 << 20;
