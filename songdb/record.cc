@@ -73,8 +73,7 @@ std::uint32_t text_length(Bytes record, std::size_t index) {
 
 // The text from an offset to its NUL; absent when it does not end inside the record.
 Text text_at(Bytes record, std::uint64_t at) {
-  if (at >= record.size()) return std::nullopt;
-  const Bytes rest = record.subspan(static_cast<std::size_t>(at));
+  const Bytes rest = record.subspan(static_cast<std::size_t>(std::min<std::uint64_t>(at, record.size())));
   const std::string_view text(reinterpret_cast<const char*>(rest.data()), rest.size());
   const std::size_t end = text.find('\0');
   if (end == std::string_view::npos) return std::nullopt;

@@ -56,7 +56,8 @@ int print_song_store(const std::string& path) {
     error_printf("%s: damaged, songs may be missing: %s\n", path.c_str(), gdbm_db_strerror(db.get()));
     sound = false;
   }
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+  std::fflush(stdout);
+  if (std::ferror(stdout) != 0) {
     std::perror("standard output");
     return 1;
   }

@@ -30,11 +30,9 @@ bool is_music(std::string_view extension) {
                      [extension](std::string_view music) { return equal_ignoring_case(music, extension); });
 }
 
-// The extension as written, whether we know it or not.
+// The extension of a song's name, as written.
 Text type_of(std::string_view name) {
-  const std::size_t dot = name.rfind('.');
-  if (name.size() < kShortestName || dot == std::string_view::npos) return std::nullopt;
-  return Text(name.substr(dot + 1));
+  return Text(name.substr(name.rfind('.') + 1));
 }
 
 // The song of a file, under its inode number.
