@@ -88,7 +88,7 @@ std::uint64_t File::last_in_hole(std::uint64_t offset, std::uint64_t size, std::
 
 int File::duplicate() const {
   lseek(fd_.get(), 0, SEEK_SET);  // which the copy shares
-  return fcntl(fd_.get(), F_DUPFD_CLOEXEC, 0);
+  return fd_.duplicate().release();
 }
 
 std::size_t File::read_at(std::uint64_t offset, std::span<std::uint8_t> into) {

@@ -130,7 +130,7 @@ bool is_refused(std::string_view charset, std::string_view text) {
     if (lead < 0x80) {
       at += 1;
     } else if (lead >= set->first_lead || set->single_shifts.find(text[at]) != std::string_view::npos) {
-      if (holds_code(set->refused, text.substr(at, 2))) return true;
+      if (holds_code(set->refused, text.substr(at))) return true;
       at += lead == 0x8F && !set->single_shifts.empty() ? 3 : 2;
     } else {
       return true;

@@ -2,7 +2,6 @@
 #include "metadata/charset.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <iterator>
 #include <new>
@@ -22,19 +21,20 @@ constexpr const char* kKorean[] = {"ISO-2022-KR", "CP949", "JOHAB", "EUC-KR"};
 constexpr const char* kBig5[] = {"BIG5", "CP950", "BIG5-HKSCS", "EUC-TW"};
 constexpr const char* kGb[] = {"EUC-CN", "GBK", "HZ", "ISO-2022-CN", "ISO-2022-CN-EXT", "GB18030"};
 
+using Candidates = std::span<const char* const>;
 struct PseudoSet {
   std::string_view name;
-  std::array<std::span<const char* const>, 3> candidates;
+  Candidates first, second, third = {};
 };
 
 // The candidates of the pseudo sets, as far as one ever comes: all name the Chinese ones, and those end at
 // "autodetect_JP", which is no set (EINVAL), as the Japanese one is "autodetect_jp". Clients of the catalogue
 // rely on the names that come out of exactly these lists: spelling and order stay.
-constexpr PseudoSet kPseudoSets[] = {{"autodetect_utf8", {kUtf8, kBig5, kGb}},
-                                     {"autodetect_jp", {kJapanese, kBig5, kGb}},
-                                     {"autodetect_kr", {kKorean, kBig5, kGb}},
-                                     {"autodetect_BIG5", {kBig5, kGb}},
-                                     {"autodetect_GB", {kGb, kBig5}}};
+constexpr PseudoSet kPseudoSets[] = {{"autodetect_utf8", kUtf8, kBig5, kGb},
+                                     {"autodetect_jp", kJapanese, kBig5, kGb},
+                                     {"autodetect_kr", kKorean, kBig5, kGb},
+                                     {"autodetect_BIG5", kBig5, kGb},
+                                     {"autodetect_GB", kGb, kBig5}};
 constexpr int kEndOfCandidates = EINVAL;
 
 // The pseudo set for names on a disk of each code page.
@@ -48,14 +48,16 @@ class CandidateSearch {
       : converters_(converters), tocode_(tocode), input_(input), result_(result) {}
 
   // Returns 0 with the result stored, or an errno value.
-  int from(const char* charset) {
+  int from(const char* charset) try {
     const auto* const set = std::find_if(std::begin(kPseudoSets), std::end(kPseudoSets),
                                          [&](const PseudoSet& row) { return row.name == charset; });
     if (set == std::end(kPseudoSets)) return from_known(charset);
-    for (const auto& candidates : set->candidates)
+    for (const Candidates& candidates : {set->first, set->second, set->third})
       for (const char* candidate : candidates)
         if (const int error = from_known(candidate); error != EILSEQ) return error;
     return kEndOfCandidates;
+  } catch (const std::bad_alloc&) {
+    return ENOMEM;
   }
 
  private:
@@ -78,12 +80,7 @@ class CandidateSearch {
 
 int iconv_string(Converters& converters, const char* tocode, const char* fromcode, std::string_view input,
                  Text* result) {
-  int error = 0;
-  try {
-    error = CandidateSearch(converters, tocode, input, result).from(fromcode);
-  } catch (const std::bad_alloc&) {
-    error = ENOMEM;
-  }
+  const int error = CandidateSearch(converters, tocode, input, result).from(fromcode);
   if (error == 0) return 0;
   errno = error;
   return -1;

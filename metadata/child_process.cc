@@ -14,15 +14,17 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
+#include <initializer_list>
 #include <sstream>
 #include <thread>
-#include <utility>
 #include <vector>
+
+#include "base/descriptor.h"
 
 namespace corvexal {
 namespace {
 
-using std::chrono::microseconds;
+using std::chrono::milliseconds;
 
 constexpr char kShell[] = "/bin/sh";
 constexpr char kPathWithoutPath[] = "/bin:/usr/bin";  // as the C library has it
@@ -51,14 +53,13 @@ class SpawnOptions {
   SpawnOptions(const SpawnOptions&) = delete;
   SpawnOptions& operator=(const SpawnOptions&) = delete;
 
-  // Starts a program, with nothing in its environment but PATH. Returns 0 or an errno value.
-  int spawn(std::vector<std::string> command, std::string path, pid_t& id) const {
-    std::vector<char*> arguments(command.size() + 1);  // a null pointer ends them
-    std::transform(command.begin(), command.end(), arguments.begin(),
-                   [](std::string& argument) { return argument.data(); });
+  // Starts a program with the given arguments, which a null pointer ends, the first one its file, and nothing
+  // in its environment but PATH. Returns 0 or an errno value.
+  int spawn(std::initializer_list<const char*> arguments, std::string path, pid_t& id) const {
     path.insert(0, "PATH=");
     char* const environment[] = {path.data(), nullptr};
-    return posix_spawn(&id, arguments[0], &files_, &attributes_, arguments.data(), environment);
+    return posix_spawn(&id, *arguments.begin(), &files_, &attributes_,
+                       const_cast<char* const*>(arguments.begin()), environment);
   }
 
  private:
@@ -66,37 +67,23 @@ class SpawnOptions {
   posix_spawnattr_t attributes_;
 };
 
-// A descriptor that can be waited on for the child's end; -1 where the kernel has none (before Linux 5.3).
-int open_process(pid_t id) {
+// What a child's end can be waited on by: asking again and again costs a quarter of a short program's time.
+// Empty where the kernel has no such thing (before Linux 5.3).
+Descriptor open_process([[maybe_unused]] pid_t id) {
 #ifdef SYS_pidfd_open
-  return static_cast<int>(syscall(SYS_pidfd_open, id, 0));
+  return Descriptor(static_cast<int>(syscall(SYS_pidfd_open, id, 0)));
 #else
-  static_cast<void>(id);
-  return -1;
+  return {};
 #endif
 }
 
-// A child's end to wait for: asking again and again costs a quarter of a short program's time.
-class EndOfProcess {
- public:
-  explicit EndOfProcess(pid_t id) : descriptor_(open_process(id)) {}
-  ~EndOfProcess() {
-    if (descriptor_ >= 0) close(descriptor_);
-  }
-  EndOfProcess(const EndOfProcess&) = delete;
-  EndOfProcess& operator=(const EndOfProcess&) = delete;
-
-  // Waits for it, at most until the deadline; without the kernel's help for the pause.
-  void wait(ChildProcess::Clock::time_point deadline, microseconds pause) const {
-    if (descriptor_ < 0) return std::this_thread::sleep_for(pause);
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - ChildProcess::Clock::now());
-    pollfd wanted{descriptor_, POLLIN, 0};
-    poll(&wanted, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
-  }
-
- private:
-  int descriptor_;
-};
+// Waits for the process's end, at most until the deadline; without the kernel's help for a moment.
+void wait_for_end(const Descriptor& process, ChildProcess::Clock::time_point deadline) {
+  if (!process) return std::this_thread::sleep_for(milliseconds{1});
+  const auto left = std::chrono::ceil<milliseconds>(deadline - ChildProcess::Clock::now());
+  pollfd wanted{process.get(), POLLIN, 0};
+  poll(&wanted, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
+}
 
 // The parts of PATH that name the same folder wherever the run was started: an empty part and "." would start
 // whatever lies in the working folder, which may be on a share.
@@ -135,29 +122,27 @@ ChildProcess::ChildProcess(const std::string& program, const std::string& argume
   const std::vector<std::string> folders = search_path();
   const std::string file = file_of(program, folders), path = joined(folders);
   const SpawnOptions options(output);
-  int failure = file.empty() ? ENOENT : options.spawn({file, argument}, path, id_);
-  if (failure == ENOEXEC) failure = options.spawn({kShell, file, argument}, path, id_);
-  if (failure != 0) id_ = -1;
+  int failure = file.empty() ? ENOENT : options.spawn({file.c_str(), argument.c_str(), nullptr}, path, id_);
+  if (failure == ENOEXEC)
+    failure = options.spawn({kShell, file.c_str(), argument.c_str(), nullptr}, path, id_);
+  if (failure != 0) id_ = kNone;
   is_missing_ = failure == ENOENT;
 }
 
 bool ChildProcess::has_ended() const {
   siginfo_t ended{};
-  if (id_ < 0) return true;
-  return waitid(P_PID, static_cast<id_t>(id_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 && ended.si_pid != 0;
+  waitid(P_PID, static_cast<id_t>(id_), &ended, WEXITED | WNOHANG | WNOWAIT);
+  return ended.si_pid != 0;
 }
 
 bool ChildProcess::end() {
-  if (id_ < 0) return true;
-  const EndOfProcess ended(id_);
+  if (id_ == kNone) return true;
+  const Descriptor process = open_process(id_);
   bool in_time = has_ended();
-  for (microseconds pause{50}; !in_time && Clock::now() < deadline_; in_time = has_ended()) {
-    ended.wait(deadline_, pause);
-    pause = std::min(2 * pause, microseconds{20'000});
-  }
+  for (; !in_time && Clock::now() < deadline_; in_time = has_ended()) wait_for_end(process, deadline_);
   kill(-id_, SIGKILL);  // with all that it started
   while (waitpid(id_, nullptr, 0) < 0 && errno == EINTR) continue;
-  id_ = -1;
+  id_ = kNone;
   return in_time;
 }
 

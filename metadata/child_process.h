@@ -25,7 +25,7 @@ class ChildProcess {
   // True when there is no such program.
   [[nodiscard]] bool is_missing() const { return is_missing_; }
 
-  // True once the program itself has ended, whatever it left running.
+  // True once the program itself has ended, whatever it left running; not for one that could not be started.
   [[nodiscard]] bool has_ended() const;
 
   // Waits for the program's end and kills what it left running. False when it outlived the deadline and was
@@ -33,7 +33,8 @@ class ChildProcess {
   bool end();
 
  private:
-  pid_t id_ = -1;
+  static constexpr pid_t kNone = -1;
+  pid_t id_ = kNone;
   bool is_missing_ = false;
   Clock::time_point deadline_;
 };

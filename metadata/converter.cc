@@ -22,11 +22,11 @@ constexpr std::size_t kScratchSize = 4096;
 constexpr std::size_t kMostOpen = 64;
 
 // A byte-order mark sets the order for good in some libraries, whatever is reset.
-bool may_hold_byte_order_mark(std::string_view charset) {
-  constexpr std::string_view kPrefixes[] = {"UTF-16",  "UTF-32",    "UCS-",  "ISO-10646-UCS",
-                                            "UNICODE", "CSUNICODE", "CSUCS4"};
-  return std::any_of(std::begin(kPrefixes), std::end(kPrefixes),
-                     [&](std::string_view prefix) { return starts_with_ignoring_case(charset, prefix); });
+bool may_hold_byte_order_mark(std::string charset) {
+  StringToLower(charset);
+  constexpr std::string_view kParts[] = {"utf-16", "utf-32", "ucs", "unicode"};
+  return std::any_of(std::begin(kParts), std::end(kParts),
+                     [&](std::string_view part) { return charset.find(part) != std::string::npos; });
 }
 
 }  // namespace
@@ -50,14 +50,12 @@ class Converters::Descriptor {
     std::size_t left = input.size();
     while (left > 0) {
       const std::size_t before = left;
-      std::size_t made = 0;
-      const int error = step(&in, &left, output, made);
+      const int error = step(&in, &left, output);
       if (error == EINVAL) break;
       if (error != 0 && error != E2BIG) return error;
-      if (left == before && made == 0) return EILSEQ;  // a converter that is stuck
+      if (left == before) return EILSEQ;  // a converter that is stuck
     }
-    std::size_t made = 0;
-    return step(nullptr, nullptr, output, made);
+    return step(nullptr, nullptr, output);
   }
 
  private:
@@ -72,14 +70,13 @@ class Converters::Descriptor {
   };
 
   // One call of iconv, without input the one that gives what it still holds back. Returns 0 or its errno.
-  int step(const char** in, std::size_t* left, std::string* output, std::size_t& made) {
+  int step(const char** in, std::size_t* left, std::string* output) {
     std::array<char, kScratchSize> scratch;
     char* out = scratch.data();
     std::size_t room = scratch.size();
     const std::size_t result = iconv(descriptor_, Input{in}, left, &out, &room);
     const int error = result == static_cast<std::size_t>(-1) ? errno : 0;
-    made = scratch.size() - room;
-    if (output != nullptr) output->append(scratch.data(), made);
+    if (output != nullptr) output->append(scratch.data(), out);
     return error;
   }
 

@@ -6,10 +6,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <array>
 #include <cstddef>
-#include <cstdio>
+#include <span>
 
+#include "base/descriptor.h"
 #include "base/log.h"
 #include "metadata/child_process.h"
 
@@ -23,32 +24,16 @@ constexpr char kProgram[] = "detect_char_encode";
 constexpr std::size_t kAnswerLength = 18;
 constexpr std::size_t kMostAnswers = 256;
 
-// The two ends of a pipe, closed with the object.
-class Pipe {
- public:
-  Pipe() {
-    if (pipe2(ends_, O_CLOEXEC) != 0) ends_[0] = ends_[1] = -1;
-  }
-  ~Pipe() {
-    close_end(ends_[0]);
-    close_end(ends_[1]);
-  }
-  Pipe(const Pipe&) = delete;
-  Pipe& operator=(const Pipe&) = delete;
-
-  explicit operator bool() const { return ends_[0] >= 0; }
-  [[nodiscard]] int out() const { return ends_[0]; }
-  [[nodiscard]] int in() const { return ends_[1]; }
-  void close_out() { close_end(ends_[0]); }
-  void close_in() { close_end(ends_[1]); }
-
- private:
-  static void close_end(int& end) {
-    if (end >= 0) close(end);
-    end = -1;
-  }
-  int ends_[2];
+// The two ends of a pipe; empty when there can be none.
+struct Pipe {
+  Descriptor out, in;
 };
+
+Pipe make_pipe() {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) return {};
+  return {Descriptor(ends.front()), Descriptor(ends.back())};
+}
 
 // False when there are none, and none will come from the program itself: something that it left running may
 // hold the pipe for as long as it likes.
@@ -62,20 +47,19 @@ bool wait_for_bytes(int descriptor, const ChildProcess& child, Clock::time_point
     const int ready =
         poll(&wanted, 1, is_over ? 0 : static_cast<int>(std::min(left, kLookAfterChild).count()));
     if (ready > 0) return true;
-    if (is_over || (ready < 0 && errno != EINTR)) return false;
+    if (is_over) return false;
   }
 }
 
 std::string read_answer(int descriptor, const ChildProcess& child, Clock::time_point deadline) {
   std::string answer(kAnswerLength, '\0');
-  std::size_t count = 0;
-  while (count < answer.size() && wait_for_bytes(descriptor, child, deadline)) {
-    const ssize_t n = read(descriptor, answer.data() + count, answer.size() - count);
-    if (n < 0 && errno == EINTR) continue;
+  std::span<char> room(answer);
+  while (!room.empty() && wait_for_bytes(descriptor, child, deadline)) {
+    const ssize_t n = read(descriptor, room.data(), room.size());
     if (n <= 0) break;
-    count += static_cast<std::size_t>(n);
+    room = room.subspan(static_cast<std::size_t>(n));
   }
-  answer.resize(count);
+  answer.resize(answer.size() - room.size());
   return answer;
 }
 
@@ -90,13 +74,13 @@ std::string EncodingDetector::detect(const std::string& sample) {
 }
 
 std::string EncodingDetector::ask(const std::string& sample) {
-  Pipe pipe;
-  if (!pipe) return {};
+  Pipe pipe = make_pipe();
+  if (!pipe.out) return {};
   const Clock::time_point deadline = Clock::now() + time_limit_;
-  ChildProcess child(kProgram, sample.substr(0, sample.find('\0')), pipe.in(), deadline);
-  pipe.close_in();
-  std::string answer = read_answer(pipe.out(), child, deadline);
-  pipe.close_out();
+  ChildProcess child(kProgram, sample.substr(0, sample.find('\0')), pipe.in.get(), deadline);
+  pipe.in = Descriptor();
+  std::string answer = read_answer(pipe.out.get(), child, deadline);
+  pipe.out = Descriptor();
   if (child.is_missing()) usable_ = false;
   if (!child.end()) {
     usable_ = false;

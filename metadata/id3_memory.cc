@@ -70,7 +70,7 @@ Format format_of(const Id3Frame& frame) {
 std::uint64_t unpacked_size(const Id3Frame& frame, const Format& format) {
   if (frame.version == 3) return id3_number(frame.body);
   const std::size_t at = (format.grouped ? 1U : 0U) + (format.encrypted ? 1U : 0U);
-  return frame.body.size() < at ? 0 : id3_syncsafe_number(frame.body.subspan(at));
+  return id3_syncsafe_number(frame.body.subspan(std::min(at, frame.body.size())));
 }
 
 bool is_of_16_bits(Bytes fields) {

@@ -49,6 +49,11 @@ TEST(EncodingDetector, TakesTheAnswerInTimeAndLeavesNothingBehind) {
     EXPECT_EQ(EncodingDetector(500ms).detect("sample"), row[1]) << row[0];
     EXPECT_EQ(leftovers(), before) << row[0];
   }
+  for (const char* command :
+       {"printf KOI8-R", "yes KOI8-R"}) {  // which end by themselves, and at a closed pipe
+    detector.runs(command);
+    EXPECT_EQ(EncodingDetector(1h).detect("sample").substr(0, 6), "KOI8-R") << command;
+  }
   detector.answers("UTF-8");
   EXPECT_EQ(first.detect("another"), "") << "it is looked for once";
   pthread_sigmask(SIG_SETMASK, &mask_before, nullptr);
