@@ -8,7 +8,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -40,7 +39,7 @@ bool names_super_journal(const Place& place, const std::string& journal) {
   File file(open_plain_file(place.folder.get(), journal, O_RDONLY));
   std::array<std::uint8_t, kTailSize> tail{};
   std::uint8_t first = 0;
-  if (!file || file.size() <= kTailSize) return false;
+  if (file.size() <= kTailSize) return false;
   if (file.read_at(0, {&first, 1}) != 1 || first == 0) return false;
   if (file.read_at(file.size() - kTailSize, tail) != kTailSize) return false;
   const bool has_magic = std::equal(kMagic.begin(), kMagic.end(), tail.begin() + kTailSize - kMagic.size());
@@ -68,7 +67,6 @@ CatalogueFiles::CatalogueFiles(Place place)
   sqlite3_vfs* const system = sqlite3_vfs_find(nullptr);
   system->xSetSystemCall(system, "open", reinterpret_cast<sqlite3_syscall_ptr>(open_for_sqlite));
   static_cast<sqlite3_vfs&>(vfs_) = *system;
-  vfs_.pNext = nullptr;
   vfs_.zName = vfs_name_.c_str();
   vfs_.xFullPathname = full_name;
   vfs_.xOpen = open;
@@ -101,9 +99,7 @@ bool CatalogueFiles::owns(const char* name) const {
 
 // SQLite would look for the links in the name, and lose the folder that is held.
 int CatalogueFiles::full_name(sqlite3_vfs* /*vfs*/, const char* name, int size, char* full) {
-  const std::size_t bytes = std::strlen(name) + 1;
-  if (bytes > static_cast<std::size_t>(size)) return SQLITE_CANTOPEN;
-  std::memcpy(full, name, bytes);
+  sqlite3_snprintf(size, full, "%s", name);  // one that is cut is none that open() takes
   return SQLITE_OK;
 }
 

@@ -166,7 +166,6 @@ bool DisplayOrder::each_item(const TakeItem& take) const {
 
 bool DisplayOrder::each_group(std::size_t column, const TakeGroup& take) const {
   std::vector<const Counts::value_type*> groups;
-  groups.reserve(groups_[column].size());
   for (const auto& group : groups_[column]) groups.push_back(&group);
   std::sort(groups.begin(), groups.end(),
             [](const auto* a, const auto* b) { return sorts_before(a->first, b->first); });
@@ -177,7 +176,6 @@ bool DisplayOrder::each_group(std::size_t column, const TakeGroup& take) const {
 
 std::vector<std::string> DisplayOrder::take_folders() {
   std::vector<std::string> folders;
-  folders.reserve(folders_.size());
   while (!folders_.empty()) folders.push_back(std::move(folders_.extract(folders_.begin()).value()));
   return folders;
 }

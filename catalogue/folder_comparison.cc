@@ -83,8 +83,11 @@ void FolderComparison::step() {
 std::optional<std::string_view> FolderComparison::next_name() const {
   std::optional<std::string_view> name;
   if (entry_ != nullptr) name = entry_->name;
-  for (const TableRows& table : tables_)
-    if (table.row && (!name || table.row->name < *name)) name = table.row->name;
+  for (const TableRows& table : tables_) {
+    if (!table.row) continue;
+    const std::string_view of_row = table.row->name;
+    name = std::min(name.value_or(of_row), of_row);
+  }
   return name;
 }
 

@@ -28,8 +28,8 @@ bool read_folder_rows(Database& db, Folders& folders, std::vector<std::int64_t>&
 }
 
 std::string_view folder_around(std::string_view folder) {
-  if (folder.size() < 2) return {};
-  return folder.substr(0, folder.rfind('/', folder.size() - 2) + 1);
+  const std::string_view without_slash = folder.substr(0, folder.size() - 1);
+  return folder.substr(0, without_slash.rfind('/') + 1);
 }
 
 int write_folder_row(Database& db, const FolderRef& folder, std::uint64_t parent, int level) {

@@ -142,7 +142,7 @@ int ScanMusic(Session& session, const ScanFolder& folder, ScanMode mode, std::de
   if (entries.error() != 0)
     error_printf("Corvexal: cannot read the folder %s: %s\n", folder.path.c_str(),
                  std::strerror(entries.error()));
-  if (entries.listed() < 1) return 1;
+  if (entries.listed() == 0) return 1;
   FolderScan scan(session, folder, mode, queue);
   if (mode == ScanMode::kFolderRows) {
     const std::size_t length = folder.path.size() - (folder.path.ends_with('/') ? 1 : 0);

@@ -206,8 +206,7 @@ int RebuildSortTables(Session& session, MediaClass media_class) {
   if (Assign_pathtbl_media(session.db, std::move(folders)) == 0)
     std::puts("Assign path_objid_tbl media fail");
   SaveObjectIds(session.db, session.ids);
-  session.db.exec("COMMIT;");
-  session.db.close();
+  session.db.close();  // commits
   return 1;
 }
 

@@ -45,7 +45,7 @@ std::int64_t size_of_file(sqlite3* handle) {
   sqlite3_file* file = nullptr;
   sqlite3_int64 size = 0;
   sqlite3_file_control(handle, "main", SQLITE_FCNTL_FILE_POINTER, &file);
-  if (file != nullptr && file->pMethods != nullptr) file->pMethods->xFileSize(file, &size);
+  if (file->pMethods != nullptr) file->pMethods->xFileSize(file, &size);
   return size;
 }
 

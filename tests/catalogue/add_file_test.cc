@@ -50,7 +50,8 @@ TEST_F(AddFileTest, KeepsTheBytesOfANameThatCannotBeConverted) {
 
 TEST_F(AddFileTest, TellsWhatItPassesOver) {
   EXPECT_EQ(MmsAddMediaFile(session, path("no extension")), 0);
-  EXPECT_EQ(MmsAddMediaFile(session, path("unknown.xyz")), 1);
+  EXPECT_EQ(MmsAddMediaFile(session, path("too.long22")), 0);
+  EXPECT_EQ(MmsAddMediaFile(session, path("unknown.xyzab")), 1);
   const std::string file = write_file("list.m3u");
   for (int i = 0; i < 2; ++i) EXPECT_EQ(MmsAddMediaFile(session, file), 1);
   EXPECT_EQ(column("select count(*) from music_tbl"), "1");

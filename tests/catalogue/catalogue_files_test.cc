@@ -2,6 +2,7 @@
 #include "catalogue/catalogue_files.h"
 
 #include <filesystem>
+#include <numeric>
 
 #include "tests/catalogue/catalogue_fixture.h"
 #include "tests/support/bytes.h"
@@ -43,8 +44,10 @@ TEST_F(CatalogueFilesTest, AreTakenOnlyWhereEachIsPlain) {
 }
 
 // SQLite would delete the file that a journal names.
+const std::string magic = "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
+
 TEST_F(CatalogueFilesTest, AreRefusedWithAJournalThatNamesASuperJournal) {
-  const std::string magic = "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7", name = "name";
+  const std::string name = "name";
   const struct {
     std::string journal;
     bool is_refused;
@@ -71,6 +74,20 @@ TEST_F(CatalogueFilesTest, AreLookedAtAgainAsTheyAreOpened) {
   db.exec("insert into record_objid_tbl values ('a','1');");
   db.close();
   EXPECT_TRUE(db.lost_work());
+  EXPECT_EQ(testing::read_file(victim), "precious");
+}
+
+TEST_F(CatalogueFilesTest, AreReadWithNoOtherThanTheirOwnAndTemporaryOnes) {
+  EXPECT_EQ(column("with recursive n(i) as (select 1 union all select i + 1 from n limit 40) "
+                   "select '' from n order by hex(randomblob(50000))"),  // more than is sorted in memory
+            std::string(39, '|'));
+  const std::string victim = write_file("victim", "precious");
+  const auto size = static_cast<std::uint32_t>(victim.size());
+  write_file("catalogue.db-journal",
+             victim + be32(size) + be32(std::accumulate(victim.begin(), victim.end(), 0U)) + magic);
+  CapturedOutput errors(2);
+  EXPECT_FALSE(db.select("select No from music_tbl;").next());
+  EXPECT_STREQ(db.error_text(), "disk I/O error");
   EXPECT_EQ(testing::read_file(victim), "precious");
 }
 

@@ -20,6 +20,7 @@ TEST_F(IdentifiersTest, AreWrongOutsideTheirRangeAndWhenAnEarlierRowHoldsThem) {
       {{{"1", "3000000000001"}, {"2", "3000000000001"}}, "2o"},
       {{{"1", "3000000000001"}, {"1", "3000000000002"}}, "2n"},
       {{{"1", "3030000000000"}, {"2", "3000000000000"}}, "1o2o"},
+      {{{"1", "3000000000000"}}, "1o"},
       {{{"0", "3000000000002"}, {"2147483648", "3000000000003"}}, "1n2n"},
       {{{"01", "03000000000002"}, {" 2", "3000000000003 "}, {"3x", ""}, {"-4", "x"}}, "1no2no3no4no"},
   };
@@ -40,7 +41,8 @@ TEST_F(IdentifiersTest, AreWrongOutsideTheirRangeAndWhenAnEarlierRowHoldsThem) {
 
 TEST_F(IdentifiersTest, GoOnAboveTheHighest) {
   for (const char* values :
-       {"('7','2000000000005')", "('9223372036854775807','')", "('x','3000000000001')", "('2','')"})
+       {"('7','2000000000005')", "('9223372036854775807','')", "('x','3000000000001')",
+        "('2147483647','')"})
     run(std::string("insert into video_tbl (No,ObjID) values ") + values + ";");
   IdentifierSource videos(kVideoIds), photos(kPhotoIds);
   EXPECT_EQ(videos.objid(db)++, 2000000000006U);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "catalogue/sync.h"
 
+#include <climits>
+
 #include "tests/catalogue/catalogue_fixture.h"
 
 namespace corvexal {
@@ -28,9 +30,17 @@ TEST_F(SyncTest, LooksForPathAndNamePutTogether) {
       {path("t"), "a.iso"},  {path("none/"), "a.iso"}, {path("t/"), path("t/a.iso")}, {path("t/"), "b.iso"},
       {path("t/"), "a.iso"}, {path("t/a"), ".iso"},    {path(""), "t/a.iso"},         {path("t/a.iso"), ""}};
   for (const auto& [folder, name] : rows) add_row("video_tbl", folder, name);
+  for (std::string folder = path("t/"); folder.size() + 5 <= PATH_MAX; folder += '/')  // the last is too long
+    if (folder.size() + 6 >= PATH_MAX) add_row("video_tbl", folder, "a.iso");
   testing::CapturedOutput errors(2);
   EXPECT_EQ(sync_mms_db(session), 1);
-  EXPECT_TRUE(errors.text().ends_with(" video_tbl 4\n"));  // the first four
+  EXPECT_TRUE(errors.text().ends_with(" video_tbl 5\n"));  // the first four and the last
+}
+
+TEST_F(SyncTest, LocksOtherClientsOutForSomeRowsAtATime) {
+  for (int i = 0; i < 501; ++i) add_row("photo_tbl", path(""), std::to_string(i) + ".jpg");
+  EXPECT_EQ(sync_mms_db(session), 1);
+  EXPECT_EQ(committed("select count(*) from photo_tbl"), "1");
 }
 
 }  // namespace
