@@ -40,11 +40,12 @@ bool names_super_journal(const Place& place, const std::string& journal) {
   std::array<std::uint8_t, kTailSize> tail{};
   std::uint8_t first = 0;
   if (file.size() <= kTailSize) return false;
-  if (file.read_at(0, {&first, 1}) != 1 || first == 0) return false;
-  if (file.read_at(file.size() - kTailSize, tail) != kTailSize) return false;
+  file.read_at(0, {&first, 1});
+  file.read_at(file.size() - kTailSize, tail);  // what cannot be read stays zero
   const bool has_magic = std::equal(kMagic.begin(), kMagic.end(), tail.begin() + kTailSize - kMagic.size());
   std::uint32_t length = 0;
-  return has_magic && ByteReader(tail).be32(length) && length != 0 && length <= file.size() - kTailSize;
+  return first != 0 && has_magic && ByteReader(tail).be32(length) && length != 0 &&
+         length <= file.size() - kTailSize;
 }
 
 }  // namespace
@@ -62,12 +63,11 @@ std::unique_ptr<CatalogueFiles> CatalogueFiles::find(const std::string& path, st
   return nullptr;
 }
 
-CatalogueFiles::CatalogueFiles(Place place)
-    : place_(std::move(place)), name_(place_.path_of(place_.name)), vfs_name_("corvexal" + name_) {
+CatalogueFiles::CatalogueFiles(Place place) : place_(std::move(place)), name_(place_.path_of(place_.name)) {
   sqlite3_vfs* const system = sqlite3_vfs_find(nullptr);
   system->xSetSystemCall(system, "open", reinterpret_cast<sqlite3_syscall_ptr>(open_for_sqlite));
   static_cast<sqlite3_vfs&>(vfs_) = *system;
-  vfs_.zName = vfs_name_.c_str();
+  vfs_.zName = name_.c_str();
   vfs_.xFullPathname = full_name;
   vfs_.xOpen = open;
   vfs_.xAccess = access;

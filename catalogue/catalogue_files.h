@@ -27,7 +27,7 @@ class CatalogueFiles {
   // The database's name, for the SQLite file system of this name alone; both are good while this object
   // lives.
   [[nodiscard]] const char* database() const { return name_.c_str(); }
-  [[nodiscard]] const char* file_system() const { return vfs_name_.c_str(); }
+  [[nodiscard]] const char* file_system() const { return vfs_.zName; }
 
  private:
   struct FileSystem : sqlite3_vfs {
@@ -45,7 +45,7 @@ class CatalogueFiles {
   static int remove(sqlite3_vfs* vfs, const char* name, int sync_folder);
 
   Place place_;
-  std::string name_, vfs_name_;
+  std::string name_;
   FileSystem vfs_{};
 };
 

@@ -41,8 +41,7 @@ TEST_F(IdentifiersTest, AreWrongOutsideTheirRangeAndWhenAnEarlierRowHoldsThem) {
 
 TEST_F(IdentifiersTest, GoOnAboveTheHighest) {
   for (const char* values :
-       {"('7','2000000000005')", "('9223372036854775807','')", "('x','3000000000001')",
-        "('2147483647','')"})
+       {"('7','2000000000005')", "('9223372036854775807','')", "('x','3000000000001')", "('2147483647','')"})
     run(std::string("insert into video_tbl (No,ObjID) values ") + values + ";");
   IdentifierSource videos(kVideoIds), photos(kPhotoIds);
   EXPECT_EQ(videos.objid(db)++, 2000000000006U);
