@@ -28,9 +28,8 @@ void parse_frame(Bytes bytes, ImageProbe& probe) {
 
 // Parses the frames that begin in the piece and lie in it wholly; true when no later one counts.
 bool parse_frames(Bytes piece, ImageProbe& probe) {
-  for (std::size_t at = 0; at + kFrameSize <= piece.size(); ++at) {
-    if (piece[at] != 0xFF) at += bytes_before(piece.subspan(at), 0xFF);
-    if (at + kFrameSize > piece.size()) return false;
+  const auto marker_from = [&](std::size_t at) { return at + bytes_before(piece.subspan(at), 0xFF); };
+  for (std::size_t at = marker_from(0); at + kFrameSize <= piece.size(); at = marker_from(at + 1)) {
     const std::optional<Frame> frame = frame_at(piece.subspan(at, kFrameSize));
     if (!frame) continue;
     parse_frame(piece.subspan(at), probe);

@@ -27,7 +27,7 @@ Text as_utf8(const std::string& text) {
 constexpr int kSurelyUtf8 = 5;
 
 bool is_surely_utf8(const Text& utf8) {
-  const auto begins_character = [](char c) { return static_cast<unsigned char>(c) >= 0xC0; };
+  const auto begins_character = [](char c) { return (c & 0xC0) == 0xC0; };
   return utf8 && std::count_if(utf8->begin(), utf8->end(), begins_character) >= kSurelyUtf8;
 }
 

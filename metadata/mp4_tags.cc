@@ -42,9 +42,8 @@ using ValueStart = std::array<std::uint8_t, 6>;
 
 ValueStart value_start(FileWindow& file, const Atom& item) {
   ValueStart start{};
-  if (item.size <= kValueInItem) return start;
-  const Bytes value =
-      file.at(item.offset + kValueInItem, std::min<std::size_t>(start.size(), item.size - kValueInItem));
+  const std::size_t size = item.size - std::min(item.size, kValueInItem);
+  const Bytes value = file.at(item.offset + kValueInItem, std::min(start.size(), size));
   std::copy(value.begin(), value.end(), start.begin());
   return start;
 }

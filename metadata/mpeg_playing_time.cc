@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadata/mpeg_playing_time.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -19,8 +20,8 @@ class PlayingTime {
  public:
   void add(std::int32_t seconds) {
     if (current_ == 0) first_ = current_ = seconds;
-    if (seconds > current_ && seconds < current_ + kGap) current_ = seconds;
-    if (run_is_open() && std::abs(seconds - current_) >= kGap) {
+    if (seconds < current_ + kGap) current_ = std::max(current_, seconds);
+    if (std::abs(seconds - current_) >= kGap) {
       total_ += run_length();
       first_ = current_ = seconds;
     }
