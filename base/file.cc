@@ -45,6 +45,17 @@ bool leads_where_it_may(const std::string& path, const std::string& mount_path) 
   return is_reached_by_trusted_links(path) || lies_below(path, mount_path);
 }
 
+bool write_all(const Descriptor& to, std::span<const std::uint8_t> bytes) {
+  while (!bytes.empty()) {
+    const ssize_t n = write(to.get(), bytes.data(), bytes.size());
+    if (n >= 0)
+      bytes = bytes.subspan(static_cast<std::size_t>(n));
+    else if (errno != EINTR)
+      return false;
+  }
+  return true;
+}
+
 namespace {
 
 bool is_regular(const Descriptor& file, struct stat& status) {

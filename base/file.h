@@ -19,6 +19,9 @@ namespace corvexal {
 // a share could else make root read any file of the device.
 [[nodiscard]] bool leads_where_it_may(const std::string& path, const std::string& mount_path);
 
+// Writes all of the bytes; false with errno set when that is not possible.
+[[nodiscard]] bool write_all(const Descriptor& to, std::span<const std::uint8_t> bytes);
+
 // A regular file open for reading. Directories, pipes and devices count as files that cannot be opened, and
 // are not: they have no bytes to look at, and a pipe would keep the run waiting.
 class File {

@@ -8,6 +8,7 @@
 #include <thread>
 #include <utility>
 
+#include "base/byte_reader.h"
 #include "base/log.h"
 
 namespace corvexal {
@@ -192,6 +193,20 @@ void Database::commit_in_batches() {
 
 void Database::begin_writing() {
   if (check_usable() == SQLITE_OK) settle(begin_if_needed(), false);
+}
+
+std::optional<std::uint32_t> Database::change_counter() const {
+  constexpr std::size_t kReadVersionAt = 19, kCounterAt = 24;
+  constexpr std::uint8_t kRollbackJournal = 1;
+  std::array<std::uint8_t, kCounterAt + sizeof(std::uint32_t)> header{};
+  sqlite3_file* file = nullptr;
+  sqlite3_file_control(handle_.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file);
+  const bool is_read = file != nullptr && file->pMethods != nullptr &&
+                       file->pMethods->xRead(file, header.data(), header.size(), 0) == SQLITE_OK;
+  std::uint32_t counter = 0;
+  if (!is_read || header[kReadVersionAt] != kRollbackJournal) return std::nullopt;
+  if (!ByteReader(std::span(header).subspan(kCounterAt)).be32(counter)) return std::nullopt;
+  return counter;
 }
 
 // Takes the write lock where waiting for it is possible, and not at some later statement, where it isn't.

@@ -144,6 +144,11 @@ class Database {
   // Opens the transaction before its first write, so that what is read from here on stays as it is.
   void begin_writing();
 
+  // SQLite's counter of the transactions that ever changed the file (SQLite's file format, "File change
+  // counter"), to be asked within a transaction. Nothing for a catalogue in memory, and for one with a
+  // write-ahead log, which leaves the counter alone.
+  [[nodiscard]] std::optional<std::uint32_t> change_counter() const;
+
   // How many rows the last statement that wrote has changed.
   [[nodiscard]] std::uint64_t changed_rows() const {
     return static_cast<std::uint64_t>(sqlite3_changes(handle_.get()));

@@ -4,10 +4,12 @@
 #include <sys/stat.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "base/digest.h"
 #include "catalogue/folder_entries.h"
 #include "catalogue/media_types.h"
 
@@ -48,8 +50,16 @@ class FolderCursor {
   // The next entry, valid until the next call; null at the end.
   const FolderEntry* next();
 
+  // Goes back to the first entry, to look at all of them anew.
+  void rewind();
+
+  // Of the entries shown so far a digest that changes with their names, sizes, dates and inode numbers.
+  // Nothing once one could not be looked at.
+  [[nodiscard]] std::optional<std::uint64_t> digest() const;
+
  private:
   [[nodiscard]] bool look_at(std::string_view name);
+  void add_to_digest();
 
   std::size_t path_size_;
   FolderEntries entries_;
@@ -57,6 +67,8 @@ class FolderCursor {
   int folder_ = -1;
   std::size_t at_ = 0;
   FolderEntry entry_;
+  Digest digest_;
+  bool all_are_seen_ = true;
 };
 
 }  // namespace corvexal

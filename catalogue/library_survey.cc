@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <deque>
+#include <iterator>
 #include <utility>
 
 #include "base/file.h"
@@ -61,11 +62,32 @@ namespace {
 constexpr std::array kClasses = {MediaClass::kMusic, MediaClass::kVideo, MediaClass::kPhoto};
 constexpr const IdentifiedTable* kIdentified[] = {&kMusicIds, &kVideoIds, &kPhotoIds};
 
+// What a folder holds, without a look at its rows.
+struct Glance {
+  std::uint64_t files = 0;
+  std::vector<std::uint32_t> songs;  // ids
+  std::vector<std::string> sub_folders;
+};
+
+Glance glance_at(const std::string& folder, FolderCursor& entries) {
+  Glance seen;
+  while (const FolderEntry* entry = entries.next()) {
+    if (entry->kind == EntryKind::kFolder)
+      seen.sub_folders.push_back(folder + std::string(entry->name) + '/');
+    if (entry->kind != EntryKind::kFile) continue;
+    ++seen.files;
+    if (is_store_song(entry->name)) seen.songs.push_back(song_id(entry->status));
+  }
+  return seen;
+}
+
 class Surveyor {
  public:
-  Surveyor(Session& session, const ReconcileTask& task, ReconcileCounts& counts, ReconcileListener& listener)
+  Surveyor(Session& session, const ReconcileTask& task, const std::optional<FolderDigests>& left_in_line,
+           ReconcileCounts& counts, ReconcileListener& listener)
       : session_(session),
         task_(task),
+        left_in_line_(left_in_line),
         counts_(counts),
         listener_(listener),
         survey_(session.db, task.folders) {}
@@ -74,9 +96,8 @@ class Surveyor {
     for (const std::string& file : task_.left_files) survey_.scope.keep(file + '/');
     if (read_catalogue()) {
       walk();
-      look_for_gone_folders();
-      look_for_stale_songs();
-      match_moved_files();
+      survey_.is_as_left = left_in_line_ && folders_as_left_ == left_in_line_->size() && survey_.work.empty();
+      if (!survey_.is_as_left) look_beyond_the_walk();
     }
     survey_.is_whole = !catalogue_failed_ && !listener_.wants_to_stop();
     return std::move(survey_);
@@ -99,6 +120,7 @@ class Surveyor {
 
   bool read_catalogue() {
     if (!read_folder_rows(session_.db, survey_.folders, survey_.double_folder_rows)) return catalogue_fails();
+    if (left_in_line_) return true;
     for (std::size_t i = 0; i < kClasses.size(); ++i) {
       auto wrong = wrong_identifiers(session_.db, *kIdentified[i]);
       if (!wrong) return catalogue_fails();
@@ -185,9 +207,38 @@ class Surveyor {
     folder.second.holds_entries = entries.holds_entries();
     ++counts_.folders;
     if (needs_row(folder)) note_work(folder);
-    FolderComparison comparison(session_.db, path, &entries);
-    while (const Finding* finding = comparison.next()) take(folder, *finding);
+    if (!is_as_left(folder, entries)) compare(folder, entries);
+  }
+
+  void compare(FolderRef& folder, FolderCursor& entries) {
+    FolderComparison comparison(session_.db, folder.first, &entries);
+    bool is_refused = false;
+    while (const Finding* finding = comparison.next()) {
+      is_refused |= finding->kind == FindingKind::kRefused;
+      take(folder, *finding);
+    }
     if (comparison.failed()) catalogue_fails();
+    const auto digest = entries.digest();
+    if (digest && !is_refused) survey_.digests.add(folder.first, *digest);
+  }
+
+  // Whether a folder's entries are those that the last sync has left in line: then they are only counted.
+  // Otherwise they are all still to come.
+  bool is_as_left(const FolderRef& folder, FolderCursor& entries) {
+    const auto left = left_in_line_ ? left_in_line_->of(folder.first) : std::nullopt;
+    if (!left) return false;
+    Glance seen = glance_at(folder.first, entries);
+    if (entries.digest() != left) {
+      entries.rewind();
+      return false;
+    }
+    ++folders_as_left_;
+    counts_.files += seen.files;
+    survey_.songs.insert(survey_.songs.end(), seen.songs.begin(), seen.songs.end());
+    survey_.digests.add(folder.first, *left);
+    std::move(seen.sub_folders.begin(), seen.sub_folders.end(), std::back_inserter(queue_));
+    listener_.progressed(counts_, counts_.files, 0);
+    return true;
   }
 
   void take(FolderRef& folder, const Finding& finding) {
@@ -263,6 +314,12 @@ class Surveyor {
     for (std::string& folder : folders)
       if (outer.empty() || !folder.starts_with(outer.back())) outer.push_back(std::move(folder));
     return outer;
+  }
+
+  void look_beyond_the_walk() {
+    look_for_gone_folders();
+    look_for_stale_songs();
+    match_moved_files();
   }
 
   void look_for_gone_folders() {
@@ -349,9 +406,11 @@ class Surveyor {
 
   Session& session_;
   const ReconcileTask& task_;
+  const std::optional<FolderDigests>& left_in_line_;
   ReconcileCounts& counts_;
   ReconcileListener& listener_;
   LibrarySurvey survey_;
+  std::size_t folders_as_left_ = 0;
   std::deque<std::string> queue_;
   std::set<std::string> visited_;
   std::vector<std::uint32_t> songs_without_record_;  // of those that differ
@@ -362,9 +421,10 @@ class Surveyor {
 
 }  // namespace
 
-LibrarySurvey survey_library(Session& session, const ReconcileTask& task, ReconcileCounts& counts,
+LibrarySurvey survey_library(Session& session, const ReconcileTask& task,
+                             const std::optional<FolderDigests>& left_in_line, ReconcileCounts& counts,
                              ReconcileListener& listener) {
-  return Surveyor(session, task, counts, listener).run();
+  return Surveyor(session, task, left_in_line, counts, listener).run();
 }
 
 }  // namespace corvexal

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -13,6 +14,7 @@
 #include "catalogue/folder_comparison.h"
 #include "catalogue/folder_rows.h"
 #include "catalogue/identifiers.h"
+#include "catalogue/last_sync.h"
 #include "catalogue/moved_files.h"
 #include "catalogue/reconcile.h"
 
@@ -59,7 +61,9 @@ struct LibrarySurvey {
   std::vector<std::uint32_t> songs;                               // ids of the songs on the disk, sorted
   bool has_stale_songs = false;  // records in the store may stand for no song on the disk
   std::uint64_t files_to_handle = 0;
-  bool is_whole = false;  // false when the catalogue could not be read or the walk was stopped
+  FolderDigests digests;    // of the folders compared, and of those that were left in line
+  bool is_as_left = false;  // all is as the last sync has left it: nothing else was looked at
+  bool is_whole = false;    // false when the catalogue could not be read or the walk was stopped
 };
 
 // How a row differs from its file.
@@ -79,8 +83,10 @@ struct Difference {
 // has a row.
 [[nodiscard]] std::uint64_t parent_of(const Folders& folders, std::string_view folder);
 
-// Compares disk and catalogue. What cannot be read is said on standard error, counted and kept.
-LibrarySurvey survey_library(Session& session, const ReconcileTask& task, ReconcileCounts& counts,
+// Compares disk and catalogue, but for the folders that are as the last sync has left them, where its digests
+// are given. What cannot be read is said on standard error, counted and kept.
+LibrarySurvey survey_library(Session& session, const ReconcileTask& task,
+                             const std::optional<FolderDigests>& left_in_line, ReconcileCounts& counts,
                              ReconcileListener& listener);
 
 }  // namespace corvexal

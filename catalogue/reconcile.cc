@@ -45,21 +45,38 @@ class Reconciler {
         forgot_rows_ |= carry_out(session_, rename, counts_, listener_);
     songs_.open_to_read();
     db_.read_in_one_transaction();
-    survey_ = survey_library(session_, task_, counts_, listener_);
+    const LastSync last_sync(session_);
+    survey_ = survey_library(session_, task_, left_in_line(last_sync), counts_, listener_);
     db_.exec("COMMIT;");
-    if (survey_.is_whole) {
+    if (survey_.is_whole && !survey_.is_as_left) {
       write_folders_and_files();
       if (!stopped()) complete();
     }
     songs_.close();
     if (!task_.preview) db_.exec("COMMIT;");
     if (db_.lost_work()) ++counts_.failed;
+    if (leaves_all_in_line()) last_sync.replace(survey_.digests);
     return counts_;
   }
 
   [[nodiscard]] bool lost_songs() const { return songs_.lost_any(); }
 
  private:
+  [[nodiscard]] bool is_of_everything() const {
+    return task_.whole_library && task_.known_folders_too && task_.renames.empty() &&
+           task_.entries_only.empty() && task_.left_files.empty();
+  }
+
+  [[nodiscard]] std::optional<FolderDigests> left_in_line(const LastSync& last_sync) const {
+    return task_.trusts_last_sync && is_of_everything() ? last_sync.folders() : std::nullopt;
+  }
+
+  // True when there is something new to know for the next run.
+  [[nodiscard]] bool leaves_all_in_line() {
+    return is_of_everything() && !task_.preview && survey_.is_whole && !survey_.is_as_left && !stopped() &&
+           counts_.failed == 0 && !lost_songs();
+  }
+
   [[nodiscard]] bool stopped() { return db_.lost_work() || listener_.wants_to_stop(); }
 
   void fail(const std::string& path, const char* what) {
@@ -78,6 +95,7 @@ class Reconciler {
 
   void refuse(const std::string& path) {
     ++counts_.refused;
+    survey_.digests.remove(path.substr(0, path.rfind('/') + 1));  // to be said by the next run, too
     error_printf("Corvexal: %s: the catalogue cannot hold a tag with a \" in it\n", path.c_str());
   }
 

@@ -54,6 +54,7 @@ struct ReconcileTask {
   std::vector<FolderRename> renames;      // that are known to have happened
   bool whole_library = true;              // the folders hold all that the stores know of
   bool known_folders_too = true;          // without, sub-folders that have a row are left alone
+  bool trusts_last_sync = true;           // what it left in line is not compared again
   bool preview = false;                   // nothing is written; the listener is told what would be done
 };
 
@@ -61,7 +62,9 @@ struct ReconcileTask {
 // files, none for files that are gone, those of changed files read again in place; one row for each folder
 // that holds entries; identifiers that are unique and parents that are right; song records, sort tables,
 // folder flags and playlists to match. What is right is not written, and where all is right nothing is.
-// Files and folders that were moved keep their identifiers where the match is certain.
+// Files and folders that were moved keep their identifiers where the match is certain. Of the whole library
+// only folders that have changed since the last such run are compared, as long as nobody else wrote to the
+// stores.
 //
 // The catalogue is open and has its tables; it is committed in batches and stays open. What cannot be looked
 // at keeps its rows and records. `session.songs` must be closed, and is again.

@@ -9,7 +9,7 @@ _corvexal() {
         2) switches='-M -I' ;;
       esac ;;
     corvexal-sync)
-      switches='--dry-run --even-if-empty --accept-refused --shallow --entries --leave --rename --quiet --verbose --json --help --version' ;;
+      switches='--dry-run --even-if-empty --thorough --accept-refused --shallow --entries --leave --rename --quiet --verbose --json --help --version' ;;
     corvexal-report) switches='--json --html --help --version' ;;
     corvexal-watch)
       switches='--source --quiet-time --full-sync-every --help --version'

@@ -55,23 +55,12 @@ bool keep_owner_and_mode(const Descriptor& original, int successor) {
   return true;
 }
 
-bool write_all(int to, Bytes bytes) {
-  while (!bytes.empty()) {
-    const ssize_t n = write(to, bytes.data(), bytes.size());
-    if (n >= 0)
-      bytes = bytes.subspan(static_cast<std::size_t>(n));
-    else if (errno != EINTR)
-      return false;
-  }
-  return true;
-}
-
 bool copy_bytes(const Descriptor& from, const Descriptor& to) {
   File source(from.duplicate());
   std::array<std::uint8_t, 65536> piece{};
   for (std::uint64_t at = 0; at < source.size();) {
     const std::size_t size = source.read_at(at, piece);
-    if (size == 0 || !write_all(to.get(), Bytes(piece).first(size))) return false;
+    if (size == 0 || !write_all(to, Bytes(piece).first(size))) return false;
     at += size;
   }
   return static_cast<bool>(source);

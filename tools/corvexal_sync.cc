@@ -41,6 +41,7 @@ constexpr char kUsage[] =
     "\n"
     "  --dry-run        show what would be done, one line each: + new, - gone, ~ changed, > moved\n"
     "  --even-if-empty  go on when the share is missing or empty and the catalogue is not\n"
+    "  --thorough       compare every row and record, also where nothing changed since the last sync\n"
     "  --accept-refused exit with 0 though the catalogue cannot hold some names or tags\n"
     "  --shallow        leave sub-folders alone that the catalogue knows\n"
     "  --entries FOLDER a folder whose known sub-folders are left alone (may be repeated)\n"
@@ -56,7 +57,7 @@ constexpr char kUsage[] =
     "wrong call.";
 
 struct Options {
-  bool dry_run = false, even_if_empty = false, shallow = false, accept_refused = false;
+  bool dry_run = false, even_if_empty = false, thorough = false, shallow = false, accept_refused = false;
   bool quiet = false, verbose = false, json = false;
   std::vector<corvexal::FolderRename> renames;
   std::vector<std::string> folders, entries_only, left_files;
@@ -67,10 +68,10 @@ struct Switch {
   bool Options::*flag;
 };
 constexpr Switch kSwitches[] = {
-    {"--dry-run", &Options::dry_run}, {"--even-if-empty", &Options::even_if_empty},
-    {"--shallow", &Options::shallow}, {"--accept-refused", &Options::accept_refused},
-    {"--quiet", &Options::quiet},     {"--verbose", &Options::verbose},
-    {"--json", &Options::json},
+    {"--dry-run", &Options::dry_run},   {"--even-if-empty", &Options::even_if_empty},
+    {"--thorough", &Options::thorough}, {"--accept-refused", &Options::accept_refused},
+    {"--shallow", &Options::shallow},   {"--quiet", &Options::quiet},
+    {"--verbose", &Options::verbose},   {"--json", &Options::json},
 };
 
 // The path without "." and "..", with one "/" at its end.
@@ -260,6 +261,7 @@ class Sync {
     task_.entries_only = options_.entries_only;
     task_.left_files = options_.left_files;
     task_.known_folders_too = !options_.shallow;
+    task_.trusts_last_sync = !options_.thorough;
     task_.preview = options_.dry_run;
     task_.renames = options_.renames;
     return true;

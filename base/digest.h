@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace corvexal {
+
+// A 64-bit digest of what is added to it, in its order: FNV-1a, taken by words for numbers. The same in every
+// run and on every machine. It tells apart what differs by accident; it is no protection against a forger.
+class Digest {
+ public:
+  // A text and its length, so that "ab" and "c" differ from "a" and "bc".
+  Digest& add(std::string_view text) {
+    for (const char c : text) mix(static_cast<unsigned char>(c));
+    return add(text.size());
+  }
+  Digest& add(std::uint64_t number) {
+    mix(number);
+    value_ ^= value_ >> 32;
+    return *this;
+  }
+
+  [[nodiscard]] std::uint64_t value() const { return value_; }
+
+ private:
+  void mix(std::uint64_t word) { value_ = (value_ ^ word) * 0x100000001b3; }
+
+  std::uint64_t value_ = 0xcbf29ce484222325;
+};
+
+}  // namespace corvexal

@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "catalogue/last_sync.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "base/digest.h"
+#include "base/file.h"
+#include "base/place.h"
+#include "catalogue/media_rows.h"
+#include "catalogue/schema.h"
+#include "songdb/store.h"
+
+namespace corvexal {
+namespace {
+
+// The file: words of this host's byte order, kMagic | the stores' state | folder, entries… | a digest of
+// them.
+constexpr std::uint64_t kMagic = 0x31636e7953737643;
+constexpr std::size_t kWordsAround = 3, kWordsAFolder = 2;
+using Words = std::vector<std::uint64_t>;
+
+std::string file_path(const Session& session) {
+  return session.config.mntpath + "/.systemfile/corvexal-sync.state";
+}
+
+std::uint64_t digest_of(std::span<const std::uint64_t> words) {
+  Digest digest;
+  for (const std::uint64_t word : words) digest.add(word);
+  return digest.value();
+}
+
+std::span<std::uint8_t> bytes_of(Words& words) {
+  return {reinterpret_cast<std::uint8_t*>(words.data()), words.size() * sizeof words[0]};
+}
+
+// Adds what a change of a file changes; a missing file is a state, too. False for one that cannot be looked
+// at.
+bool add_file(Digest& digest, const std::string& path) {
+  const auto place = find_place(path);
+  struct stat status {};
+  if (!place || fstatat(place->folder.get(), place->name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    digest.add(0);
+    return errno == ENOENT;
+  }
+  digest.add(status.st_ino).add(static_cast<std::uint64_t>(status.st_size));
+  for (const timespec& time : {status.st_mtim, status.st_ctim})
+    digest.add(static_cast<std::uint64_t>(time.tv_sec)).add(static_cast<std::uint64_t>(time.tv_nsec));
+  return true;
+}
+
+// Rows hold local times, so the dates of all files change with the device's time zone.
+void add_time_zone(Digest& digest) {
+  constexpr std::time_t kHalfYear = 182 * 86'400;
+  for (int i = 0; i < 136; ++i) digest.add(date_text(i * kHalfYear));
+}
+
+// Puts the file in place of the earlier one at once. It need not outlast a power failure.
+void write_file(const std::string& path, Words& words) {
+  const auto place = find_place(path);
+  if (!place) return;
+  const int folder = place->folder.get();
+  const std::string unfinished = place->name + ".new";
+  unlinkat(folder, unfinished.c_str(), 0);
+  const Descriptor file = open_plain_file(folder, unfinished, O_WRONLY | O_CREAT | O_EXCL, 0600);
+  if (!file) return;
+  const bool is_whole = write_all(file, bytes_of(words));
+  if (!is_whole || renameat(folder, unfinished.c_str(), folder, place->name.c_str()) != 0)
+    unlinkat(folder, unfinished.c_str(), 0);
+}
+
+std::uint64_t key_of(std::string_view folder) {
+  return Digest().add(folder).value();
+}
+
+}  // namespace
+
+void FolderDigests::add(std::string_view folder, std::uint64_t entries) {
+  is_too_large_ = is_too_large_ || entries_.size() >= kMost;
+  if (is_too_large_) return entries_.clear();
+  entries_[key_of(folder)] = entries;
+}
+
+void FolderDigests::remove(std::string_view folder) {
+  entries_.erase(key_of(folder));
+}
+
+std::optional<std::uint64_t> FolderDigests::of(std::string_view folder) const {
+  const auto at = entries_.find(key_of(folder));
+  return at == entries_.end() ? std::nullopt : std::optional(at->second);
+}
+
+LastSync::LastSync(Session& session)
+    : session_(session), changes_by_others_(changes_by_others()), state_at_start_(state_of_stores()) {}
+
+std::optional<FolderDigests> LastSync::folders() const {
+  const auto place = find_place(file_path(session_));
+  if (!place || !state_at_start_) return std::nullopt;
+  File file(open_plain_file(place->folder.get(), place->name, O_RDONLY));
+  constexpr std::size_t kLargest = kWordsAround + FolderDigests::kMost * kWordsAFolder;
+  Words words(std::min<std::uint64_t>(file.size() / sizeof(std::uint64_t), kLargest));
+  const bool is_whole = words.size() > kWordsAround && (words.size() - kWordsAround) % kWordsAFolder == 0 &&
+                        file.read_at(0, bytes_of(words)) == file.size();
+  if (!is_whole || words[0] != kMagic || words[1] != *state_at_start_) return std::nullopt;
+  const auto content = std::span(words).first(words.size() - 1);
+  if (digest_of(content) != words.back()) return std::nullopt;
+  FolderDigests folders;
+  for (auto rest = content.subspan(2); !rest.empty(); rest = rest.subspan(kWordsAFolder))
+    folders.entries_[rest[0]] = rest[1];
+  return folders;
+}
+
+void LastSync::replace(const FolderDigests& folders) const {
+  session_.db.read_in_one_transaction();
+  const bool others_wrote = changes_by_others() != changes_by_others_;
+  const auto state = state_of_stores();
+  session_.db.exec("COMMIT;");
+  if (!state || others_wrote || folders.size() == 0) return;
+  Words words = {kMagic, *state};
+  for (const auto& [folder, entries] : folders.entries_) words.insert(words.end(), {folder, entries});
+  words.push_back(digest_of(words));
+  write_file(file_path(session_), words);
+}
+
+std::optional<std::uint64_t> LastSync::state_of_stores() const {
+  const ConfigRecord& config = session_.config;
+  const auto changes = session_.db.change_counter();
+  if (!changes) return std::nullopt;
+  Digest digest;
+  digest.add(CORVEXAL_VERSION).add(config.sharepath).add(config.mntpath).add(config.standard_tags ? 1 : 0);
+  digest.add(*changes);
+  add_time_zone(digest);
+  const bool are_seen =
+      add_file(digest, catalogue_path(config.mntpath)) && add_file(digest, song_store_path(config.mntpath));
+  return are_seen ? std::optional(digest.value()) : std::nullopt;
+}
+
+std::int64_t LastSync::changes_by_others() const {
+  Rows rows = session_.db.read("PRAGMA data_version;");
+  return rows.next() ? rows.number(0) : 0;
+}
+
+}  // namespace corvexal

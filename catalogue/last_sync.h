@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+
+#include "catalogue/session.h"
+
+// What the last sync of the whole library left in line, so that the next one need not compare it again: a
+// digest of each folder, kept in a file beside the stores and believed only as long as both stores, the
+// settings and the program are what they were at its end.
+
+namespace corvexal {
+
+// Digests of folders' entries, by digests of the folders' paths.
+class FolderDigests {
+ public:
+  // A folder's path has its trailing "/". Of a library of more than kMost folders none is kept.
+  void add(std::string_view folder, std::uint64_t entries);
+
+  // Leaves out a folder that has to be compared each time.
+  void remove(std::string_view folder);
+
+  [[nodiscard]] std::optional<std::uint64_t> of(std::string_view folder) const;
+  [[nodiscard]] std::size_t size() const { return entries_.size(); }
+
+ private:
+  friend class LastSync;
+  static constexpr std::size_t kMost = 100'000;  // some 4 MB
+
+  std::unordered_map<std::uint64_t, std::uint64_t> entries_;
+  bool is_too_large_ = false;
+};
+
+// The file of digests.
+class LastSync {
+ public:
+  // To be made in a transaction of the catalogue.
+  explicit LastSync(Session& session);
+
+  // The folders that the last sync left in line, where neither store has changed since.
+  [[nodiscard]] std::optional<FolderDigests> folders() const;
+
+  // Keeps what a sync has left in line; to be called outside of a transaction. Where another connection has
+  // written to the catalogue since this object was made, or the file cannot be written, there is nothing to
+  // believe next time.
+  void replace(const FolderDigests& folders) const;
+
+ private:
+  [[nodiscard]] std::optional<std::uint64_t> state_of_stores() const;
+  [[nodiscard]] std::int64_t changes_by_others() const;
+
+  Session& session_;
+  std::int64_t changes_by_others_;
+  std::optional<std::uint64_t> state_at_start_;
+};
+
+}  // namespace corvexal
