@@ -42,12 +42,36 @@ std::span<std::uint8_t> bytes_of(Words& words) {
   return {reinterpret_cast<std::uint8_t*>(words.data()), words.size() * sizeof words[0]};
 }
 
+// Whether the next change of a file would give it other times. Those of a file system go by ticks of the
+// clock, up to 10 ms long, or by two seconds.
+bool has_settled(const struct stat& status) {
+  const timespec& changed = status.st_ctim;
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME_COARSE, &now);
+  const bool goes_by_seconds = changed.tv_nsec == 0;
+  if (goes_by_seconds) return now.tv_sec - changed.tv_sec > 2;
+  return now.tv_sec > changed.tv_sec || (now.tv_sec == changed.tv_sec && now.tv_nsec > changed.tv_nsec);
+}
+
+// Looks at a file once its next change would show, for which it waits for the clock's next tick. False with
+// errno set for one that cannot be looked at; EAGAIN for one that has only just been changed.
+bool look_at(const Place& place, struct stat& status) {
+  constexpr timespec kLongestTick{0, 10'000'000};
+  for (int looks = 0; looks < 2; ++looks) {
+    if (looks > 0) nanosleep(&kLongestTick, nullptr);
+    if (fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return false;
+    if (has_settled(status)) return true;
+  }
+  errno = EAGAIN;
+  return false;
+}
+
 // Adds what a change of a file changes; a missing file is a state, too. False for one that cannot be looked
 // at.
 bool add_file(Digest& digest, const std::string& path) {
   const auto place = find_place(path);
   struct stat status {};
-  if (!place || fstatat(place->folder.get(), place->name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+  if (!place || !look_at(*place, status)) {
     digest.add(0);
     return errno == ENOENT;
   }

@@ -23,6 +23,7 @@
 #include "catalogue/playlists.h"
 #include "catalogue/song_reconciler.h"
 #include "catalogue/sort_tables.h"
+#include "songdb/update.h"
 
 namespace corvexal {
 namespace {
@@ -95,8 +96,13 @@ class Reconciler {
 
   void refuse(const std::string& path) {
     ++counts_.refused;
-    survey_.digests.remove(path.substr(0, path.rfind('/') + 1));  // to be said by the next run, too
+    compare_again(path);
     error_printf("Corvexal: %s: the catalogue cannot hold a tag with a \" in it\n", path.c_str());
+  }
+
+  // Has every run compare the folder of a file, whatever its digest says.
+  void compare_again(const std::string& path) {
+    survey_.digests.remove(path.substr(0, path.rfind('/') + 1));
   }
 
   void write_folders_and_files() {
@@ -245,7 +251,7 @@ class Reconciler {
       tell(Change::kNew, path);
     }
     foresee_numbers(path);
-    songs_.refresh(path, status);
+    refresh_record(path, status);
     done_with_file();
   }
 
@@ -286,7 +292,7 @@ class Reconciler {
     if (differs.content && !refresh(folder, finding)) return;
     mend(folder, finding.media_class, rowid, differs);
     const bool song_written =
-        differs.song && (differs.content || can_be_read(path)) && songs_.refresh(path, status);
+        differs.song && (differs.content || can_be_read(path)) && refresh_record(path, status);
     const bool mended =
         differs.place || differs.identifiers.objid || differs.identifiers.number || song_written;
     if (!differs.content && !mended) return;
@@ -294,6 +300,14 @@ class Reconciler {
     tell(Change::kRefreshed, path);
     if (differs.identifiers.number) foresee_numbers(path);
     done_with_file();
+  }
+
+  // The count of the records is right only with the songs that have none.
+  bool refresh_record(const std::string& path, const struct stat& status) {
+    const bool is_written = songs_.refresh(path, status);
+    const bool is_song = is_store_song(std::string_view(path).substr(path.rfind('/') + 1));
+    if (is_song && !session_.songs.contains(song_id(status))) compare_again(path);
+    return is_written;
   }
 
   // False when the row went, or could not be written or read for.
