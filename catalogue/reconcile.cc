@@ -101,9 +101,7 @@ class Reconciler {
   }
 
   // Has every run compare the folder of a file, whatever its digest says.
-  void compare_again(const std::string& path) {
-    survey_.digests.remove(path.substr(0, path.rfind('/') + 1));
-  }
+  void compare_again(const std::string& path) { survey_.digests.remove(path.substr(0, path.rfind('/') + 1)); }
 
   void write_folders_and_files() {
     for (const std::int64_t rowid : survey_.double_folder_rows)
