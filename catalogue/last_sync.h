@@ -27,6 +27,8 @@ class FolderDigests {
   [[nodiscard]] std::optional<std::uint64_t> of(std::string_view folder) const;
   [[nodiscard]] std::size_t size() const { return entries_.size(); }
 
+  bool operator==(const FolderDigests&) const = default;
+
  private:
   friend class LastSync;
   static constexpr std::size_t kMost = 100'000;  // some 4 MB

@@ -47,7 +47,8 @@ class Reconciler {
     songs_.open_to_read();
     db_.read_in_one_transaction();
     const LastSync last_sync(session_);
-    survey_ = survey_library(session_, task_, left_in_line(last_sync), counts_, listener_);
+    const auto left = is_of_everything() && task_.trusts_last_sync ? last_sync.folders() : std::nullopt;
+    survey_ = survey_library(session_, task_, left, counts_, listener_);
     db_.exec("COMMIT;");
     if (survey_.is_whole && !survey_.is_as_left) {
       write_folders_and_files();
@@ -56,7 +57,8 @@ class Reconciler {
     songs_.close();
     if (!task_.preview) db_.exec("COMMIT;");
     if (db_.lost_work()) ++counts_.failed;
-    if (leaves_all_in_line()) last_sync.replace(survey_.digests);
+    if (leaves_all_in_line() && (counts_.any_change() || left != survey_.digests))
+      last_sync.replace(survey_.digests);
     return counts_;
   }
 
@@ -68,14 +70,9 @@ class Reconciler {
            task_.entries_only.empty() && task_.left_files.empty();
   }
 
-  [[nodiscard]] std::optional<FolderDigests> left_in_line(const LastSync& last_sync) const {
-    return task_.trusts_last_sync && is_of_everything() ? last_sync.folders() : std::nullopt;
-  }
-
-  // True when there is something new to know for the next run.
   [[nodiscard]] bool leaves_all_in_line() {
-    return is_of_everything() && !task_.preview && survey_.is_whole && !survey_.is_as_left && !stopped() &&
-           counts_.failed == 0 && !lost_songs();
+    return is_of_everything() && !task_.preview && survey_.is_whole && !stopped() && counts_.failed == 0 &&
+           !lost_songs();
   }
 
   [[nodiscard]] bool stopped() { return db_.lost_work() || listener_.wants_to_stop(); }
