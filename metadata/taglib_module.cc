@@ -63,13 +63,11 @@ std::string utf8_of(const TagLib::String& text) {
     utf8 += static_cast<char>(kLead[more] | c >> 6 * more);
     for (int i = more - 1; i >= 0; --i) utf8 += static_cast<char>(0x80 | (c >> 6 * i & 0x3F));
   };
-  const std::wstring_view units(text.toCWString(), text.size());
-  for (std::size_t i = 0; i < units.size() && units[i] != 0; ++i) {
-    const auto unit = static_cast<char32_t>(units[i]);
-    const auto next = i + 1 < units.size() ? static_cast<char32_t>(units[i + 1]) : 0;
+  for (const wchar_t* units = text.toCWString(); units[0] != 0; ++units) {  // a zero ends them
+    const auto unit = static_cast<char32_t>(units[0]), next = static_cast<char32_t>(units[1]);
     if ((unit & ~0x3FFUL) == 0xD800 && (next & ~0x3FFUL) == 0xDC00) {
       append(0x10000 + ((unit & 0x3FF) << 10 | (next & 0x3FF)));
-      ++i;
+      ++units;
     } else {
       append((unit & ~0x7FFUL) == 0xD800 || unit > 0xFFFF ? 0xFFFD : unit);
     }
