@@ -98,7 +98,8 @@ int report(const Call& call, char** argv) {
   else if (!call.html_file)
     write_text(report, stdout);
   if (call.html_file && !write_html_file(report, *call.html_file)) is_complete = false;
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+  std::fflush(stdout);
+  if (std::ferror(stdout) != 0) {
     std::perror("corvexal-report: standard output");
     return 1;
   }
