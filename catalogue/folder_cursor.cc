@@ -34,21 +34,22 @@ const FolderEntry* FolderCursor::next() {
 void FolderCursor::rewind() {
   at_ = 0;
   digest_ = {};
-  all_are_seen_ = true;
+  has_digest_ = true;
 }
 
 void FolderCursor::add_to_digest() {
   const struct stat& status = entry_.status;
   digest_.add(entry_.name).add(static_cast<std::uint64_t>(entry_.kind));
-  all_are_seen_ = all_are_seen_ && entry_.kind != EntryKind::kUnknown;
+  if (entry_.kind == EntryKind::kUnknown) has_digest_ = false;
   if (entry_.kind != EntryKind::kFile) return;
+  if (status.st_nlink > 1) has_digest_ = false;
   digest_.add(status.st_ino).add(static_cast<std::uint64_t>(status.st_size));
   digest_.add(static_cast<std::uint64_t>(status.st_mtim.tv_sec));
   digest_.add(static_cast<std::uint64_t>(status.st_mtim.tv_nsec));
 }
 
 std::optional<std::uint64_t> FolderCursor::digest() const {
-  if (!all_are_seen_) return std::nullopt;
+  if (!has_digest_) return std::nullopt;
   return Digest(digest_).add(holds_entries() ? 1 : 0).value();
 }
 

@@ -54,7 +54,8 @@ class FolderCursor {
   void rewind();
 
   // Of the entries shown so far a digest that changes with their names, sizes, dates and inode numbers.
-  // Nothing once one could not be looked at.
+  // Nothing once one could not be looked at, or is a file with a second name: what becomes of that one, which
+  // may lie in another folder, concerns it, too.
   [[nodiscard]] std::optional<std::uint64_t> digest() const;
 
  private:
@@ -68,7 +69,7 @@ class FolderCursor {
   std::size_t at_ = 0;
   FolderEntry entry_;
   Digest digest_;
-  bool all_are_seen_ = true;
+  bool has_digest_ = true;
 };
 
 }  // namespace corvexal
