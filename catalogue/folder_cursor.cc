@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "base/file.h"
+#include "catalogue/last_sync.h"
 #include "catalogue/scan.h"
 
 namespace corvexal {
@@ -48,9 +49,8 @@ void FolderCursor::add_to_digest() {
   digest_.add(static_cast<std::uint64_t>(status.st_mtim.tv_nsec));
 }
 
-std::optional<std::uint64_t> FolderCursor::digest() const {
-  if (!has_digest_) return std::nullopt;
-  return Digest(digest_).add(holds_entries() ? 1 : 0).value();
+std::uint64_t FolderCursor::digest() const {
+  return has_digest_ ? Digest(digest_).add(holds_entries() ? 1 : 0).value() : FolderDigests::kCompareAgain;
 }
 
 // False for an entry that does not matter.

@@ -54,9 +54,9 @@ class FolderCursor {
   void rewind();
 
   // Of the entries shown so far a digest that changes with their names, sizes, dates and inode numbers.
-  // Nothing once one could not be looked at, or is a file with a second name: what becomes of that one, which
-  // may lie in another folder, concerns it, too.
-  [[nodiscard]] std::optional<std::uint64_t> digest() const;
+  // kCompareAgain once one could not be looked at, or is a file with a second name: what becomes of that one,
+  // which may lie in another folder, concerns it, too.
+  [[nodiscard]] std::uint64_t digest() const;
 
  private:
   [[nodiscard]] bool look_at(std::string_view name);

@@ -122,8 +122,12 @@ std::optional<std::uint64_t> FolderDigests::of(std::string_view folder) const {
   return at == entries_.end() ? std::nullopt : std::optional(at->second);
 }
 
-LastSync::LastSync(Session& session)
-    : session_(session), changes_by_others_(changes_by_others()), state_at_start_(state_of_stores()) {}
+LastSync::LastSync(Session& session) : session_(session) {
+  session_.db.read_in_one_transaction();
+  changes_by_others_ = changes_by_others();
+  state_at_start_ = state_of_stores();
+  session_.db.exec("COMMIT;");
+}
 
 std::optional<FolderDigests> LastSync::folders() const {
   const auto place = find_place(file_path(session_));
@@ -144,10 +148,9 @@ std::optional<FolderDigests> LastSync::folders() const {
 
 void LastSync::replace(const FolderDigests& folders) const {
   session_.db.read_in_one_transaction();
-  const bool others_wrote = changes_by_others() != changes_by_others_;
-  const auto state = state_of_stores();
+  const auto state = others_wrote() ? std::nullopt : state_of_stores();
   session_.db.exec("COMMIT;");
-  if (!state || others_wrote || folders.size() == 0) return;
+  if (!state || folders.size() == 0) return;
   Words words = {kMagic, *state};
   for (const auto& [folder, entries] : folders.entries_) words.insert(words.end(), {folder, entries});
   words.push_back(digest_of(words));

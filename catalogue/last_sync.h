@@ -20,9 +20,10 @@ class FolderDigests {
  public:
   // A folder's path has its trailing "/". Of a library of more than kMost folders none is kept.
   void add(std::string_view folder, std::uint64_t entries);
-
-  // Leaves out a folder that has to be compared each time.
   void remove(std::string_view folder);
+
+  // In place of the digest of a folder that is compared each time, whatever its entries look like.
+  static constexpr std::uint64_t kCompareAgain = 0;
 
   [[nodiscard]] std::optional<std::uint64_t> of(std::string_view folder) const;
   [[nodiscard]] std::size_t size() const { return entries_.size(); }
@@ -40,15 +41,17 @@ class FolderDigests {
 // The file of digests.
 class LastSync {
  public:
-  // To be made in a transaction of the catalogue.
+  // To be made before the run writes, and outside of a transaction.
   explicit LastSync(Session& session);
 
   // The folders that the last sync left in line, where neither store has changed since.
   [[nodiscard]] std::optional<FolderDigests> folders() const;
 
-  // Keeps what a sync has left in line; to be called outside of a transaction. Where another connection has
-  // written to the catalogue since this object was made, or the file cannot be written, there is nothing to
-  // believe next time.
+  // Whether another connection has written to the catalogue since this object was made.
+  [[nodiscard]] bool others_wrote() const { return changes_by_others() != changes_by_others_; }
+
+  // Keeps what a sync has left in line; to be called outside of a transaction. Where others wrote meanwhile,
+  // or the file cannot be written, there is nothing to believe next time.
   void replace(const FolderDigests& folders) const;
 
  private:
@@ -56,7 +59,7 @@ class LastSync {
   [[nodiscard]] std::int64_t changes_by_others() const;
 
   Session& session_;
-  std::int64_t changes_by_others_;
+  std::int64_t changes_by_others_ = 0;
   std::optional<std::uint64_t> state_at_start_;
 };
 

@@ -90,13 +90,16 @@ class Surveyor {
         left_in_line_(left_in_line),
         counts_(counts),
         listener_(listener),
-        survey_(session.db, task.folders) {}
+        survey_(session.db, task.folders) {
+    if (left_in_line && !task.whole_library) survey_.digests = *left_in_line;
+  }
 
   LibrarySurvey run() {
     for (const std::string& file : task_.left_files) survey_.scope.keep(file + '/');
     if (read_catalogue()) {
       walk();
-      survey_.is_as_left = left_in_line_ && folders_as_left_ == left_in_line_->size() && survey_.work.empty();
+      survey_.is_as_left = left_in_line_ && task_.whole_library && survey_.work.empty() &&
+                           unchanged_folders_ == left_in_line_->size();
       if (!survey_.is_as_left) look_beyond_the_walk();
     }
     survey_.is_whole = !catalogue_failed_ && !listener_.wants_to_stop();
@@ -207,48 +210,50 @@ class Surveyor {
     folder.second.holds_entries = entries.holds_entries();
     ++counts_.folders;
     if (needs_row(folder)) note_work(folder);
-    if (!is_as_left(folder, entries)) compare(folder, entries);
+    const auto left = left_in_line_ ? left_in_line_->of(path) : std::nullopt;
+    if (!left) return compare(folder, entries);
+    const bool is_unchanged = passes_unchanged(folder, entries, *left);
+    if (!is_unchanged) compare(folder, entries);
+    if (is_unchanged || *left == FolderDigests::kCompareAgain) ++unchanged_folders_;
   }
 
   void compare(FolderRef& folder, FolderCursor& entries) {
+    all_is_taken_ = true;
     FolderComparison comparison(session_.db, folder.first, &entries);
-    bool is_refused = false;
-    while (const Finding* finding = comparison.next()) {
-      is_refused |= finding->kind == FindingKind::kRefused;
-      take(folder, *finding);
-    }
+    while (const Finding* finding = comparison.next()) take(folder, *finding);
     if (comparison.failed()) catalogue_fails();
-    const auto digest = entries.digest();
-    if (digest && !is_refused) survey_.digests.add(folder.first, *digest);
+    survey_.digests.add(folder.first, all_is_taken_ ? entries.digest() : FolderDigests::kCompareAgain);
   }
 
-  // Whether a folder's entries are those that the last sync has left in line: then they are only counted.
-  // Otherwise they are all still to come.
-  bool is_as_left(const FolderRef& folder, FolderCursor& entries) {
-    const auto left = left_in_line_ ? left_in_line_->of(folder.first) : std::nullopt;
-    if (!left) return false;
+  // Only counts the entries of a folder when they are those that were left in line. Otherwise false, and they
+  // are all still to come.
+  bool passes_unchanged(const FolderRef& folder, FolderCursor& entries, std::uint64_t left) {
+    if (left == FolderDigests::kCompareAgain) return false;
     Glance seen = glance_at(folder.first, entries);
     if (entries.digest() != left) {
       entries.rewind();
       return false;
     }
-    ++folders_as_left_;
     counts_.files += seen.files;
     survey_.songs.insert(survey_.songs.end(), seen.songs.begin(), seen.songs.end());
-    survey_.digests.add(folder.first, *left);
-    std::move(seen.sub_folders.begin(), seen.sub_folders.end(), std::back_inserter(queue_));
+    survey_.digests.add(folder.first, left);
+    for (std::string& sub_folder : seen.sub_folders) enter(folder.first, std::move(sub_folder));
     listener_.progressed(counts_, counts_.files, 0);
     return true;
   }
 
   void take(FolderRef& folder, const Finding& finding) {
-    if (survey_.scope.leaves(folder.first + std::string(name_of(finding)))) return;
+    if (survey_.scope.leaves(folder.first + std::string(name_of(finding)))) {
+      all_is_taken_ = false;
+      return;
+    }
     const auto path = [&] { return folder.first + std::string(finding.entry->name); };
     switch (finding.kind) {
       case FindingKind::kPresent: {
         count_file(finding);
         const Difference differs = difference(session_, survey_, folder, finding);
         if (differs.song) add_differing_song(finding);
+        known_songs_differ_ |= differs.song;
         if (!differs.any()) return;
         break;
       }
@@ -258,6 +263,7 @@ class Surveyor {
         has_new_files_ = true;
         break;
       case FindingKind::kRefused:
+        all_is_taken_ = false;
         return refuse(path());
       case FindingKind::kDouble:
         break;
@@ -298,7 +304,6 @@ class Surveyor {
   }
 
   void add_differing_song(const Finding& finding) {
-    songs_differ_ = true;
     const std::uint32_t id = song_id(finding.entry->status);
     if (!session_.songs.contains(id)) songs_without_record_.push_back(id);
   }
@@ -326,8 +331,10 @@ class Surveyor {
     for (const std::string& folder : outermost(survey_.scope.folders()))
       for (const MediaClass media_class : kClasses) look_for_gone_rows(media_class, folder);
     for (FolderRef& folder : survey_.folders)
-      if (folder.second.rowid != 0 && !folder.second.is_visited && survey_.scope.holds(folder.first))
+      if (folder.second.rowid != 0 && !folder.second.is_visited && survey_.scope.holds(folder.first)) {
         survey_.gone_folders.push_back(&folder);
+        survey_.digests.remove(folder.first);
+      }
   }
 
   // Steps from one folder with rows to the next, by the index on folders.
@@ -363,16 +370,16 @@ class Surveyor {
   }
 
   // Of the whole library the count of the records shows whether there are any that no song has, or whether
-  // the count is wrong. Of a part, a song that is gone leaves its record, and so does one that another file
-  // replaced.
+  // the count is wrong. Of a part, and beside folders that were not compared, a song that is gone leaves its
+  // record, and so does one that another file replaced; if all was not left in line, a new file may be it.
   void look_for_stale_songs() {
     sort_out_doubles(survey_.songs);
     sort_out_doubles(songs_without_record_);
     const std::uint64_t records = session_.songs.count();
-    survey_.has_stale_songs =
-        task_.whole_library
-            ? records != survey_.songs.size() - songs_without_record_.size()
-            : records > 0 && (survey_.moved.has_gone_rows() || has_new_files_ || songs_differ_);
+    const bool some_went = survey_.moved.has_gone_rows() || known_songs_differ_;
+    survey_.has_stale_songs = left_in_line_ || !task_.whole_library
+                                  ? records > 0 && (some_went || (has_new_files_ && !left_in_line_))
+                                  : records != survey_.songs.size() - songs_without_record_.size();
   }
 
   static void sort_out_doubles(std::vector<std::uint32_t>& ids) {
@@ -410,12 +417,13 @@ class Surveyor {
   ReconcileCounts& counts_;
   ReconcileListener& listener_;
   LibrarySurvey survey_;
-  std::size_t folders_as_left_ = 0;
+  std::size_t unchanged_folders_ = 0;  // of those that were left in line
+  bool all_is_taken_ = true;           // of the folder's findings
   std::deque<std::string> queue_;
   std::set<std::string> visited_;
   std::vector<std::uint32_t> songs_without_record_;  // of those that differ
   bool has_new_files_ = false;
-  bool songs_differ_ = false;
+  bool known_songs_differ_ = false;
   bool catalogue_failed_ = false;
 };
 

@@ -61,7 +61,7 @@ struct LibrarySurvey {
   std::vector<std::uint32_t> songs;                               // ids of the songs on the disk, sorted
   bool has_stale_songs = false;  // records in the store may stand for no song on the disk
   std::uint64_t files_to_handle = 0;
-  FolderDigests digests;    // of the folders compared, and of those that were left in line
+  FolderDigests digests;    // of the folders that are in line, or will be after the work
   bool is_as_left = false;  // all is as the last sync has left it: nothing else was looked at
   bool is_whole = false;    // false when the catalogue could not be read or the walk was stopped
 };

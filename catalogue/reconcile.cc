@@ -23,7 +23,6 @@
 #include "catalogue/playlists.h"
 #include "catalogue/song_reconciler.h"
 #include "catalogue/sort_tables.h"
-#include "songdb/update.h"
 
 namespace corvexal {
 namespace {
@@ -41,13 +40,15 @@ class Reconciler {
         songs_(session, task, counts_) {}
 
   ReconcileCounts run() {
+    const LastSync last_sync(session_);
+    auto left = task_.trusts_last_sync ? last_sync.folders() : std::nullopt;
     if (!task_.preview)
       for (const FolderRename& rename : task_.renames)
         forgot_rows_ |= carry_out(session_, rename, counts_, listener_);
     songs_.open_to_read();
     db_.read_in_one_transaction();
-    const LastSync last_sync(session_);
-    const auto left = is_of_everything() && task_.trusts_last_sync ? last_sync.folders() : std::nullopt;
+    if (last_sync.others_wrote() || songs_.was_repaired()) left.reset();
+    is_trusting_ = left.has_value();
     survey_ = survey_library(session_, task_, left, counts_, listener_);
     db_.exec("COMMIT;");
     if (survey_.is_whole && !survey_.is_as_left) {
@@ -65,14 +66,13 @@ class Reconciler {
   [[nodiscard]] bool lost_songs() const { return songs_.lost_any(); }
 
  private:
-  [[nodiscard]] bool is_of_everything() const {
-    return task_.whole_library && task_.known_folders_too && task_.renames.empty() &&
-           task_.entries_only.empty() && task_.left_files.empty();
-  }
-
+  // Of everything, or of a part when all the rest was left in line. What lay in a renamed folder has other
+  // paths now.
   [[nodiscard]] bool leaves_all_in_line() {
-    return is_of_everything() && !task_.preview && survey_.is_whole && !stopped() && counts_.failed == 0 &&
-           !lost_songs();
+    const bool is_of_everything = task_.whole_library && task_.known_folders_too &&
+                                  task_.entries_only.empty() && task_.left_files.empty();
+    return (is_of_everything || is_trusting_) && task_.renames.empty() && !task_.preview &&
+           survey_.is_whole && !stopped() && counts_.failed == 0 && !lost_songs();
   }
 
   [[nodiscard]] bool stopped() { return db_.lost_work() || listener_.wants_to_stop(); }
@@ -93,12 +93,9 @@ class Reconciler {
 
   void refuse(const std::string& path) {
     ++counts_.refused;
-    compare_again(path);
+    survey_.digests.add(path.substr(0, path.rfind('/') + 1), FolderDigests::kCompareAgain);
     error_printf("Corvexal: %s: the catalogue cannot hold a tag with a \" in it\n", path.c_str());
   }
-
-  // Has every run compare the folder of a file, whatever its digest says.
-  void compare_again(const std::string& path) { survey_.digests.remove(path.substr(0, path.rfind('/') + 1)); }
 
   void write_folders_and_files() {
     for (const std::int64_t rowid : survey_.double_folder_rows)
@@ -246,7 +243,7 @@ class Reconciler {
       tell(Change::kNew, path);
     }
     foresee_numbers(path);
-    refresh_record(path, status);
+    songs_.refresh(path, status);
     done_with_file();
   }
 
@@ -287,7 +284,7 @@ class Reconciler {
     if (differs.content && !refresh(folder, finding)) return;
     mend(folder, finding.media_class, rowid, differs);
     const bool song_written =
-        differs.song && (differs.content || can_be_read(path)) && refresh_record(path, status);
+        differs.song && (differs.content || can_be_read(path)) && songs_.refresh(path, status);
     const bool mended =
         differs.place || differs.identifiers.objid || differs.identifiers.number || song_written;
     if (!differs.content && !mended) return;
@@ -295,14 +292,6 @@ class Reconciler {
     tell(Change::kRefreshed, path);
     if (differs.identifiers.number) foresee_numbers(path);
     done_with_file();
-  }
-
-  // The count of the records is right only with the songs that have none.
-  bool refresh_record(const std::string& path, const struct stat& status) {
-    const bool is_written = songs_.refresh(path, status);
-    const bool is_song = is_store_song(std::string_view(path).substr(path.rfind('/') + 1));
-    if (is_song && !session_.songs.contains(song_id(status))) compare_again(path);
-    return is_written;
   }
 
   // False when the row went, or could not be written or read for.
@@ -411,6 +400,7 @@ class Reconciler {
   PathMarks spoken_of_;   // playlists that the listener was told of
   PathMarks renumbered_;  // files whose number a playlist may not know yet
   std::uint64_t files_done_ = 0;
+  bool is_trusting_ = false;  // in what the last sync left in line
   bool forgot_rows_ = false;  // of an older folder, whose songs may have records
   SongReconciler songs_;
 };

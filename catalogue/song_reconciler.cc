@@ -12,6 +12,7 @@ void SongReconciler::open_to_read() {
   SongStore& songs = session_.songs;
   const std::string& mount_path = session_.config.mntpath;
   if (!songs.open_to_read(mount_path) || task_.preview || !songs.looks_damaged()) return;
+  was_repaired_ = true;
   const bool is_mended = songs.open(mount_path) && songs.close();
   ++(is_mended ? counts_.mended : counts_.failed);
   songs.open_to_read(mount_path);

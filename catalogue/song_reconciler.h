@@ -25,6 +25,7 @@ class SongReconciler {
 
   // Before anything else. A store that looks damaged is repaired.
   void open_to_read();
+  [[nodiscard]] bool was_repaired() const { return was_repaired_; }
 
   // Writes the record of a file anew where it differs. True when it was, or in a preview would be, written;
   // false for what is no song.
@@ -50,6 +51,7 @@ class SongReconciler {
   std::uint32_t refused_before_;
   std::set<std::uint32_t> foreseen_;  // ids of records that a preview would have written
   std::optional<bool> open_;          // for writing, once that was tried
+  bool was_repaired_ = false;
   bool lost_any_ = false;
 };
 
