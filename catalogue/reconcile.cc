@@ -82,6 +82,8 @@ class Reconciler {
     error_printf("Corvexal: %s: %s\n", path.c_str(), what);
   }
 
+  void note_write(MediaClass media_class) { has_written_[static_cast<std::size_t>(media_class)] = true; }
+
   // Every write of the work goes through here: a preview does none of them.
   template <class... Values>
   bool write(const char* sql, const Values&... values) {
@@ -119,6 +121,7 @@ class Reconciler {
   static std::string path_of(const GoneRow& row) { return row.folder + row.facts.name; }
 
   void remove(MediaClass media_class, std::int64_t rowid, const std::string& path) {
+    note_write(media_class);
     const std::string sql = composed("delete from %s where ROWID=?;", table_of(media_class));
     if (!write(sql.c_str(), rowid)) return;
     ++counts_.removed;
@@ -250,6 +253,7 @@ class Reconciler {
   bool insert(const FolderRef& folder, MediaFile file, MediaClass media_class) {
     const auto row = read_row(std::move(file));
     if (!row || task_.preview) return row.has_value();
+    note_write(media_class);
     Identifiers& ids = ids_of(media_class);
     session_.ids.*ids.next = ids.source.objid(db_);
     if (insert_media_row(session_, *row, ids.source.number(db_), folder.second.objid) != SQLITE_OK) {
@@ -265,6 +269,7 @@ class Reconciler {
   bool store_anew(const FolderRef& folder, MediaFile file, const GoneRow& source) {
     const auto row = read_row(std::move(file));
     if (!row || task_.preview) return row.has_value();
+    note_write(source.media_class);
     if (update_media_row(session_, *row, source.rowid, folder.second.objid) != SQLITE_OK) {
       ++counts_.failed;
       return false;
@@ -305,6 +310,7 @@ class Reconciler {
       return false;
     }
     if (!can_be_held(*row)) return false;
+    note_write(finding.media_class);
     if (task_.preview || update_media_row(session_, *row, rowid, folder.second.objid) == SQLITE_OK)
       return true;
     ++counts_.failed;
@@ -313,6 +319,7 @@ class Reconciler {
 
   void mend(const FolderRef& folder, MediaClass media_class, std::int64_t rowid, const Difference& differs) {
     const char* const table = table_of(media_class);
+    if (differs.is_mendable()) note_write(media_class);
     if (differs.place)
       write(composed("update %s set ParentID=?,Depth=? where ROWID=?;", table).c_str(), folder.second.objid,
             depth_below_share(session_.config.sharepath, folder.first), rowid);
@@ -339,7 +346,7 @@ class Reconciler {
     db_.read_in_one_transaction();
     for (const MediaClass media_class : kClasses) {
       if (task_.preview && counts_.any_change()) break;
-      if (sort_tables_are_current(db_, media_class)) continue;
+      if (are_left_in_line(media_class) || sort_tables_are_current(db_, media_class)) continue;
       ++counts_.mended;
       if (!task_.preview && !write_sort_tables(session_, media_class))
         fail(table_of(media_class), "its sort tables cannot be written");
@@ -347,6 +354,11 @@ class Reconciler {
     relink();
     mend_flags();
     if (!task_.preview && counts_.any_change()) save_counters();
+  }
+
+  // Whether the rows of a class are those that the last sync has left, and with them its sort tables.
+  [[nodiscard]] bool are_left_in_line(MediaClass media_class) const {
+    return is_trusting_ && task_.renames.empty() && !has_written_[static_cast<std::size_t>(media_class)];
   }
 
   // They follow from the files' rows, so they count where they alone were wrong.
@@ -400,8 +412,9 @@ class Reconciler {
   PathMarks spoken_of_;   // playlists that the listener was told of
   PathMarks renumbered_;  // files whose number a playlist may not know yet
   std::uint64_t files_done_ = 0;
-  bool is_trusting_ = false;  // in what the last sync left in line
-  bool forgot_rows_ = false;  // of an older folder, whose songs may have records
+  std::array<bool, 3> has_written_{};  // by media class
+  bool is_trusting_ = false;           // in what the last sync left in line
+  bool forgot_rows_ = false;           // of an older folder, whose songs may have records
   SongReconciler songs_;
 };
 

@@ -10,6 +10,8 @@
 #include <fstream>
 #include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "catalogue/reconcile.h"
 #include "catalogue/schema.h"
@@ -43,11 +45,21 @@ class LastSyncTest : public ::testing::Test {
 
   // What a sync did: new, removed, refreshed, moved, mended, refused, failed.
   std::string sync(bool trusts_last_sync = true) const {
-    Run run(config_);
     ReconcileTask task;
-    task.share = path("");
-    task.folders = {task.share};
+    task.folders = {path("")};
     task.trusts_last_sync = trusts_last_sync;
+    return sync(task);
+  }
+  std::string sync_part(const std::string& folder, std::vector<std::string> left_files = {}) const {
+    ReconcileTask task;
+    task.folders = {path(folder)};
+    task.left_files = std::move(left_files);
+    task.whole_library = false;
+    return sync(task);
+  }
+  std::string sync(ReconcileTask task) const {
+    Run run(config_);
+    task.share = path("");
     ReconcileListener nobody;
     testing::CapturedOutput output, errors(2);
     const ReconcileCounts counts = reconcile(run.session, task, nobody);
@@ -150,6 +162,22 @@ TEST_F(LastSyncTest, IsBelievedOfFoldersWhoseEntriesAreTheSame) {
     EXPECT_GT(believed(), 0U);
     EXPECT_EQ(sync(), done);
   }
+}
+
+TEST_F(LastSyncTest, IsKeptUpToDateBySyncsOfAPart) {
+  write("a/new.iso", "");
+  EXPECT_EQ(sync_part("a/"), "1000100");
+  EXPECT_EQ(believed(), 3U);
+  EXPECT_EQ(sync(), "0000000");
+  write("a/b/unfinished.iso", "");
+  EXPECT_EQ(sync_part("a/b/", {path("a/b/unfinished.iso")}), "0000000");
+  EXPECT_EQ(sync(), "1000100");
+  fs::rename(path("a/b"), path(".away"));
+  EXPECT_EQ(sync_part("a/"), "0200200");
+  fs::rename(path(".away"), path("a/b"));
+  EXPECT_EQ(sync(), "2000200");
+  EXPECT_EQ(sync_part("a/b/"), "0000000");
+  EXPECT_EQ(believed(), 3U);
 }
 
 TEST_F(LastSyncTest, SparesTheLookAtRowsUnlessToldNotTo) {
