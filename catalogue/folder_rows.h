@@ -19,6 +19,7 @@ struct Folder {
   std::int64_t level = 0;     // as stored
   bool row_is_spelt = false;  // the row's path ends with "/"
   bool is_visited = false;    // seen on the disk
+  bool is_walked = false;     // its entries, too
   bool holds_entries = false;
   bool needs_work = false;  // something in it differs from its rows
 };

@@ -204,7 +204,7 @@ class Surveyor {
       return;
     }
     FolderRef& folder = *survey_.folders.try_emplace(path).first;
-    if (!visited_.insert(path).second) return;  // one of the task's folders may lie in another
+    if (std::exchange(folder.second.is_walked, true)) return;  // one task's folder may lie in another
     if (folder.second.rowid == 0 && !catalogue_takes(path)) return refuse(path);
     folder.second.is_visited = true;
     folder.second.holds_entries = entries.holds_entries();
@@ -420,7 +420,6 @@ class Surveyor {
   std::size_t unchanged_folders_ = 0;  // of those that were left in line
   bool all_is_taken_ = true;           // of the folder's findings
   std::deque<std::string> queue_;
-  std::set<std::string> visited_;
   std::vector<std::uint32_t> songs_without_record_;  // of those that differ
   bool has_new_files_ = false;
   bool known_songs_differ_ = false;

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <cstddef>
+#include <compare>
 #include <cstdint>
 #include <deque>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -31,8 +29,8 @@ struct GoneRow {
 };
 
 // Finds out which new files are those of gone rows, moved or renamed while nobody looked. A match is certain
-// or none: of two likely candidates neither is taken. Of the gone rows, which may be all of a library, hashes
-// are kept: the rows themselves are read again from the catalogue, and must stay in it meanwhile.
+// or none: of two likely candidates neither is taken. Of both, which may be all of a library, digests are
+// kept: the rows themselves are read again from the catalogue, and must stay in it meanwhile.
 class MovedFiles {
  public:
   explicit MovedFiles(Database& db) : db_(&db) {}
@@ -54,8 +52,8 @@ class MovedFiles {
   // Calls visit(gone row, its new folder) for each moved file.
   template <class Visit>
   void each_move(Visit visit) const {
-    for (const auto& [path, at] : source_)
-      if (const auto row = row_at(at)) visit(*row, std::string_view(path).substr(0, path.rfind('/') + 1));
+    for (const Moved& moved : moved_)
+      if (const auto row = row_at(moved.gone)) visit(*row, std::string_view(folders_[moved.folder]));
   }
 
   // Calls visit(gone row) for each row whose file has not been found again; it may delete the row.
@@ -71,36 +69,40 @@ class MovedFiles {
     MediaClass media_class;
     bool is_taken;
   };
-  // Gone rows by a hash, so that what they hold need not be kept; a hash may be another text's, too.
-  class Marks {
-   public:
-    using Mark = std::pair<std::size_t, std::uint32_t>;  // the hash, the gone row
+  struct Mark {
+    std::uint64_t digest;  // of a path or of facts
+    std::uint32_t gone;
 
-    void add(const std::string& text, std::uint32_t gone);
-    void sort();
-    // The marks that may have been added with the text, in their order; to be asked after sort().
-    [[nodiscard]] std::span<const Mark> of(const std::string& text) const;
-
-   private:
-    std::vector<Mark> marks_;
+    auto operator<=>(const Mark&) const = default;
   };
-  struct Alike {
-    std::size_t files = 0;
-    std::string path;  // of the last one
+  using Marks = std::deque<Mark>;
+  struct NewFile {
+    std::uint64_t facts, path;  // digests
+    std::uint32_t folder;
+
+    auto operator<=>(const NewFile&) const = default;
+  };
+  struct Moved {
+    std::uint64_t path;  // digest of the new one
+    std::uint32_t gone, folder;
+
+    auto operator<=>(const Moved&) const = default;
   };
 
   [[nodiscard]] std::optional<GoneRow> row_at(std::uint32_t gone) const;
-  [[nodiscard]] std::optional<std::uint32_t> recorded_at(MediaClass media_class,
-                                                         const std::string& path) const;
-  [[nodiscard]] std::optional<std::uint32_t> only_one_with(const std::string& facts) const;
-  void take(std::uint32_t gone, std::string path);
+  [[nodiscard]] static std::pair<Marks::const_iterator, Marks::const_iterator> marks_with(
+      const Marks& marks, std::uint64_t digest);
+  [[nodiscard]] std::optional<std::uint32_t> first_recorded_at(std::uint64_t path) const;
+  [[nodiscard]] std::optional<std::uint32_t> only_one_with(std::uint64_t facts) const;
+  void take(std::uint32_t gone, std::uint64_t path, std::uint32_t folder);
 
   Database* db_;
   std::deque<Gone> gone_;
-  Marks by_path_, by_facts_;
+  Marks by_path_, by_facts_;  // of the gone rows, sorted once a new file is shown
   bool is_sorted_ = false;
-  std::unordered_map<std::string, Alike> alike_;           // new files by their class and facts
-  std::unordered_map<std::string, std::uint32_t> source_;  // by new path
+  std::deque<NewFile> new_files_;     // that may be moved ones
+  std::vector<std::string> folders_;  // of the new files
+  std::deque<Moved> moved_;           // sorted by match()
 };
 
 }  // namespace corvexal

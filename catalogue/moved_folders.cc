@@ -10,36 +10,35 @@
 namespace corvexal {
 namespace {
 
-const Folder* known_folder(const LibrarySurvey& survey, std::string_view path) {
+FolderRef* known_folder(LibrarySurvey& survey, std::string_view path) {
   const auto known = survey.folders.find(std::string(path));
-  return known == survey.folders.end() ? nullptr : &known->second;
+  return known == survey.folders.end() ? nullptr : &*known;
 }
 
-bool is_gone_with_row(const LibrarySurvey& survey, std::string_view path) {
-  const Folder* const folder = known_folder(survey, path);
-  return folder != nullptr && folder->rowid != 0 && !folder->is_visited && survey.scope.holds(path);
+bool is_gone_with_row(const LibrarySurvey& survey, const FolderRef& folder) {
+  return folder.second.rowid != 0 && !folder.second.is_visited && survey.scope.holds(folder.first);
 }
 
-bool is_new(const LibrarySurvey& survey, std::string_view path) {
-  const Folder* const folder = known_folder(survey, path);
-  return folder != nullptr && folder->rowid == 0 && folder->is_visited;
+bool is_new(const FolderRef& folder) {
+  return folder.second.rowid == 0 && folder.second.is_visited;
+}
+
+std::string_view own_name(std::string_view folder) {
+  return folder.substr(folder_around(folder).size());
 }
 
 // Where the files of each gone folder, and with them the folders around it, went.
-using Targets = std::map<std::string, std::set<std::string>>;
+using Targets = std::map<FolderRef*, std::set<FolderRef*>>;
 
-Targets targets_of(const LibrarySurvey& survey) {
+Targets targets_of(LibrarySurvey& survey) {
   Targets targets;
-  const auto add = [&](std::string_view from, std::string_view to) {
-    return targets[std::string(from)].emplace(to).second;
-  };
-  survey.moved.each_move([&](const GoneRow& row, std::string_view to) {
-    std::string_view from = row.folder;
-    while (from != to && is_gone_with_row(survey, from) && is_new(survey, to) && add(from, to)) {
-      const std::string_view from_around = folder_around(from), to_around = folder_around(to);
-      if (from.substr(from_around.size()) != to.substr(to_around.size())) break;
-      from = from_around;
-      to = to_around;
+  survey.moved.each_move([&](const GoneRow& row, std::string_view new_folder) {
+    FolderRef* from = known_folder(survey, row.folder);
+    FolderRef* to = known_folder(survey, new_folder);
+    while (from != nullptr && to != nullptr && is_gone_with_row(survey, *from) && is_new(*to) &&
+           targets[from].insert(to).second && own_name(from->first) == own_name(to->first)) {
+      from = known_folder(survey, folder_around(from->first));
+      to = known_folder(survey, folder_around(to->first));
     }
   });
   return targets;
@@ -55,11 +54,11 @@ void hand_row_along(Folder& gone, Folder& moved) {
 
 void match_moved_folders(LibrarySurvey& survey) {
   const Targets targets = targets_of(survey);
-  std::map<std::string, int> claims;
-  for (const auto& [from, to] : targets) ++claims[*to.begin()];
+  std::map<FolderRef*, int> claims;
   for (const auto& [from, to] : targets)
-    if (to.size() == 1 && claims[*to.begin()] == 1)
-      hand_row_along(survey.folders.at(from), survey.folders.at(*to.begin()));
+    for (FolderRef* const folder : to) ++claims[folder];
+  for (const auto& [from, to] : targets)
+    if (to.size() == 1 && claims[*to.begin()] == 1) hand_row_along(from->second, (*to.begin())->second);
   std::erase_if(survey.gone_folders, [](const FolderRef* gone) { return gone->second.rowid == 0; });
 }
 

@@ -53,6 +53,7 @@ class Reconciler {
     db_.exec("COMMIT;");
     if (survey_.is_whole && !survey_.is_as_left) {
       write_folders_and_files();
+      let_go_of_what_was_written();
       if (!stopped()) complete();
     }
     songs_.close();
@@ -116,6 +117,14 @@ class Reconciler {
     if ((survey_.has_stale_songs || forgot_rows_) && !stopped())
       songs_.remove_stale(survey_.songs,
                           [this](const std::string& path) { return survey_.scope.holds(path); });
+  }
+
+  // The sort tables need room of their own.
+  void let_go_of_what_was_written() {
+    survey_.work = survey_.gone_folders = {};
+    survey_.folders = {};
+    survey_.moved = MovedFiles(db_);
+    survey_.songs = {};
   }
 
   static std::string path_of(const GoneRow& row) { return row.folder + row.facts.name; }
