@@ -49,7 +49,6 @@ std::string as_like_reads(std::string_view text) {
   if (is_ascii(text)) {
     result = text;
   } else {
-    result.reserve(text.size());
     while (!text.empty()) append_character(result, read_character(text));
   }
   StringToLower(result);

@@ -44,7 +44,7 @@ TEST_F(RenameTest, LeavesWhatRowByRowUpdatesWouldLeave) {
     rename_row_by_row(db, old_path, new_path);
     const std::string expected = column(kPaths);
     run("rollback to start;");
-    printed([&] { Update_File_Path(db, old_path, new_path); });
+    printed([&] { EXPECT_EQ(Update_File_Path(db, old_path, new_path), 0); });
     ASSERT_EQ(column(kPaths), expected) << old_path << " to " << new_path << " in " << before;
     if (expected != before) ++moved;
   }

@@ -21,6 +21,8 @@ TEST_F(SyncTest, EndsAtATableThatCannotBeReadAndSaysWhatWentWithTheMountPath) {
   EXPECT_EQ(errors.text(),
             "Corvexal: the mount path " + session.config.mntpath +
                 " cannot be found; rows removed from the catalogue: photo_tbl 1 music_tbl 2\n");
+  EXPECT_EQ(printed([this] { EXPECT_EQ(DeleteFolderRow(session, "/s/", "path_objid_tbl"), 0); }),
+            " success!\n");
 }
 
 TEST_F(SyncTest, LooksForPathAndNamePutTogether) {
