@@ -2,6 +2,7 @@
 #include "catalogue/display_order.h"
 
 #include <algorithm>
+#include <compare>
 #include <cstring>
 #include <utility>
 
@@ -59,23 +60,22 @@ std::optional<std::string_view> plain_text(const Rows& row, int column) {
 }
 
 std::uint64_t first_eight_bytes(std::string_view text) {
-  std::uint64_t bytes = 0;
-  for (std::size_t i = 0; i < 8; ++i)
-    bytes = bytes << 8 | (i < text.size() ? static_cast<unsigned char>(text[i]) : 0U);
-  return bytes;
+  char bytes[8] = "";
+  text.copy(bytes, sizeof bytes);
+  std::uint64_t number = 0;
+  for (const char byte : bytes) number = number << 8 | static_cast<unsigned char>(byte);
+  return number;
 }
 
-char upper(char c) {
-  return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+unsigned char upper(char c) {
+  return static_cast<unsigned char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
 }
 
 // The order of "order by UPPER(name),name".
 bool sorts_before(std::string_view a, std::string_view b) {
-  const auto [in_a, in_b] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(),
-                                          [](char x, char y) { return upper(x) == upper(y); });
-  if (in_a == a.end() && in_b == b.end()) return a < b;
-  if (in_a == a.end() || in_b == b.end()) return in_a == a.end();
-  return static_cast<unsigned char>(upper(*in_a)) < static_cast<unsigned char>(upper(*in_b));
+  const auto order = std::lexicographical_compare_three_way(
+      a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return upper(x) <=> upper(y); });
+  return order == 0 ? a < b : order < 0;
 }
 
 }  // namespace
@@ -151,9 +151,9 @@ void DisplayOrder::sort_items() {
   const char* const texts = texts_.c_str();
   std::sort(items_.begin(), items_.end(), [texts](const Item& a, const Item& b) {
     if (a.key_start != b.key_start) return a.key_start < b.key_start;
-    if ((a.key_start & 0xFFU) != 0)
-      if (const int differ = std::strcmp(texts + a.at + 8, texts + b.at + 8); differ != 0) return differ < 0;
-    return a.at < b.at;
+    const bool is_longer = (a.key_start & 0xFFU) != 0;
+    const int order = is_longer ? std::strcmp(texts + a.at + 8, texts + b.at + 8) : 0;
+    return std::pair(order, a.at) < std::pair(0, b.at);
   });
 }
 
