@@ -157,8 +157,12 @@ TEST_F(DamagedStore, IsRefusedOrRepairedWhereverItIsCutOrBent) {
 TEST_F(DamagedStore, IsRebuiltWithEveryRecordThatIsWhole) {
   std::string torn = healthy_;
   torn.replace(torn.find("/abc/mnt/123.mp3") - 128, 4, "torn");  // the key, before the record's header
-  for (const auto& [bytes, kept] :
-       {std::pair{with_end(INT64_MAX), 400U}, {with_end(healthy_.size() - 4096), 400U}, {torn, 399U}}) {
+  std::string no_free_list = healthy_;
+  no_free_list.replace(44, 4, "none");  // the number of its entries
+  for (const auto& [bytes, kept] : {std::pair{with_end(INT64_MAX), 400U},
+                                    {with_end(healthy_.size() - 4096), 400U},
+                                    {no_free_list, 400U},
+                                    {torn, 399U}}) {
     mount_.write(".systemfile/songs.gdb.new/songs.gdb.aB3dE6", "an unfinished rebuild");
     mount_.write(".systemfile/songs.gdb", bytes);
     CapturedOutput errors(2);
