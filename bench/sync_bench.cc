@@ -89,6 +89,15 @@ void nothing_to_do(benchmark::State& state) {
       state, root(files), {"--quiet"}, [] {}, CORVEXAL_SYNC);
 }
 
+// As after another program's write to the stores.
+void nothing_to_do_but_to_compare(benchmark::State& state) {
+  const int files = static_cast<int>(state.range(0));
+  make_files(files);
+  bring_in_line(files);
+  corvexal::bench::measure_runs(
+      state, root(files), {"--quiet", "--thorough"}, [] {}, CORVEXAL_SYNC);
+}
+
 void one_changed_file(benchmark::State& state) {
   const int files = static_cast<int>(state.range(0));
   make_files(files);
@@ -123,6 +132,7 @@ BENCHMARK(scan)->Apply(slow);
 BENCHMARK(first_import)->Apply(slow);
 BENCHMARK(walk)->Apply(quick);
 BENCHMARK(nothing_to_do)->Apply(quick);
+BENCHMARK(nothing_to_do_but_to_compare)->Apply(quick);
 BENCHMARK(one_changed_file)->Apply(quick);
 BENCHMARK(one_folder_with_a_changed_file)->Apply(quick);
 

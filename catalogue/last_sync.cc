@@ -134,7 +134,7 @@ std::optional<FolderDigests> LastSync::folders() const {
   if (!place || !state_at_start_) return std::nullopt;
   File file(open_plain_file(place->folder.get(), place->name, O_RDONLY));
   constexpr std::size_t kLargest = kWordsAround + FolderDigests::kMost * kWordsAFolder;
-  Words words(std::min<std::uint64_t>(file.size() / sizeof(std::uint64_t), kLargest));
+  Words words(std::min(static_cast<std::size_t>(file.size() / sizeof(std::uint64_t)), kLargest));
   const bool is_whole = words.size() > kWordsAround && (words.size() - kWordsAround) % kWordsAFolder == 0 &&
                         file.read_at(0, bytes_of(words)) == file.size();
   if (!is_whole || words[0] != kMagic || words[1] != *state_at_start_) return std::nullopt;
