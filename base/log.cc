@@ -4,13 +4,12 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
-#include <iomanip>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -32,16 +31,6 @@ std::mutex log_mutex;  // keeps the lines of different threads apart
 constexpr std::uint32_t kNoExtraCopy = 0x800;
 constexpr std::size_t kMessageSize = 1024;
 
-// The time by the device's clock, in a format of strftime; empty where the system cannot tell it.
-std::string local_time(const char* format) {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  if (localtime_r(&now, &local) == nullptr) return {};
-  std::ostringstream text;
-  text << std::put_time(&local, format);
-  return text.str();
-}
-
 void write_to_standard_error(const char* message, bool fatal) {
   std::fputs(message, stderr);
   if (fatal) std::fputs("Aborting\n", stderr);
@@ -54,9 +43,12 @@ void write_to_syslog(const char* message, bool fatal) {
 
 void write_to_log_file(const char* message, bool fatal) {
   if (log_file == nullptr) return;
-  const std::string stamp = local_time("%Y-%m-%d %T");
-  std::fprintf(log_file, "%s: %s", stamp.c_str(), message);
-  if (fatal) std::fprintf(log_file, "%s: Aborting\n", stamp.c_str());
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  std::array<char, 64> stamp{};
+  if (localtime_r(&now, &local) != nullptr) std::strftime(stamp.data(), stamp.size(), "%Y-%m-%d %T", &local);
+  std::fprintf(log_file, "%s: %s", stamp.data(), message);
+  if (fatal) std::fprintf(log_file, "%s: Aborting\n", stamp.data());
   std::fflush(log_file);
 }
 
@@ -121,7 +113,10 @@ void error_printf(const char* format, ...) {
 void log_printf(const char* format, ...) {
   const Stream file(std::fopen(kLogFile, "a+e"));
   if (!file) return;
-  std::fprintf(file.get(), "%s:", local_time("%a %b %e %T %Y\n").c_str());
+  const std::time_t now = std::time(nullptr);
+  char stamp[64] = "";
+  if (ctime_r(&now, stamp) == nullptr) stamp[0] = '\0';
+  std::fprintf(file.get(), "%s:", stamp);
   std::va_list arguments;
   va_start(arguments, format);
   std::fputs(message_of(format, arguments).c_str(), file.get());

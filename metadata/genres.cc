@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadata/genres.h"
 
-#include <algorithm>
 #include <iterator>
 
 #include "base/text.h"
@@ -53,7 +52,7 @@ bool is_digit(char c) {
 }  // namespace
 
 std::string_view genre_name(int index) {
-  return kGenres[std::min<unsigned>(static_cast<unsigned>(index), kOtherGenre)];  // negative ones are large
+  return kGenres[index < 0 || index > kOtherGenre ? kOtherGenre : index];
 }
 
 std::string_view genre_of_text(std::string_view text) {

@@ -42,6 +42,7 @@ class TagWalk {
 
   // The same for the tag before a footer that ends at `end`.
   bool tag_before(std::uint64_t end) {
+    if (end < kId3HeaderSize) return true;
     const auto footer = header_at(end - kId3HeaderSize, "3DI");
     if (!footer || footer->size + 2 * kId3HeaderSize > end) return true;
     return tag_at(end - footer->size - 2 * kId3HeaderSize);

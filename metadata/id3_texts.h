@@ -13,9 +13,8 @@
 
 namespace corvexal {
 
-// The text of a frame whose id begins with "T": the first string of its second field, where that is a list of
-// strings; else null. Comments have their language there, so they would have no text in this sense either. It
-// lives as long as the frame.
+// The frame's text: the first string of its second field, where that is a list of strings; else null.
+// Comments have their language there, so they have no text in this sense. It lives as long as the frame.
 [[nodiscard]] const id3_ucs4_t* id3_text_of(const id3_frame& frame);
 
 // The bytes of a text as they stood in the file: one for a character below 256, two (high byte first) up to

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <algorithm>
-
 #include "base/log.h"
 #include "base/saturate.h"
 #include "metadata/mp4.h"
@@ -28,9 +26,9 @@ void parse_movie_header(Bytes body, SongInfo& song) {
 std::int32_t stream_bitrate(FileWindow& file, const Atom& sample_entry) {
   constexpr std::uint32_t kChildren = kAtomHeaderSize + kSampleEntryFields;
   constexpr std::uint64_t kBitrateAt = 22;
+  if (sample_entry.size <= kChildren) return 0;
   const std::uint64_t start = sample_entry.offset + kChildren;
-  const auto esds =
-      find_atom(file, start, sample_entry.size - std::min(sample_entry.size, kChildren), "esds");
+  const auto esds = find_atom(file, start, sample_entry.size - kChildren, "esds");
   if (!esds) return 0;
   // Atoms before esds count twice: clients of the stores rely on the rate that this gives.
   const std::uint64_t before = esds->offset - start;

@@ -42,8 +42,9 @@ using ValueStart = std::array<std::uint8_t, 6>;
 
 ValueStart value_start(FileWindow& file, const Atom& item) {
   ValueStart start{};
-  const std::size_t size = item.size - std::min(item.size, kValueInItem);
-  const Bytes value = file.at(item.offset + kValueInItem, std::min(start.size(), size));
+  if (item.size <= kValueInItem) return start;
+  const Bytes value =
+      file.at(item.offset + kValueInItem, std::min<std::size_t>(start.size(), item.size - kValueInItem));
   std::copy(value.begin(), value.end(), start.begin());
   return start;
 }
