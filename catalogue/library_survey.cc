@@ -252,8 +252,7 @@ class Surveyor {
       case FindingKind::kPresent: {
         count_file(finding);
         const Difference differs = difference(session_, survey_, folder, finding);
-        if (differs.song) add_differing_song(finding);
-        known_songs_differ_ |= differs.song;
+        if (differs.song) songs_were_replaced_ |= add_differing_song(finding);
         if (!differs.any()) return;
         break;
       }
@@ -303,9 +302,13 @@ class Surveyor {
     listener_.progressed(counts_, counts_.files, 0);
   }
 
-  void add_differing_song(const Finding& finding) {
+  // True when the store has no record of its file's inode number.
+  bool add_differing_song(const Finding& finding) {
+    songs_differ_ = true;
     const std::uint32_t id = song_id(finding.entry->status);
-    if (!session_.songs.contains(id)) songs_without_record_.push_back(id);
+    if (session_.songs.contains(id)) return false;
+    songs_without_record_.push_back(id);
+    return true;
   }
 
   void add_gone(MediaClass media_class, const std::string& folder, const StoredRow& row) {
@@ -371,15 +374,18 @@ class Surveyor {
 
   // Of the whole library the count of the records shows whether there are any that no song has, or whether
   // the count is wrong. Of a part, and beside folders that were not compared, a song that is gone leaves its
-  // record, and so does one that another file replaced; if all was not left in line, a new file may be it.
+  // record, and so does one that another file replaced; a new or changed one may, if not all was in line.
   void look_for_stale_songs() {
     sort_out_doubles(survey_.songs);
     sort_out_doubles(songs_without_record_);
     const std::uint64_t records = session_.songs.count();
-    const bool some_went = survey_.moved.has_gone_rows() || known_songs_differ_;
-    survey_.has_stale_songs = left_in_line_ || !task_.whole_library
-                                  ? records > 0 && (some_went || (has_new_files_ && !left_in_line_))
-                                  : records != survey_.songs.size() - songs_without_record_.size();
+    const bool leave_records = survey_.moved.has_gone_rows() || songs_were_replaced_;
+    if (left_in_line_)
+      survey_.has_stale_songs = records > 0 && leave_records;
+    else if (task_.whole_library)
+      survey_.has_stale_songs = records != survey_.songs.size() - songs_without_record_.size();
+    else
+      survey_.has_stale_songs = records > 0 && (leave_records || has_new_files_ || songs_differ_);
   }
 
   static void sort_out_doubles(std::vector<std::uint32_t>& ids) {
@@ -422,7 +428,7 @@ class Surveyor {
   std::deque<std::string> queue_;
   std::vector<std::uint32_t> songs_without_record_;  // of those that differ
   bool has_new_files_ = false;
-  bool known_songs_differ_ = false;
+  bool songs_differ_ = false, songs_were_replaced_ = false;
   bool catalogue_failed_ = false;
 };
 
