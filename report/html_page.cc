@@ -7,6 +7,7 @@
 #include <ctime>
 #include <stdexcept>
 
+#include "base/text.h"
 #include "report/html_assets.h"
 #include "report/page.h"
 #include "report/shown.h"
@@ -21,15 +22,11 @@ constexpr std::size_t kProblemsShown = 100;
 
 // Known to this page alone, so that only its own style and script count.
 std::string nonce() {
-  std::array<std::uint8_t, 16> bytes{};
+  std::array<char, 16> bytes{};
   if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
     throw std::runtime_error("no random bytes");
   std::string text;
-  for (const std::uint8_t byte : bytes) {
-    std::array<char, 3> digits{};
-    std::snprintf(digits.data(), digits.size(), "%02x", byte);
-    text += digits.data();
-  }
+  for (const char byte : bytes) text += hex_digits(byte);
   return text;
 }
 

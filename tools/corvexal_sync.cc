@@ -19,6 +19,7 @@
 #include "base/config.h"
 #include "base/json_text.h"
 #include "base/stream.h"
+#include "base/text.h"
 #include "catalogue/reconcile.h"
 #include "catalogue/schema.h"
 #include "catalogue/session.h"
@@ -132,14 +133,13 @@ corvexal::Stream take_standard_output() {
 std::string one_line(std::string_view path) {
   std::string line;
   for (const char c : path) {
-    char escape[8];
     const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte != 0x7F && c != '\\') {
+    if (c == '\\')
+      line += "\\\\";
+    else if (byte < 0x20 || byte == 0x7F)
+      line += "\\x" + corvexal::hex_digits(c);
+    else
       line += c;
-      continue;
-    }
-    std::snprintf(escape, sizeof escape, c == '\\' ? "\\\\" : "\\x%02x", byte);
-    line += escape;
   }
   return line;
 }
