@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cstdint>
 #include <string_view>
 
@@ -18,6 +20,14 @@ class Digest {
   Digest& add(std::uint64_t number) {
     mix(number);
     value_ ^= value_ >> 32;
+    return *this;
+  }
+
+  // What changes with a file: its inode number, size and times.
+  Digest& add(const struct stat& status) {
+    add(status.st_ino).add(static_cast<std::uint64_t>(status.st_size));
+    for (const timespec& time : {status.st_mtim, status.st_ctim})
+      add(static_cast<std::uint64_t>(time.tv_sec)).add(static_cast<std::uint64_t>(time.tv_nsec));
     return *this;
   }
 

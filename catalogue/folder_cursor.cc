@@ -39,14 +39,9 @@ void FolderCursor::rewind() {
 }
 
 void FolderCursor::add_to_digest() {
-  const struct stat& status = entry_.status;
   digest_.add(entry_.name).add(static_cast<std::uint64_t>(entry_.kind));
   if (entry_.kind == EntryKind::kUnknown) has_digest_ = false;
-  if (entry_.kind != EntryKind::kFile) return;
-  if (status.st_nlink > 1) has_digest_ = false;
-  digest_.add(status.st_ino).add(static_cast<std::uint64_t>(status.st_size));
-  digest_.add(static_cast<std::uint64_t>(status.st_mtim.tv_sec));
-  digest_.add(static_cast<std::uint64_t>(status.st_mtim.tv_nsec));
+  if (entry_.kind == EntryKind::kFile) digest_.add(entry_.status);
 }
 
 std::uint64_t FolderCursor::digest() const {

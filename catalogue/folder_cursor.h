@@ -53,9 +53,8 @@ class FolderCursor {
   // Goes back to the first entry, to look at all of them anew.
   void rewind();
 
-  // Of the entries shown so far a digest that changes with their names, sizes, dates and inode numbers.
-  // kCompareAgain once one could not be looked at, or is a file with a second name: what becomes of that one,
-  // which may lie in another folder, concerns it, too.
+  // Of the entries shown so far a digest that changes with their names, sizes, times and inode numbers;
+  // kCompareAgain once one could not be looked at.
   [[nodiscard]] std::uint64_t digest() const;
 
  private:

@@ -28,8 +28,12 @@ constexpr std::uint64_t kMagic = 0x31636e7953737643;
 constexpr std::size_t kWordsAround = 3, kWordsAFolder = 2;
 using Words = std::vector<std::uint64_t>;
 
-std::string file_path(const Session& session) {
-  return session.config.mntpath + "/.systemfile/corvexal-sync.state";
+constexpr char kName[] = "corvexal-sync.state";
+
+// The folder of the file, which is none of the stores: no link of its name is followed.
+Descriptor folder_of_stores(const Session& session) {
+  auto place = find_place(session.config.mntpath + "/.systemfile/.");
+  return place ? std::move(place->folder) : Descriptor();
 }
 
 std::uint64_t digest_of(std::span<const std::uint64_t> words) {
@@ -72,33 +76,30 @@ bool add_file(Digest& digest, const std::string& path) {
   const auto place = find_place(path);
   struct stat status {};
   if (!place || !look_at(*place, status)) {
+    const int error = errno;
     digest.add(0);
-    return errno == ENOENT;
+    return error == ENOENT;
   }
-  digest.add(status.st_ino).add(static_cast<std::uint64_t>(status.st_size));
-  for (const timespec& time : {status.st_mtim, status.st_ctim})
-    digest.add(static_cast<std::uint64_t>(time.tv_sec)).add(static_cast<std::uint64_t>(time.tv_nsec));
+  digest.add(status);
   return true;
 }
 
 // Rows hold local times, so the dates of all files change with the device's time zone.
 void add_time_zone(Digest& digest) {
-  constexpr std::time_t kHalfYear = 182 * 86'400;
-  for (int i = 0; i < 136; ++i) digest.add(date_text(i * kHalfYear));
+  constexpr std::time_t kWeek = 7 * 86'400;
+  for (int i = 0; i < 68 * 52; ++i) digest.add(date_text(i * kWeek));
 }
 
 // Puts the file in place of the earlier one at once. It need not outlast a power failure.
-void write_file(const std::string& path, Words& words) {
-  const auto place = find_place(path);
-  if (!place) return;
-  const int folder = place->folder.get();
-  const std::string unfinished = place->name + ".new";
-  unlinkat(folder, unfinished.c_str(), 0);
-  const Descriptor file = open_plain_file(folder, unfinished, O_WRONLY | O_CREAT | O_EXCL, 0600);
+void write_file(const Descriptor& folder, Words& words) {
+  constexpr char kUnfinished[] = "corvexal-sync.state.new";
+  if (!is_plain_or_missing(folder.get(), kName)) return;
+  unlinkat(folder.get(), kUnfinished, 0);
+  const Descriptor file = open_plain_file(folder.get(), kUnfinished, O_WRONLY | O_CREAT | O_EXCL, 0600);
   if (!file) return;
   const bool is_whole = write_all(file, bytes_of(words));
-  if (!is_whole || renameat(folder, unfinished.c_str(), folder, place->name.c_str()) != 0)
-    unlinkat(folder, unfinished.c_str(), 0);
+  if (!is_whole || renameat(folder.get(), kUnfinished, folder.get(), kName) != 0)
+    unlinkat(folder.get(), kUnfinished, 0);
 }
 
 std::uint64_t key_of(std::string_view folder) {
@@ -108,13 +109,10 @@ std::uint64_t key_of(std::string_view folder) {
 }  // namespace
 
 void FolderDigests::add(std::string_view folder, std::uint64_t entries) {
-  is_too_large_ = is_too_large_ || entries_.size() >= kMost;
+  const std::uint64_t key = key_of(folder);
+  is_too_large_ = is_too_large_ || (entries_.size() >= kMost && !entries_.contains(key));
   if (is_too_large_) return entries_.clear();
-  entries_[key_of(folder)] = entries;
-}
-
-void FolderDigests::remove(std::string_view folder) {
-  entries_.erase(key_of(folder));
+  entries_[key] = entries;
 }
 
 std::optional<std::uint64_t> FolderDigests::of(std::string_view folder) const {
@@ -130,9 +128,9 @@ LastSync::LastSync(Session& session) : session_(session) {
 }
 
 std::optional<FolderDigests> LastSync::folders() const {
-  const auto place = find_place(file_path(session_));
-  if (!place || !state_at_start_) return std::nullopt;
-  File file(open_plain_file(place->folder.get(), place->name, O_RDONLY));
+  const Descriptor folder = folder_of_stores(session_);
+  if (!folder || !state_at_start_) return std::nullopt;
+  File file(open_plain_file(folder.get(), kName, O_RDONLY));
   constexpr std::size_t kLargest = kWordsAround + FolderDigests::kMost * kWordsAFolder;
   Words words(std::min(static_cast<std::size_t>(file.size() / sizeof(std::uint64_t)), kLargest));
   const bool is_whole = words.size() > kWordsAround && (words.size() - kWordsAround) % kWordsAFolder == 0 &&
@@ -154,7 +152,7 @@ void LastSync::replace(const FolderDigests& folders) const {
   Words words = {kMagic, *state};
   for (const auto& [folder, entries] : folders.entries_) words.insert(words.end(), {folder, entries});
   words.push_back(digest_of(words));
-  write_file(file_path(session_), words);
+  if (const Descriptor folder = folder_of_stores(session_)) write_file(folder, words);
 }
 
 std::optional<std::uint64_t> LastSync::state_of_stores() const {

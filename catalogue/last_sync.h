@@ -20,7 +20,6 @@ class FolderDigests {
  public:
   // A folder's path has its trailing "/". Of a library of more than kMost folders none is kept.
   void add(std::string_view folder, std::uint64_t entries);
-  void remove(std::string_view folder);
 
   // In place of the digest of a folder that is compared each time, whatever its entries look like.
   static constexpr std::uint64_t kCompareAgain = 0;
@@ -51,7 +50,7 @@ class LastSync {
   [[nodiscard]] bool others_wrote() const { return changes_by_others() != changes_by_others_; }
 
   // Keeps what a sync has left in line; to be called outside of a transaction. Where others wrote meanwhile,
-  // or the file cannot be written, there is nothing to believe next time.
+  // or the file cannot be written, the earlier one stays, which fits only if the stores are as it left them.
   void replace(const FolderDigests& folders) const;
 
  private:

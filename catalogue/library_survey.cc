@@ -51,9 +51,11 @@ Difference difference(Session& session, const LibrarySurvey& survey, const Folde
   found.place = folder.second.objid == 0 || row.parent != folder.second.objid ||
                 row.depth != depth_below_share(session.config.sharepath, folder.first);
   if (const auto at = wrong.find(row.rowid); at != wrong.end()) found.identifiers = at->second;
-  found.song =
-      finding.media_class == MediaClass::kMusic && is_store_song(entry.name) &&
-      song_state(session.songs, folder.first + std::string(entry.name), entry.status) != SongState::kCurrent;
+  if (finding.media_class == MediaClass::kMusic && is_store_song(entry.name)) {
+    const SongState state = song_state(session.songs, folder.first + std::string(entry.name), entry.status);
+    found.shares_record = state == SongState::kShared;
+    found.song = state == SongState::kMoved || state == SongState::kOutdated;
+  }
   return found;
 }
 
@@ -90,16 +92,15 @@ class Surveyor {
         left_in_line_(left_in_line),
         counts_(counts),
         listener_(listener),
-        survey_(session.db, task.folders) {
-    if (left_in_line && !task.whole_library) survey_.digests = *left_in_line;
-  }
+        survey_(session.db, task.folders) {}
 
   LibrarySurvey run() {
     for (const std::string& file : task_.left_files) survey_.scope.keep(file + '/');
     if (read_catalogue()) {
       walk();
-      survey_.is_as_left = left_in_line_ && task_.whole_library && survey_.work.empty() &&
-                           unchanged_folders_ == left_in_line_->size();
+      survey_.is_as_left = left_in_line_ && survey_.work.empty() &&
+                           unchanged_folders_ == left_in_line_->size() &&
+                           unchanged_folders_ == counts_.folders;
       if (!survey_.is_as_left) look_beyond_the_walk();
     }
     survey_.is_whole = !catalogue_failed_ && !listener_.wants_to_stop();
@@ -243,16 +244,14 @@ class Surveyor {
   }
 
   void take(FolderRef& folder, const Finding& finding) {
-    if (survey_.scope.leaves(folder.first + std::string(name_of(finding)))) {
-      all_is_taken_ = false;
-      return;
-    }
+    if (survey_.scope.leaves(folder.first + std::string(name_of(finding)))) return;
     const auto path = [&] { return folder.first + std::string(finding.entry->name); };
     switch (finding.kind) {
       case FindingKind::kPresent: {
         count_file(finding);
         const Difference differs = difference(session_, survey_, folder, finding);
-        if (differs.song) songs_were_replaced_ |= add_differing_song(finding);
+        if (differs.song) add_differing_song(finding);
+        if (differs.shares_record) all_is_taken_ = false;  // what becomes of the other file concerns it, too
         if (!differs.any()) return;
         break;
       }
@@ -302,13 +301,10 @@ class Surveyor {
     listener_.progressed(counts_, counts_.files, 0);
   }
 
-  // True when the store has no record of its file's inode number.
-  bool add_differing_song(const Finding& finding) {
+  void add_differing_song(const Finding& finding) {
     songs_differ_ = true;
     const std::uint32_t id = song_id(finding.entry->status);
-    if (session_.songs.contains(id)) return false;
-    songs_without_record_.push_back(id);
-    return true;
+    if (!session_.songs.contains(id)) songs_without_record_.push_back(id);
   }
 
   void add_gone(MediaClass media_class, const std::string& folder, const StoredRow& row) {
@@ -334,10 +330,8 @@ class Surveyor {
     for (const std::string& folder : outermost(survey_.scope.folders()))
       for (const MediaClass media_class : kClasses) look_for_gone_rows(media_class, folder);
     for (FolderRef& folder : survey_.folders)
-      if (folder.second.rowid != 0 && !folder.second.is_visited && survey_.scope.holds(folder.first)) {
+      if (folder.second.rowid != 0 && !folder.second.is_visited && survey_.scope.holds(folder.first))
         survey_.gone_folders.push_back(&folder);
-        survey_.digests.remove(folder.first);
-      }
   }
 
   // Steps from one folder with rows to the next, by the index on folders.
@@ -373,19 +367,16 @@ class Surveyor {
   }
 
   // Of the whole library the count of the records shows whether there are any that no song has, or whether
-  // the count is wrong. Of a part, and beside folders that were not compared, a song that is gone leaves its
-  // record, and so does one that another file replaced; a new or changed one may, if not all was in line.
+  // the count is wrong: all songs of folders that are not compared have one. Of a part, a song that is gone
+  // leaves its record, and so does one that another file replaced.
   void look_for_stale_songs() {
     sort_out_doubles(survey_.songs);
     sort_out_doubles(songs_without_record_);
     const std::uint64_t records = session_.songs.count();
-    const bool leave_records = survey_.moved.has_gone_rows() || songs_were_replaced_;
-    if (left_in_line_)
-      survey_.has_stale_songs = records > 0 && leave_records;
-    else if (task_.whole_library)
-      survey_.has_stale_songs = records != survey_.songs.size() - songs_without_record_.size();
-    else
-      survey_.has_stale_songs = records > 0 && (leave_records || has_new_files_ || songs_differ_);
+    survey_.has_stale_songs =
+        task_.whole_library
+            ? records != survey_.songs.size() - songs_without_record_.size()
+            : records > 0 && (survey_.moved.has_gone_rows() || has_new_files_ || songs_differ_);
   }
 
   static void sort_out_doubles(std::vector<std::uint32_t>& ids) {
@@ -428,7 +419,7 @@ class Surveyor {
   std::deque<std::string> queue_;
   std::vector<std::uint32_t> songs_without_record_;  // of those that differ
   bool has_new_files_ = false;
-  bool songs_differ_ = false, songs_were_replaced_ = false;
+  bool songs_differ_ = false;
   bool catalogue_failed_ = false;
 };
 

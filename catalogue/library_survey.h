@@ -61,9 +61,10 @@ struct LibrarySurvey {
   std::vector<std::uint32_t> songs;                               // ids of the songs on the disk, sorted
   bool has_stale_songs = false;  // records in the store may stand for no song on the disk
   std::uint64_t files_to_handle = 0;
-  FolderDigests digests;    // of the folders that are in line, or will be after the work
-  bool is_as_left = false;  // all is as the last sync has left it: nothing else was looked at
-  bool is_whole = false;    // false when the catalogue could not be read or the walk was stopped
+  FolderDigests digests;  // of the folders as they were walked, in line then or after the work
+  bool is_as_left =
+      false;  // each folder of the last sync, and no other, needs nothing: no need to look further
+  bool is_whole = false;  // false when the catalogue could not be read or the walk was stopped
 };
 
 // How a row differs from its file.
@@ -71,7 +72,8 @@ struct Difference {
   bool content = false;  // size or date
   bool place = false;    // parent or depth
   WrongIdentifiers identifiers;
-  bool song = false;  // the song store's record
+  bool song = false;           // the song store's record
+  bool shares_record = false;  // of another file: no difference
 
   [[nodiscard]] bool any() const { return content || is_mendable(); }
   [[nodiscard]] bool is_mendable() const { return place || identifiers.objid || identifiers.number || song; }

@@ -23,6 +23,7 @@
 #include "catalogue/playlists.h"
 #include "catalogue/song_reconciler.h"
 #include "catalogue/sort_tables.h"
+#include "songdb/update.h"
 
 namespace corvexal {
 namespace {
@@ -41,16 +42,17 @@ class Reconciler {
 
   ReconcileCounts run() {
     const LastSync last_sync(session_);
-    auto left = task_.trusts_last_sync ? last_sync.folders() : std::nullopt;
     if (!task_.preview)
       for (const FolderRename& rename : task_.renames)
         forgot_rows_ |= carry_out(session_, rename, counts_, listener_);
     songs_.open_to_read();
     db_.read_in_one_transaction();
-    if (last_sync.others_wrote() || songs_.was_repaired()) left.reset();
-    is_trusting_ = left.has_value();
-    survey_ = survey_library(session_, task_, left, counts_, listener_);
+    const auto left = last_sync.others_wrote() || songs_.was_disturbed() ? std::nullopt : last_sync.folders();
+    is_trusting_ = left && task_.trusts_last_sync && is_of_everything();
+    survey_ = survey_library(session_, task_, is_trusting_ ? left : std::nullopt, counts_, listener_);
     db_.exec("COMMIT;");
+    const bool all_ids_were_right = std::all_of(survey_.wrong.begin(), survey_.wrong.end(),
+                                                [](const auto& rows) { return rows.empty(); });
     if (survey_.is_whole && !survey_.is_as_left) {
       write_folders_and_files();
       let_go_of_what_was_written();
@@ -59,7 +61,7 @@ class Reconciler {
     songs_.close();
     if (!task_.preview) db_.exec("COMMIT;");
     if (db_.lost_work()) ++counts_.failed;
-    if (leaves_all_in_line() && (counts_.any_change() || left != survey_.digests))
+    if (leaves_all_in_line() && all_ids_were_right && (counts_.any_change() || left != survey_.digests))
       last_sync.replace(survey_.digests);
     return counts_;
   }
@@ -67,13 +69,15 @@ class Reconciler {
   [[nodiscard]] bool lost_songs() const { return songs_.lost_any(); }
 
  private:
-  // Of everything, or of a part when all the rest was left in line. What lay in a renamed folder has other
-  // paths now.
+  // What a sync of a part leaves in line is not kept: it may have taken rows and records from the rest.
+  [[nodiscard]] bool is_of_everything() const {
+    return task_.whole_library && task_.known_folders_too && task_.entries_only.empty() &&
+           task_.left_files.empty() && task_.renames.empty();
+  }
+
   [[nodiscard]] bool leaves_all_in_line() {
-    const bool is_of_everything = task_.whole_library && task_.known_folders_too &&
-                                  task_.entries_only.empty() && task_.left_files.empty();
-    return (is_of_everything || is_trusting_) && task_.renames.empty() && !task_.preview &&
-           survey_.is_whole && !stopped() && counts_.failed == 0 && !lost_songs();
+    return is_of_everything() && !task_.preview && survey_.is_whole && !stopped() && counts_.failed == 0 &&
+           !lost_songs() && !songs_.was_disturbed();
   }
 
   [[nodiscard]] bool stopped() { return db_.lost_work() || listener_.wants_to_stop(); }
@@ -96,9 +100,13 @@ class Reconciler {
 
   void refuse(const std::string& path) {
     ++counts_.refused;
-    survey_.digests.add(path.substr(0, path.rfind('/') + 1), FolderDigests::kCompareAgain);
+    compare_again(folder_around(path));
     error_printf("Corvexal: %s: the catalogue cannot hold a tag with a \" in it\n", path.c_str());
   }
+
+  // Has the next run compare a folder whatever it looks like: something in it is not as the survey saw it, or
+  // concerns other folders.
+  void compare_again(std::string_view folder) { survey_.digests.add(folder, FolderDigests::kCompareAgain); }
 
   void write_folders_and_files() {
     for (const std::int64_t rowid : survey_.double_folder_rows)
@@ -173,12 +181,13 @@ class Reconciler {
 
   void bring_files_in_line(const FolderRef& folder) {
     FolderCursor entries(folder.first);
-    if (entries.error() != 0) return;  // it has changed since; the next run sees to it
+    if (entries.error() != 0) return compare_again(folder.first);  // it has changed since
     FolderComparison comparison(db_, folder.first, &entries);
     while (const Finding* finding = comparison.next()) {
       if (stopped()) return;
       handle(folder, *finding);
     }
+    if (survey_.digests.of(folder.first) != entries.digest()) compare_again(folder.first);
   }
 
   void handle(const FolderRef& folder, const Finding& finding) {
@@ -235,7 +244,10 @@ class Reconciler {
     std::array<std::uint8_t, 1> first{};
     if (file) file.read_at(0, first);
     if (file && !file.failed()) return true;
-    if (!says_gone(errno)) fail(path, std::strerror(errno));
+    if (says_gone(errno))
+      compare_again(folder_around(path));
+    else
+      fail(path, std::strerror(errno));
     return false;
   }
 
@@ -255,7 +267,7 @@ class Reconciler {
       tell(Change::kNew, path);
     }
     foresee_numbers(path);
-    songs_.refresh(path, status);
+    refresh_song(path, status);
     done_with_file();
   }
 
@@ -274,9 +286,11 @@ class Reconciler {
     return true;
   }
 
-  // Reads a file again into a row that was another path's.
+  // Reads a file again into a row that was another path's, which goes where that can have none.
   bool store_anew(const FolderRef& folder, MediaFile file, const GoneRow& source) {
+    const std::uint64_t failed_before = counts_.failed;
     const auto row = read_row(std::move(file));
+    if (!row && counts_.failed == failed_before) remove(source.media_class, source.rowid, path_of(source));
     if (!row || task_.preview) return row.has_value();
     note_write(source.media_class);
     if (update_media_row(session_, *row, source.rowid, folder.second.objid) != SQLITE_OK) {
@@ -298,7 +312,7 @@ class Reconciler {
     if (differs.content && !refresh(folder, finding)) return;
     mend(folder, finding.media_class, rowid, differs);
     const bool song_written =
-        differs.song && (differs.content || can_be_read(path)) && songs_.refresh(path, status);
+        differs.song && (differs.content || can_be_read(path)) && refresh_song(path, status);
     const bool mended =
         differs.place || differs.identifiers.objid || differs.identifiers.number || song_written;
     if (!differs.content && !mended) return;
@@ -306,6 +320,16 @@ class Reconciler {
     tell(Change::kRefreshed, path);
     if (differs.identifiers.number) foresee_numbers(path);
     done_with_file();
+  }
+
+  // A song without a record of its own is looked at each time: its reader may have failed for once, or the
+  // record be another file's.
+  bool refresh_song(const std::string& path, const struct stat& status) {
+    const bool is_written = songs_.refresh(path, status);
+    if (!is_store_song(std::string_view(path).substr(path.rfind('/') + 1))) return is_written;
+    const auto song = session_.songs.stored(song_id(status));
+    if (!song || song->path != path) compare_again(folder_around(path));
+    return is_written;
   }
 
   // False when the row went, or could not be written or read for.
@@ -367,7 +391,7 @@ class Reconciler {
 
   // Whether the rows of a class are those that the last sync has left, and with them its sort tables.
   [[nodiscard]] bool are_left_in_line(MediaClass media_class) const {
-    return is_trusting_ && task_.renames.empty() && !has_written_[static_cast<std::size_t>(media_class)];
+    return is_trusting_ && !has_written_[static_cast<std::size_t>(media_class)];
   }
 
   // They follow from the files' rows, so they count where they alone were wrong.

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "base/digest.h"
 #include "base/log.h"
 #include "songdb/update.h"
 
@@ -11,8 +12,9 @@ namespace corvexal {
 void SongReconciler::open_to_read() {
   SongStore& songs = session_.songs;
   const std::string& mount_path = session_.config.mntpath;
+  state_when_opened_ = state_of_file();
   if (!songs.open_to_read(mount_path) || task_.preview || !songs.looks_damaged()) return;
-  was_repaired_ = true;
+  was_disturbed_ = true;
   const bool is_mended = songs.open(mount_path) && songs.close();
   ++(is_mended ? counts_.mended : counts_.failed);
   songs.open_to_read(mount_path);
@@ -43,11 +45,19 @@ void SongReconciler::remove_stale(std::span<const std::uint32_t> known,
 }
 
 void SongReconciler::close() {
+  if (!open_) look_for_others();
   if (!session_.songs.close()) ++counts_.failed;
   const std::uint32_t refused = session_.songs.songs_refused() - refused_before_;
   if (refused == 0) return;
   counts_.failed += refused;
   error_printf("Corvexal: the song store did not take %u songs, which the log names\n", refused);
+}
+
+// A digest; 0 without a store.
+std::uint64_t SongReconciler::state_of_file() const {
+  struct stat status {};
+  const bool is_there = stat(song_store_path(session_.config.mntpath).c_str(), &status) == 0;
+  return is_there ? Digest().add(status).value() : 0;
 }
 
 // Opens the store for writing when that is first asked.
@@ -57,6 +67,7 @@ bool SongReconciler::can_write() {
   SongStore& songs = session_.songs;
   const std::uint64_t records = songs.count();
   songs.close();
+  look_for_others();
   open_ = songs.open(session_.config.mntpath);
   if (!*open_) ++counts_.failed;  // the store has said why
   lost_any_ = *open_ && songs.count() < records;

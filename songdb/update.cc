@@ -98,7 +98,7 @@ SongState song_state(SongStore& store, const std::string& path, const struct sta
   const bool same_content =
       song->file_size == saturated(status.st_size) && song->time_modified == saturated(status.st_mtime);
   if (song->path == path) return same_content ? SongState::kCurrent : SongState::kOutdated;
-  if (stands_for_another(*song)) return SongState::kCurrent;
+  if (stands_for_another(*song)) return SongState::kShared;
   // What is read of a file depends on its extension.
   const bool same_type = song->type == type_of(GetFileName(path));
   return same_content && same_type ? SongState::kMoved : SongState::kOutdated;
@@ -107,7 +107,7 @@ SongState song_state(SongStore& store, const std::string& path, const struct sta
 bool refresh_song(SongStore& store, TagDecoder& decoder, const std::string& path, const struct stat& status,
                   const std::function<bool()>& make_writable) {
   const SongState state = song_state(store, path, status);
-  if (state == SongState::kCurrent) return false;
+  if (state == SongState::kCurrent || state == SongState::kShared) return false;
   const auto song = state == SongState::kMoved ? renamed(*store.stored(song_id(status)), path)
                                                : read_song(decoder, path, status);
   if (song) return make_writable() && store.add(*song);

@@ -28,7 +28,8 @@ int update_song(SongStore& store, TagDecoder& decoder, const std::string& path);
 
 // What a song store holds of a file.
 enum class SongState {
-  kCurrent,  // a record of its path, size and date, or that of another name of the same file
+  kCurrent,  // a record of its path, size and date
+  kShared,   // the record of another file of the same id: mostly another name of the same one
   kMoved,    // a record of its size and date under a path where nothing of the kind is left
   kOutdated  // anything else
 };
