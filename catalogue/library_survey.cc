@@ -85,7 +85,7 @@ Glance glance_at(const std::string& folder, FolderCursor& entries) {
 
 class Surveyor {
  public:
-  Surveyor(Session& session, const ReconcileTask& task, const std::optional<FolderDigests>& left_in_line,
+  Surveyor(Session& session, const ReconcileTask& task, const FolderDigests* left_in_line,
            ReconcileCounts& counts, ReconcileListener& listener)
       : session_(session),
         task_(task),
@@ -98,7 +98,7 @@ class Surveyor {
     for (const std::string& file : task_.left_files) survey_.scope.keep(file + '/');
     if (read_catalogue()) {
       walk();
-      survey_.is_as_left = left_in_line_ && survey_.work.empty() &&
+      survey_.is_as_left = left_in_line_ != nullptr && survey_.work.empty() &&
                            unchanged_folders_ == left_in_line_->size() &&
                            unchanged_folders_ == counts_.folders;
       if (!survey_.is_as_left) look_beyond_the_walk();
@@ -124,7 +124,7 @@ class Surveyor {
 
   bool read_catalogue() {
     if (!read_folder_rows(session_.db, survey_.folders, survey_.double_folder_rows)) return catalogue_fails();
-    if (left_in_line_) return true;
+    if (left_in_line_ != nullptr) return true;  // or the last sync would not have left it so
     for (std::size_t i = 0; i < kClasses.size(); ++i) {
       auto wrong = wrong_identifiers(session_.db, *kIdentified[i]);
       if (!wrong) return catalogue_fails();
@@ -211,7 +211,7 @@ class Surveyor {
     folder.second.holds_entries = entries.holds_entries();
     ++counts_.folders;
     if (needs_row(folder)) note_work(folder);
-    const auto left = left_in_line_ ? left_in_line_->of(path) : std::nullopt;
+    const auto left = left_in_line_ != nullptr ? left_in_line_->of(path) : std::nullopt;
     if (!left) return compare(folder, entries);
     const bool is_unchanged = passes_unchanged(folder, entries, *left);
     if (!is_unchanged) compare(folder, entries);
@@ -410,7 +410,7 @@ class Surveyor {
 
   Session& session_;
   const ReconcileTask& task_;
-  const std::optional<FolderDigests>& left_in_line_;
+  const FolderDigests* left_in_line_;  // null when nothing is known to be in line
   ReconcileCounts& counts_;
   ReconcileListener& listener_;
   LibrarySurvey survey_;
@@ -425,9 +425,8 @@ class Surveyor {
 
 }  // namespace
 
-LibrarySurvey survey_library(Session& session, const ReconcileTask& task,
-                             const std::optional<FolderDigests>& left_in_line, ReconcileCounts& counts,
-                             ReconcileListener& listener) {
+LibrarySurvey survey_library(Session& session, const ReconcileTask& task, const FolderDigests* left_in_line,
+                             ReconcileCounts& counts, ReconcileListener& listener) {
   return Surveyor(session, task, left_in_line, counts, listener).run();
 }
 

@@ -5,7 +5,6 @@
 #include <array>
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -86,9 +85,8 @@ struct Difference {
 [[nodiscard]] std::uint64_t parent_of(const Folders& folders, std::string_view folder);
 
 // Compares disk and catalogue, but for the folders that are as the last sync has left them, where its digests
-// are given. What cannot be read is said on standard error, counted and kept.
-LibrarySurvey survey_library(Session& session, const ReconcileTask& task,
-                             const std::optional<FolderDigests>& left_in_line, ReconcileCounts& counts,
-                             ReconcileListener& listener);
+// are given (null otherwise). What cannot be read is said on standard error, counted and kept.
+LibrarySurvey survey_library(Session& session, const ReconcileTask& task, const FolderDigests* left_in_line,
+                             ReconcileCounts& counts, ReconcileListener& listener);
 
 }  // namespace corvexal

@@ -49,7 +49,7 @@ class Reconciler {
     db_.read_in_one_transaction();
     const auto left = last_sync.others_wrote() || songs_.was_disturbed() ? std::nullopt : last_sync.folders();
     is_trusting_ = left && task_.trusts_last_sync && is_of_everything();
-    survey_ = survey_library(session_, task_, is_trusting_ ? left : std::nullopt, counts_, listener_);
+    survey_ = survey_library(session_, task_, is_trusting_ ? &*left : nullptr, counts_, listener_);
     db_.exec("COMMIT;");
     const bool all_ids_were_right = std::all_of(survey_.wrong.begin(), survey_.wrong.end(),
                                                 [](const auto& rows) { return rows.empty(); });
@@ -327,8 +327,10 @@ class Reconciler {
   bool refresh_song(const std::string& path, const struct stat& status) {
     const bool is_written = songs_.refresh(path, status);
     if (!is_store_song(std::string_view(path).substr(path.rfind('/') + 1))) return is_written;
-    const auto song = session_.songs.stored(song_id(status));
-    if (!song || song->path != path) compare_again(folder_around(path));
+    const std::uint32_t id = song_id(status);
+    const auto found = is_written ? std::nullopt : session_.songs.stored(id);
+    const bool has_record = is_written ? session_.songs.contains(id) : found && found->path == path;
+    if (!has_record) compare_again(folder_around(path));
     return is_written;
   }
 
