@@ -120,6 +120,12 @@ std::optional<std::uint64_t> FolderDigests::of(std::string_view folder) const {
   return at == entries_.end() ? std::nullopt : std::optional(at->second);
 }
 
+std::uint64_t FolderDigests::summary() const {
+  std::uint64_t sum = 0;  // whatever their order
+  for (const auto& [folder, entries] : entries_) sum += Digest().add(folder).add(entries).value();
+  return sum;
+}
+
 LastSync::LastSync(Session& session) : session_(session) {
   session_.db.read_in_one_transaction();
   changes_by_others_ = changes_by_others();

@@ -27,7 +27,8 @@ class FolderDigests {
   [[nodiscard]] std::optional<std::uint64_t> of(std::string_view folder) const;
   [[nodiscard]] std::size_t size() const { return entries_.size(); }
 
-  bool operator==(const FolderDigests&) const = default;
+  // A digest of them all.
+  [[nodiscard]] std::uint64_t summary() const;
 
  private:
   friend class LastSync;

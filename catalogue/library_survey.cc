@@ -98,10 +98,11 @@ class Surveyor {
     for (const std::string& file : task_.left_files) survey_.scope.keep(file + '/');
     if (read_catalogue()) {
       walk();
-      survey_.is_as_left = left_in_line_ != nullptr && survey_.work.empty() &&
-                           unchanged_folders_ == left_in_line_->size() &&
+      survey_.is_as_left = left_in_line_ != nullptr && unchanged_folders_ == left_in_line_->size() &&
                            unchanged_folders_ == counts_.folders;
-      if (!survey_.is_as_left) look_beyond_the_walk();
+      if (!survey_.is_as_left) look_for_gone_folders();
+      if (!survey_.is_as_left || !survey_.work.empty()) look_for_stale_songs();
+      match_moved_files();
     }
     survey_.is_whole = !catalogue_failed_ && !listener_.wants_to_stop();
     return std::move(survey_);
@@ -318,12 +319,6 @@ class Surveyor {
     for (std::string& folder : folders)
       if (outer.empty() || !folder.starts_with(outer.back())) outer.push_back(std::move(folder));
     return outer;
-  }
-
-  void look_beyond_the_walk() {
-    look_for_gone_folders();
-    look_for_stale_songs();
-    match_moved_files();
   }
 
   void look_for_gone_folders() {

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "base/file.h"
+#include "base/heap.h"
 #include "base/log.h"
 #include "base/text.h"
 #include "catalogue/folder_flags.h"
@@ -47,21 +48,25 @@ class Reconciler {
         forgot_rows_ |= carry_out(session_, rename, counts_, listener_);
     songs_.open_to_read();
     db_.read_in_one_transaction();
-    const auto left = last_sync.others_wrote() || songs_.was_disturbed() ? std::nullopt : last_sync.folders();
+    auto left = last_sync.others_wrote() || songs_.was_disturbed() ? std::nullopt : last_sync.folders();
     is_trusting_ = left && task_.trusts_last_sync && is_of_everything();
     survey_ = survey_library(session_, task_, is_trusting_ ? &*left : nullptr, counts_, listener_);
     db_.exec("COMMIT;");
+    const std::uint64_t kept = left ? left->summary() : 0;
+    left.reset();
     const bool all_ids_were_right = std::all_of(survey_.wrong.begin(), survey_.wrong.end(),
                                                 [](const auto& rows) { return rows.empty(); });
-    if (survey_.is_whole && !survey_.is_as_left) {
+    if (survey_.is_whole) {
       write_folders_and_files();
       let_go_of_what_was_written();
-      if (!stopped()) complete();
+      const bool is_complete = survey_.is_as_left && !counts_.any_change();
+      if (!is_complete && !stopped()) complete();
     }
     songs_.close();
     if (!task_.preview) db_.exec("COMMIT;");
     if (db_.lost_work()) ++counts_.failed;
-    if (leaves_all_in_line() && all_ids_were_right && (counts_.any_change() || left != survey_.digests))
+    if (leaves_all_in_line() && all_ids_were_right &&
+        (counts_.any_change() || kept != survey_.digests.summary()))
       last_sync.replace(survey_.digests);
     return counts_;
   }
@@ -133,6 +138,7 @@ class Reconciler {
     survey_.folders = {};
     survey_.moved = MovedFiles(db_);
     survey_.songs = {};
+    trim_heap();
   }
 
   static std::string path_of(const GoneRow& row) { return row.folder + row.facts.name; }

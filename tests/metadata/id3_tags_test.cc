@@ -82,6 +82,9 @@ TEST_F(Id3Tags, TellsOfFilesWithoutATagToRead) {
   };
   EXPECT_EQ(logged(2, 8, read_both), "Cannot get ID3 tag for " + too_much + "\nCannot open missing.mp3\n");
   EXPECT_EQ(logged(1, 8, read_both) + logged(2, ~8U, read_both), "");
+  TagDecoder decoder;
+  song.type = "m4a";
+  EXPECT_EQ(scan_get_mp3tags(decoder, "missing.mp3", song), 0);
 }
 
 TEST_F(Id3Tags, TakesTheSetFromTheDetectorsAnswer) {
