@@ -75,7 +75,7 @@ unsigned char upper(char c) {
 bool sorts_before(std::string_view a, std::string_view b) {
   const auto order = std::lexicographical_compare_three_way(
       a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return upper(x) <=> upper(y); });
-  return order == 0 ? a < b : order < 0;
+  return std::is_eq(order) ? a < b : std::is_lt(order);
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -73,20 +73,24 @@ class MovedFiles {
     std::uint64_t digest;  // of a path or of facts
     std::uint32_t gone;
 
-    auto operator<=>(const Mark&) const = default;
+    bool operator<(const Mark& other) const {
+      return std::tie(digest, gone) < std::tie(other.digest, other.gone);
+    }
   };
   using Marks = std::deque<Mark>;
   struct NewFile {
     std::uint64_t facts, path;  // digests
     std::uint32_t folder;
 
-    auto operator<=>(const NewFile&) const = default;
+    bool operator<(const NewFile& other) const {
+      return std::tie(facts, path) < std::tie(other.facts, other.path);
+    }
   };
   struct Moved {
     std::uint64_t path;  // digest of the new one
     std::uint32_t gone, folder;
 
-    auto operator<=>(const Moved&) const = default;
+    bool operator<(const Moved& other) const { return path < other.path; }
   };
 
   [[nodiscard]] std::optional<GoneRow> row_at(std::uint32_t gone) const;
