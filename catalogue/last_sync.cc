@@ -84,7 +84,8 @@ bool add_file(Digest& digest, const std::string& path) {
   return true;
 }
 
-// Rows hold local times, so the dates of all files change with the device's time zone.
+// Rows hold local times, so the dates of all files change with the device's time zone. Zones that agree once
+// a week are taken for the same.
 void add_time_zone(Digest& digest) {
   constexpr std::time_t kWeek = 604'800;
   for (int i = 0; i < 68 * 52; ++i) digest.add(date_text(i * kWeek));
@@ -126,6 +127,12 @@ std::uint64_t FolderDigests::summary() const {
   return sum;
 }
 
+std::uint64_t song_store_state(const Session& session) {
+  struct stat status {};
+  const bool is_there = stat(song_store_path(session.config.mntpath).c_str(), &status) == 0;
+  return is_there ? Digest().add(status).value() : 0;
+}
+
 LastSync::LastSync(Session& session) : session_(session) {
   session_.db.read_in_one_transaction();
   changes_by_others_ = changes_by_others();
@@ -150,11 +157,11 @@ std::optional<FolderDigests> LastSync::folders() const {
   return folders;
 }
 
-void LastSync::replace(const FolderDigests& folders) const {
+void LastSync::replace(const FolderDigests& folders, std::uint64_t songs) const {
   session_.db.read_in_one_transaction();
   const auto state = others_wrote() ? std::nullopt : state_of_stores();
   session_.db.exec("COMMIT;");
-  if (!state || folders.size() == 0) return;
+  if (!state || folders.size() == 0 || song_store_state(session_) != songs) return;
   Words words = {kMagic, *state};
   for (const auto& [folder, entries] : folders.entries_) words.insert(words.end(), {folder, entries});
   words.push_back(digest_of(words));

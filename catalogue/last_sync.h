@@ -38,6 +38,9 @@ class FolderDigests {
   bool is_too_large_ = false;
 };
 
+// A digest of what changes with the song store's file; 0 without one.
+[[nodiscard]] std::uint64_t song_store_state(const Session& session);
+
 // The file of digests.
 class LastSync {
  public:
@@ -50,9 +53,10 @@ class LastSync {
   // Whether another connection has written to the catalogue since this object was made.
   [[nodiscard]] bool others_wrote() const { return changes_by_others() != changes_by_others_; }
 
-  // Keeps what a sync has left in line; to be called outside of a transaction. Where others wrote meanwhile,
-  // or the file cannot be written, the earlier one stays, which fits only if the stores are as it left them.
-  void replace(const FolderDigests& folders) const;
+  // Keeps what a sync has left in line, when the song store's state was `songs`; to be called outside of a
+  // transaction. Where others wrote meanwhile, or the file cannot be written, the earlier one stays, which
+  // fits only if the stores are as it left them.
+  void replace(const FolderDigests& folders, std::uint64_t songs) const;
 
  private:
   [[nodiscard]] std::optional<std::uint64_t> state_of_stores() const;

@@ -99,7 +99,8 @@ class Surveyor {
     if (read_catalogue()) {
       walk();
       survey_.is_as_left = left_in_line_ != nullptr && unchanged_folders_ == left_in_line_->size() &&
-                           unchanged_folders_ == counts_.folders;
+                           unchanged_folders_ == counts_.folders && !has_playlists_to_read_ &&
+                           !has_rows_outside();
       if (!survey_.is_as_left) look_for_gone_folders();
       if (!survey_.is_as_left || !survey_.work.empty()) look_for_stale_songs();
       match_moved_files();
@@ -132,6 +133,14 @@ class Surveyor {
       survey_.wrong[i] = std::move(*wrong);
     }
     return true;
+  }
+
+  // Songs and playlists that no walk of the share comes by.
+  bool has_rows_outside() {
+    std::string end = task_.share;
+    ++end.back();
+    return session_.db.read("select 1 from music_tbl where Real_Path<? limit 1;", task_.share).next() ||
+           session_.db.read("select 1 from music_tbl where Real_Path>=? limit 1;", end).next();
   }
 
   void refuse(const std::string& path) {
@@ -250,6 +259,7 @@ class Surveyor {
     switch (finding.kind) {
       case FindingKind::kPresent: {
         count_file(finding);
+        has_playlists_to_read_ |= finding.entry->media == MediaKind::kPlaylist;
         const Difference differs = difference(session_, survey_, folder, finding);
         if (differs.song) add_differing_song(finding);
         if (differs.shares_record) all_is_taken_ = false;  // what becomes of the other file concerns it, too
@@ -411,6 +421,7 @@ class Surveyor {
   LibrarySurvey survey_;
   std::size_t unchanged_folders_ = 0;  // of those that were left in line
   bool all_is_taken_ = true;           // of the folder's findings
+  bool has_playlists_to_read_ = false;
   std::deque<std::string> queue_;
   std::vector<std::uint32_t> songs_without_record_;  // of those that differ
   bool has_new_files_ = false;

@@ -61,7 +61,8 @@ struct LibrarySurvey {
   bool has_stale_songs = false;  // records in the store may stand for no song on the disk
   std::uint64_t files_to_handle = 0;
   FolderDigests digests;  // of the folders as they were walked, in line then or after the work
-  // The folders are those of the last sync, and unchanged but for those that are compared each time.
+  // The folders are those of the last sync, and unchanged but for those that are compared each time; no
+  // playlist has to be read again.
   bool is_as_left = false;
   bool is_whole = false;  // false when the catalogue could not be read or the walk was stopped
 };

@@ -30,7 +30,8 @@ struct GoneRow {
 
 // Finds out which new files are those of gone rows, moved or renamed while nobody looked. A match is certain
 // or none: of two likely candidates neither is taken. Of both, which may be all of a library, digests are
-// kept: the rows themselves are read again from the catalogue, and must stay in it meanwhile.
+// kept, which are no protection against who forges a name: the rows themselves are read again from the
+// catalogue, and must stay in it meanwhile.
 class MovedFiles {
  public:
   explicit MovedFiles(Database& db) : db_(&db) {}

@@ -67,7 +67,7 @@ class Reconciler {
     if (db_.lost_work()) ++counts_.failed;
     if (leaves_all_in_line() && all_ids_were_right &&
         (counts_.any_change() || kept != survey_.digests.summary()))
-      last_sync.replace(survey_.digests);
+      last_sync.replace(survey_.digests, songs_.state_when_closed());
     return counts_;
   }
 
@@ -82,7 +82,7 @@ class Reconciler {
 
   [[nodiscard]] bool leaves_all_in_line() {
     return is_of_everything() && !task_.preview && survey_.is_whole && !stopped() && counts_.failed == 0 &&
-           !lost_songs() && !songs_.was_disturbed();
+           !lost_songs() && !songs_.was_disturbed() && !changed_meanwhile_;
   }
 
   [[nodiscard]] bool stopped() { return db_.lost_work() || listener_.wants_to_stop(); }
@@ -109,8 +109,7 @@ class Reconciler {
     error_printf("Corvexal: %s: the catalogue cannot hold a tag with a \" in it\n", path.c_str());
   }
 
-  // Has the next run compare a folder whatever it looks like: something in it is not as the survey saw it, or
-  // concerns other folders.
+  // Has each run compare a folder whatever it looks like.
   void compare_again(std::string_view folder) { survey_.digests.add(folder, FolderDigests::kCompareAgain); }
 
   void write_folders_and_files() {
@@ -187,13 +186,16 @@ class Reconciler {
 
   void bring_files_in_line(const FolderRef& folder) {
     FolderCursor entries(folder.first);
-    if (entries.error() != 0) return compare_again(folder.first);  // it has changed since
+    changed_meanwhile_ |= entries.error() != 0;
+    if (entries.error() != 0) return;
     FolderComparison comparison(db_, folder.first, &entries);
     while (const Finding* finding = comparison.next()) {
       if (stopped()) return;
       handle(folder, *finding);
     }
-    if (survey_.digests.of(folder.first) != entries.digest()) compare_again(folder.first);
+    const std::uint64_t digest = entries.digest();
+    changed_meanwhile_ |= survey_.digests.of(folder.first).value_or(digest) != digest &&
+                          survey_.digests.of(folder.first) != FolderDigests::kCompareAgain;
   }
 
   void handle(const FolderRef& folder, const Finding& finding) {
@@ -251,7 +253,7 @@ class Reconciler {
     if (file) file.read_at(0, first);
     if (file && !file.failed()) return true;
     if (says_gone(errno))
-      compare_again(folder_around(path));
+      changed_meanwhile_ = true;
     else
       fail(path, std::strerror(errno));
     return false;
@@ -292,11 +294,12 @@ class Reconciler {
     return true;
   }
 
-  // Reads a file again into a row that was another path's, which goes where that can have none.
+  // Reads a file again into a row that was another path's. The row is removed when the file can have none.
   bool store_anew(const FolderRef& folder, MediaFile file, const GoneRow& source) {
     const std::uint64_t failed_before = counts_.failed;
     const auto row = read_row(std::move(file));
-    if (!row && counts_.failed == failed_before) remove(source.media_class, source.rowid, path_of(source));
+    const bool can_have_none = !row && counts_.failed == failed_before;
+    if (can_have_none && is_gone(path_of(source))) remove(source.media_class, source.rowid, path_of(source));
     if (!row || task_.preview) return row.has_value();
     note_write(source.media_class);
     if (update_media_row(session_, *row, source.rowid, folder.second.objid) != SQLITE_OK) {
@@ -454,6 +457,7 @@ class Reconciler {
   PathMarks renumbered_;  // files whose number a playlist may not know yet
   std::uint64_t files_done_ = 0;
   std::array<bool, 3> has_written_{};  // by media class
+  bool changed_meanwhile_ = false;     // what the survey saw: the work may have missed something
   bool is_trusting_ = false;           // in what the last sync left in line
   bool forgot_rows_ = false;           // of an older folder, whose songs may have records
   SongReconciler songs_;

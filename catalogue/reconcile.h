@@ -63,8 +63,8 @@ struct ReconcileTask {
 // that holds entries; identifiers that are unique and parents that are right; song records, sort tables,
 // folder flags and playlists to match. What is right is not written, and where all is right nothing is.
 // Files and folders that were moved keep their identifiers where the match is certain. Of the whole library
-// only folders that have changed since the last such run are compared, as long as nobody else wrote to the
-// stores.
+// only folders that may have changed since the last such run are compared, as long as nobody else wrote to
+// the stores.
 //
 // The catalogue is open and has its tables; it is committed in batches and stays open. What cannot be looked
 // at keeps its rows and records. `session.songs` must be closed, and is again.

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "base/digest.h"
 #include "base/log.h"
+#include "catalogue/last_sync.h"
 #include "songdb/update.h"
 
 namespace corvexal {
@@ -12,7 +12,7 @@ namespace corvexal {
 void SongReconciler::open_to_read() {
   SongStore& songs = session_.songs;
   const std::string& mount_path = session_.config.mntpath;
-  state_when_opened_ = state_of_file();
+  state_when_opened_ = song_store_state(session_);
   if (!songs.open_to_read(mount_path) || task_.preview || !songs.looks_damaged()) return;
   was_disturbed_ = true;
   const bool is_mended = songs.open(mount_path) && songs.close();
@@ -47,17 +47,15 @@ void SongReconciler::remove_stale(std::span<const std::uint32_t> known,
 void SongReconciler::close() {
   if (!open_) look_for_others();
   if (!session_.songs.close()) ++counts_.failed;
+  state_when_closed_ = song_store_state(session_);
   const std::uint32_t refused = session_.songs.songs_refused() - refused_before_;
   if (refused == 0) return;
   counts_.failed += refused;
   error_printf("Corvexal: the song store did not take %u songs, which the log names\n", refused);
 }
 
-// A digest; 0 without a store.
-std::uint64_t SongReconciler::state_of_file() const {
-  struct stat status {};
-  const bool is_there = stat(song_store_path(session_.config.mntpath).c_str(), &status) == 0;
-  return is_there ? Digest().add(status).value() : 0;
+void SongReconciler::look_for_others() {
+  was_disturbed_ = was_disturbed_ || song_store_state(session_) != state_when_opened_;
 }
 
 // Opens the store for writing when that is first asked.

@@ -26,8 +26,11 @@ class SongReconciler {
   // Before anything else. A store that looks damaged is repaired.
   void open_to_read();
 
-  // True when the store is not what it was found to be: it was repaired, or others wrote to it meanwhile.
+  // True when the store was repaired, or others wrote to it before it was opened for writing or closed.
   [[nodiscard]] bool was_disturbed() const { return was_disturbed_; }
+
+  // What song_store_state said after close().
+  [[nodiscard]] std::uint64_t state_when_closed() const { return state_when_closed_; }
 
   // Writes the record of a file anew where it differs. True when it was, or in a preview would be, written;
   // false for what is no song.
@@ -46,14 +49,13 @@ class SongReconciler {
 
  private:
   [[nodiscard]] bool can_write();
-  [[nodiscard]] std::uint64_t state_of_file() const;
-  void look_for_others() { was_disturbed_ = was_disturbed_ || state_of_file() != state_when_opened_; }
+  void look_for_others();
 
   Session& session_;
   const ReconcileTask& task_;
   ReconcileCounts& counts_;
   std::uint32_t refused_before_;
-  std::uint64_t state_when_opened_ = 0;
+  std::uint64_t state_when_opened_ = 0, state_when_closed_ = 0;
   std::set<std::uint32_t> foreseen_;  // ids of records that a preview would have written
   std::optional<bool> open_;          // for writing, once that was tried
   bool was_disturbed_ = false;

@@ -59,7 +59,8 @@ class LastSyncTest : public ::testing::Test {
   }
   std::string sync(ReconcileTask task) const {
     Run run(config_);
-    task.share = path("");
+    task.share = config_.sharepath.ends_with('/') ? config_.sharepath : config_.sharepath + '/';
+    if (task.whole_library) task.folders = {task.share};
     ReconcileListener nobody;
     testing::CapturedOutput output, errors(2);
     const ReconcileCounts counts = reconcile(run.session, task, nobody);
@@ -178,6 +179,20 @@ TEST_F(LastSyncTest, IsNoMatterOfSyncsOfAPart) {
   EXPECT_EQ(believed(), 3U);
 }
 
+TEST_F(LastSyncTest, DoesNotKeepPlaylistsFromBeingRead) {
+  fs::create_hard_link(path("a/song.mp3"), path("a/second.mp3"));
+  write("a/list.m3u", "song.mp3\n");
+  fs::create_directory(path("share"));
+  for (const char* share : {"", "share"}) {
+    config_.sharepath = path(share);
+    sync();
+    EXPECT_EQ(sync(), "0000000");
+    write("a/list.m3u", *share == '\0' ? "none.mp3\n" : "song.mp3\n");
+    EXPECT_EQ(sync(), "0000100");
+    EXPECT_EQ(sync(), "0000000");
+  }
+}
+
 TEST_F(LastSyncTest, IsReplacedByNothingThroughALink) {
   const std::string other = folder_.write("other", "kept");
   fs::remove(state());
@@ -197,7 +212,7 @@ TEST_F(LastSyncTest, SparesTheLookAtRowsUnlessToldNotTo) {
     run.session.db.exec("COMMIT;");
     run.session.db.exec("update video_tbl set Depth=\"%d\";", 9);
     run.session.db.exec("COMMIT;");
-    last_sync.replace(*left);
+    last_sync.replace(*left, song_store_state(run.session));
   }
   EXPECT_EQ(believed(), folders);
   EXPECT_EQ(sync(), "0000000");
@@ -211,7 +226,7 @@ TEST_F(LastSyncTest, IsNotReplacedWhenSomebodyElseWroteMeanwhile) {
   const auto left = last_sync.folders();
   run.session.db.exec("COMMIT;");
   run_sql("update video_tbl set Depth='9'");
-  last_sync.replace(*left);
+  last_sync.replace(*left, song_store_state(run.session));
   EXPECT_EQ(believed(), 0U);
 }
 
