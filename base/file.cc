@@ -48,10 +48,10 @@ bool leads_where_it_may(const std::string& path, const std::string& mount_path) 
 bool write_all(const Descriptor& to, std::span<const std::uint8_t> bytes) {
   while (!bytes.empty()) {
     const ssize_t n = write(to.get(), bytes.data(), bytes.size());
-    if (n >= 0)
-      bytes = bytes.subspan(static_cast<std::size_t>(n));
-    else if (errno != EINTR)
-      return false;
+    if (n < 0 && errno == EINTR) continue;
+    if (n == 0) errno = EIO;
+    if (n <= 0) return false;
+    bytes = bytes.subspan(static_cast<std::size_t>(n));
   }
   return true;
 }
@@ -87,14 +87,14 @@ std::uint64_t File::next_data(std::uint64_t offset) {
   const off_t data = lseek(fd_.get(), static_cast<off_t>(offset), SEEK_DATA);
   if (data < 0 && errno == ENXIO) return size_;
   data_begin_ = data < 0 ? offset : static_cast<std::uint64_t>(data);
-  const auto hole = static_cast<std::uint64_t>(lseek(fd_.get(), data, SEEK_HOLE));
-  data_end_ = std::min(hole, size_);  // up to the end where none is told
+  const off_t hole = data < 0 ? -1 : lseek(fd_.get(), data, SEEK_HOLE);
+  data_end_ = hole < 0 ? size_ : static_cast<std::uint64_t>(hole);
   return std::min(data_begin_, size_);
 }
 
 std::uint64_t File::last_in_hole(std::uint64_t offset, std::uint64_t size, std::uint64_t step) {
-  const std::uint64_t end = offset + size;
-  return offset + (std::max(next_data(offset), end) - end) / step * step;
+  const std::uint64_t data = next_data(offset);
+  return data < offset + size ? offset : offset + (data - offset - size) / step * step;
 }
 
 int File::duplicate() const {

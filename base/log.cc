@@ -86,7 +86,8 @@ __attribute__((format(printf, 1, 0))) std::string message_of(const char* format,
   va_copy(again, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, again);
   va_end(again);
-  std::string text(static_cast<std::size_t>(std::max(length, 0)) + 1, '\0');
+  if (length < 0) return {};
+  std::string text(static_cast<std::size_t>(length) + 1, '\0');
   std::vsnprintf(text.data(), text.size(), format, arguments);
   text.pop_back();
   text.resize(std::min(text.size(), limit - 1));

@@ -153,7 +153,7 @@ void DisplayOrder::sort_items() {
     if (a.key_start != b.key_start) return a.key_start < b.key_start;
     const bool is_longer = (a.key_start & 0xFFU) != 0;
     const int order = is_longer ? std::strcmp(texts + a.at + 8, texts + b.at + 8) : 0;
-    return std::pair(order, a.at) < std::pair(0, b.at);
+    return order != 0 ? order < 0 : a.at < b.at;
   });
 }
 
@@ -166,6 +166,7 @@ bool DisplayOrder::each_item(const TakeItem& take) const {
 
 bool DisplayOrder::each_group(std::size_t column, const TakeGroup& take) const {
   std::vector<const Counts::value_type*> groups;
+  groups.reserve(groups_[column].size());
   for (const auto& group : groups_[column]) groups.push_back(&group);
   std::sort(groups.begin(), groups.end(),
             [](const auto* a, const auto* b) { return sorts_before(a->first, b->first); });
@@ -176,6 +177,7 @@ bool DisplayOrder::each_group(std::size_t column, const TakeGroup& take) const {
 
 std::vector<std::string> DisplayOrder::take_folders() {
   std::vector<std::string> folders;
+  folders.reserve(folders_.size());
   while (!folders_.empty()) folders.push_back(std::move(folders_.extract(folders_.begin()).value()));
   return folders;
 }

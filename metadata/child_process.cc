@@ -24,6 +24,7 @@
 namespace corvexal {
 namespace {
 
+using std::chrono::microseconds;
 using std::chrono::milliseconds;
 
 constexpr char kShell[] = "/bin/sh";
@@ -77,9 +78,9 @@ Descriptor open_process([[maybe_unused]] pid_t id) {
 #endif
 }
 
-// Waits for the process's end, at most until the deadline; without the kernel's help for a moment.
-void wait_for_end(const Descriptor& process, ChildProcess::Clock::time_point deadline) {
-  if (!process) return std::this_thread::sleep_for(milliseconds{1});
+// Waits for the process's end, at most until the deadline; without the kernel's help for the pause.
+void wait_for_end(const Descriptor& process, ChildProcess::Clock::time_point deadline, microseconds pause) {
+  if (!process) return std::this_thread::sleep_for(pause);
   const auto left = std::chrono::ceil<milliseconds>(deadline - ChildProcess::Clock::now());
   pollfd wanted{process.get(), POLLIN, 0};
   poll(&wanted, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
@@ -131,6 +132,7 @@ ChildProcess::ChildProcess(const std::string& program, const std::string& argume
 
 bool ChildProcess::has_ended() const {
   siginfo_t ended{};
+  if (id_ == kNone) return true;
   waitid(P_PID, static_cast<id_t>(id_), &ended, WEXITED | WNOHANG | WNOWAIT);
   return ended.si_pid != 0;
 }
@@ -139,7 +141,10 @@ bool ChildProcess::end() {
   if (id_ == kNone) return true;
   const Descriptor process = open_process(id_);
   bool in_time = has_ended();
-  for (; !in_time && Clock::now() < deadline_; in_time = has_ended()) wait_for_end(process, deadline_);
+  for (microseconds pause{50}; !in_time && Clock::now() < deadline_; in_time = has_ended()) {
+    wait_for_end(process, deadline_, pause);
+    pause = std::min(2 * pause, microseconds{20'000});
+  }
   kill(-id_, SIGKILL);  // with all that it started
   while (waitpid(id_, nullptr, 0) < 0 && errno == EINTR) continue;
   id_ = kNone;

@@ -25,7 +25,7 @@ class ChildProcess {
   // True when there is no such program.
   [[nodiscard]] bool is_missing() const { return is_missing_; }
 
-  // True once the program itself has ended, whatever it left running; not for one that could not be started.
+  // True once the program itself has ended, whatever it left running.
   [[nodiscard]] bool has_ended() const;
 
   // Waits for the program's end and kills what it left running. False when it outlived the deadline and was

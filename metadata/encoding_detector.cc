@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <span>
 
@@ -47,7 +48,7 @@ bool wait_for_bytes(int descriptor, const ChildProcess& child, Clock::time_point
     const int ready =
         poll(&wanted, 1, is_over ? 0 : static_cast<int>(std::min(left, kLookAfterChild).count()));
     if (ready > 0) return true;
-    if (is_over) return false;
+    if (is_over || (ready < 0 && errno != EINTR)) return false;
   }
 }
 

@@ -48,7 +48,9 @@ void read_png(FileWindow& file, ImageProbe& probe) {
     if (std::ranges::equal(type, kIhdr)) return parse_ihdr(file, at, probe);
     if (std::ranges::equal(type, kIend)) return;
     at += number(head.first(4), std::endian::big) + kCrcSize;
-    at = file.file().last_in_hole(at, kChunkHead, kChunkHead + kCrcSize);  // of empty chunks
+    const bool is_zero =
+        number(head, std::endian::big) == 0;  // an empty chunk as well, and so is each of a hole
+    if (is_zero) at = file.file().last_in_hole(at, kChunkHead, kChunkHead + kCrcSize);
   }
 }
 

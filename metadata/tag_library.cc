@@ -18,7 +18,9 @@ std::string module_path() {
   char program[PATH_MAX];
   const auto* const name =
       reinterpret_cast<const char*>(getauxval(AT_EXECFN));  // NOLINT(performance-no-int-to-ptr)
-  if (realpath("/proc/self/exe", program) == nullptr && realpath(name, program) == nullptr) return "";
+  if (realpath("/proc/self/exe", program) == nullptr &&
+      (name == nullptr || realpath(name, program) == nullptr))
+    return "";
   const std::string path = program;
   return path.substr(0, path.rfind('/')) + "/../lib/corvexal/standard_tags.so";
 }
@@ -27,9 +29,14 @@ std::string module_path() {
 constexpr int kMode = RTLD_NOW | RTLD_LOCAL | (CORVEXAL_SANITIZE ? 0 : RTLD_DEEPBIND);
 
 const TagLibrary& load() {
-  void* const module = dlopen(module_path().c_str(), kMode);
+  const std::string path = module_path();
+  void* const module = path.empty() ? nullptr : dlopen(path.c_str(), kMode);
   const void* const library = module == nullptr ? nullptr : dlsym(module, kTagLibrary);
-  if (library == nullptr) throw std::runtime_error(std::string("tags=standard: ") + dlerror());
+  if (library == nullptr) {
+    const char* const error = path.empty() ? nullptr : dlerror();
+    throw std::runtime_error("tags=standard: " +
+                             std::string(error == nullptr ? "nothing tells where the program lies" : error));
+  }
   return *static_cast<const TagLibrary*>(library);
 }
 

@@ -37,9 +37,13 @@ std::unique_ptr<StagingFolder> StagingFolder::make(const Place& store) {
 bool StagingFolder::open() {
   const int beside = store_.folder.get();
   const char* name = name_.c_str();
-  unlinkat(beside, name, 0);  // a link or a file that somebody planted
+  constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
   mkdirat(beside, name, 0700);
-  here_.folder = Descriptor(openat(beside, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  here_.folder = Descriptor(openat(beside, name, kFolder));
+  if (!here_.folder && (errno == ENOTDIR || errno == ELOOP)) {  // a link or a file that somebody planted
+    if (unlinkat(beside, name, 0) != 0 || mkdirat(beside, name, 0700) != 0) return false;
+    here_.folder = Descriptor(openat(beside, name, kFolder));
+  }
   here_.folder_path = store_.folder_path + "/" + name_;
   if (here_.folder) remove_own_files();
   return static_cast<bool>(here_.folder);
