@@ -26,6 +26,7 @@ void claim_standard_streams() {
 
 int main(int argc, char** argv) {
   claim_standard_streams();
+  std::signal(SIGCHLD, SIG_DFL);  // a caller that ignores it would hide the detector's end
   std::signal(SIGPIPE, SIG_IGN);  // a caller that stops listening must not stop the run half-way
   try {
     return corvexal::run(std::span<const char* const>(argv, static_cast<std::size_t>(argc)));

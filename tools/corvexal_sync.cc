@@ -118,6 +118,7 @@ void catch_stop_signals() {
   struct sigaction action {};
   action.sa_handler = note_signal;
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaction(signal, &action, nullptr);
+  std::signal(SIGCHLD, SIG_DFL);  // a caller that ignores it would hide the detector's end
   std::signal(SIGPIPE, SIG_IGN);
 }
 

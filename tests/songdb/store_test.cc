@@ -23,7 +23,7 @@ using testing::read_file;
 const std::string kNowhere[] = {"/nowhere/a"};
 
 // For the process from here on: a write beyond this size of a file fails, as on a disk that is full there.
-void limit_files_to(std::size_t bytes) {
+void limit_files_to(rlim_t bytes) {
   std::signal(SIGXFSZ, SIG_IGN);
   const rlimit limit = {bytes, RLIM_INFINITY};
   setrlimit(RLIMIT_FSIZE, &limit);
