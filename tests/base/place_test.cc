@@ -49,6 +49,8 @@ TEST(Place, IsFoundFromTheAdministratorsFolderOn) {
       {"/a", "", "a", 0},
   };
   for (const auto& row : rows) {
+    const bool from_root = row.folder == std::string("/m/.systemfile/deep");
+    if (from_root && CORVEXAL_EMULATED) continue;  // an emulator has a root of its own
     errno = ENOENT;
     const auto place = find_place(row.path);
     ASSERT_EQ(place.has_value(), row.error == 0) << row.path;
@@ -56,7 +58,6 @@ TEST(Place, IsFoundFromTheAdministratorsFolderOn) {
       EXPECT_EQ(errno, row.error) << row.path;
       continue;
     }
-    const bool from_root = row.folder == std::string("/m/.systemfile/deep");
     EXPECT_EQ(place->folder_path, (from_root ? here.path() : "") + row.folder) << row.path;
     EXPECT_EQ(place->name, row.name) << row.path;
     EXPECT_TRUE(fs::equivalent(place->path_of("."), row.folder[0] == '\0' ? "/" : place->folder_path));
