@@ -50,7 +50,7 @@ TEST(Place, IsFoundFromTheAdministratorsFolderOn) {
   };
   for (const auto& row : rows) {
     const bool from_root = row.folder == std::string("/m/.systemfile/deep");
-    if (from_root && CORVEXAL_EMULATED) continue;  // an emulator has a root of its own
+    if (CORVEXAL_EMULATED && (from_root || row.path[0] == '/')) continue;  // an emulator has its own root
     errno = ENOENT;
     const auto place = find_place(row.path);
     ASSERT_EQ(place.has_value(), row.error == 0) << row.path;
