@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -99,7 +100,9 @@ bool CatalogueFiles::owns(const char* name) const {
 
 // SQLite would look for the links in the name, and lose the folder that is held.
 int CatalogueFiles::full_name(sqlite3_vfs* /*vfs*/, const char* name, int size, char* full) {
-  sqlite3_snprintf(size, full, "%s", name);  // one that is cut is none that open() takes
+  const std::size_t bytes = std::strlen(name) + 1;
+  if (bytes > static_cast<std::size_t>(size)) return SQLITE_CANTOPEN;
+  std::memcpy(full, name, bytes);
   return SQLITE_OK;
 }
 

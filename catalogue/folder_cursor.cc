@@ -7,7 +7,7 @@
 #include <cerrno>
 
 #include "base/file.h"
-#include "catalogue/last_sync.h"
+#include "catalogue/folder_digests.h"
 #include "catalogue/scan.h"
 
 namespace corvexal {

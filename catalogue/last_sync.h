@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <string_view>
-#include <unordered_map>
 
+#include "catalogue/folder_digests.h"
 #include "catalogue/session.h"
 
 // What the last sync of the whole library left in line, so that the next one need not compare it again: a
@@ -14,29 +12,6 @@
 // settings and the program are what they were at its end.
 
 namespace corvexal {
-
-// Digests of folders' entries, by digests of the folders' paths.
-class FolderDigests {
- public:
-  // A folder's path has its trailing "/". Of a library of more than kMost folders none is kept.
-  void add(std::string_view folder, std::uint64_t entries);
-
-  // In place of the digest of a folder that is compared each time, whatever its entries look like.
-  static constexpr std::uint64_t kCompareAgain = 0;
-
-  [[nodiscard]] std::optional<std::uint64_t> of(std::string_view folder) const;
-  [[nodiscard]] std::size_t size() const { return entries_.size(); }
-
-  // A digest of them all.
-  [[nodiscard]] std::uint64_t summary() const;
-
- private:
-  friend class LastSync;
-  static constexpr std::size_t kMost = 100'000;  // some 4 MB
-
-  std::unordered_map<std::uint64_t, std::uint64_t> entries_;
-  bool is_too_large_ = false;
-};
 
 // A digest of what changes with the song store's file; 0 without one.
 [[nodiscard]] std::uint64_t song_store_state(const Session& session);

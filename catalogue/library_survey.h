@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "catalogue/folder_comparison.h"
+#include "catalogue/folder_digests.h"
 #include "catalogue/folder_rows.h"
 #include "catalogue/identifiers.h"
-#include "catalogue/last_sync.h"
 #include "catalogue/moved_files.h"
 #include "catalogue/reconcile.h"
 

@@ -34,8 +34,8 @@ constexpr MediaType kMediaTypes[] = {
     {".lpcm", "audio/L16", MediaKind::kMusic},
     {".mp1", "audio/mpeg", MediaKind::kMusic},
     {".mpa", "audio/mpeg", MediaKind::kMusic},
-    {".flac", "audio/mpeg",
-     MediaKind::kMusic},  // clients of the catalogue know all of these by one MIME type
+    // Clients of the catalogue know all of these by one MIME type.
+    {".flac", "audio/mpeg", MediaKind::kMusic},
     {".aac", "audio/mpeg", MediaKind::kMusic},
     {".m4a", "audio/mpeg", MediaKind::kMusic},
     {".ape", "audio/mpeg", MediaKind::kMusic},

@@ -17,6 +17,7 @@
 #include "base/text.h"
 #include "catalogue/folder_flags.h"
 #include "catalogue/folder_renames.h"
+#include "catalogue/last_sync.h"
 #include "catalogue/library_survey.h"
 #include "catalogue/media_rows.h"
 #include "catalogue/path_depth.h"

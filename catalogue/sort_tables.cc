@@ -206,7 +206,8 @@ int RebuildSortTables(Session& session, MediaClass media_class) {
   if (Assign_pathtbl_media(session.db, std::move(folders)) == 0)
     std::puts("Assign path_objid_tbl media fail");
   SaveObjectIds(session.db, session.ids);
-  session.db.close();  // commits
+  session.db.exec("COMMIT;");
+  session.db.close();
   return 1;
 }
 

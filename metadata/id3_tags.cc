@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <iterator>
@@ -139,10 +140,15 @@ int scan_get_mp3tags(TagDecoder& decoder, const std::string& path, SongInfo& son
     no_tag(path);
     return 0;
   }
-  const TagFile file = tag_file_of(bytes);
+  TagFile file = tag_file_of(bytes);
   if (!file) return cannot_open(path);
   const id3_tag* const tag = id3_file_tag(file.get());
-  if (tag == nullptr) return no_tag(path);
+  if (tag == nullptr) {
+    const int error = errno;
+    file.reset();
+    errno = error;
+    return no_tag(path);
+  }
   const std::string answer = decoder.detector.detect(sample_texts(*tag, song));
   store_texts(decoder.converters, *tag, charset_of_answer(answer).c_str(), song);
   err_log(kVerbose, kReaders, "Got id3 tag successfully\n");
