@@ -104,6 +104,11 @@ MediaKind media_kind(std::string_view extension) {
   return type == nullptr ? MediaKind::kOther : type->kind;
 }
 
+std::string_view media_mime_type(std::string_view extension) {
+  const MediaType* type = find_type(kMediaTypes, extension);
+  return type == nullptr ? std::string_view() : type->mime_type;
+}
+
 const char* media_table(MediaKind kind) {
   switch (kind) {
     case MediaKind::kPhoto:

@@ -16,6 +16,10 @@ enum class MediaKind { kOther, kPhoto, kVideo, kMusic, kPlaylist, kSubtitle };
 // The class of an extension (dot included), compared as a whole and without regard to case.
 [[nodiscard]] MediaKind media_kind(std::string_view extension);
 
+// The MIME type by which media servers announce files of an extension, compared likewise; empty where the
+// table has none.
+[[nodiscard]] std::string_view media_mime_type(std::string_view extension);
+
 // The catalogue's table for a class; null for MediaKind::kOther. Playlists live with the music, subtitles and
 // disc files with the videos.
 [[nodiscard]] const char* media_table(MediaKind kind);

@@ -2,6 +2,7 @@
 #include <cinttypes>
 
 #include "base/json_text.h"
+#include "catalogue/media_types.h"
 #include "report/page.h"
 
 namespace corvexal::report {
@@ -60,6 +61,7 @@ void write(JsonWriter& json, std::string_view list, std::string_view name,
     json.open('{');
     json.member(name, amount.name);
     write(json, amount.amount);
+    if (name == "extension") json.member("mime", media_mime_type("." + amount.name));
     json.close('}');
   }
   json.close(']');
