@@ -24,10 +24,10 @@ class SortTablesTest : public testing::CatalogueTest {
     for (std::size_t i = 0; i < 60; ++i) {
       add_row("music_tbl", folders[i % 11], std::to_string(i) + (i % 30 == 7 ? ".pls" : ".mp3"));
       run(R"(update music_tbl set Title="%s",Genre="%s",Artist="%s",Album="%s" where ROWID=='%d';)",
-          titles[i * 7 % titles.size()], names[i * 3 % names.size()], names[i * 5 % 4], titles[i % 19],
+          titles[i * 4 % titles.size()], names[i * 3 % names.size()], names[i * 5 % 4], titles[i % 19],
           i + 1);
       add_row("photo_tbl", folders[i % 5], titles[i * 5 % titles.size()]);
-      add_row("video_tbl", folders[i % 3], titles[i * 3 % titles.size()] + (i % 9 == 0 ? ".srt" : ".mpg"));
+      add_row("video_tbl", folders[i % 3], titles[i * 2 % titles.size()] + (i % 9 == 0 ? ".srt" : ".mpg"));
     }
     for (const std::string& folder : folders) add_folder(folder.substr(0, folder.size() - folder.size() % 2));
   }
