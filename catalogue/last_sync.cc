@@ -111,22 +111,17 @@ std::uint64_t song_store_state(const Session& session) {
   return is_there ? Digest().add(status).value() : 0;
 }
 
-LastSync::LastSync(Session& session) : session_(session) {
-  session_.db.read_in_one_transaction();
-  changes_by_others_ = changes_by_others();
-  state_at_start_ = state_of_stores();
-  session_.db.exec("COMMIT;");
-}
+LastSync::LastSync(Session& session) : session_(session), at_start_(look()) {}
 
 std::optional<FolderDigests> LastSync::folders() const {
   const Descriptor folder = folder_of_stores(session_);
-  if (!folder || !state_at_start_) return std::nullopt;
+  if (!folder || !at_start_.state) return std::nullopt;
   File file(open_plain_file(folder.get(), kName, O_RDONLY));
   constexpr std::size_t kLargest = kWordsAround + FolderDigests::kMost * kWordsAFolder;
   Words words(std::min(static_cast<std::size_t>(file.size() / sizeof(std::uint64_t)), kLargest));
   const bool is_whole = words.size() > kWordsAround && (words.size() - kWordsAround) % kWordsAFolder == 0 &&
                         file.read_at(0, bytes_of(words)) == file.size();
-  if (!is_whole || words[0] != kMagic || words[1] != *state_at_start_) return std::nullopt;
+  if (!is_whole || words[0] != kMagic || words[1] != *at_start_.state) return std::nullopt;
   const auto content = std::span(words).first(words.size() - 1);
   if (digest_of(content) != words.back()) return std::nullopt;
   FolderDigests folders;
@@ -136,14 +131,21 @@ std::optional<FolderDigests> LastSync::folders() const {
 }
 
 void LastSync::replace(const FolderDigests& folders, std::uint64_t songs) const {
-  session_.db.read_in_one_transaction();
-  const auto state = others_wrote() ? std::nullopt : state_of_stores();
-  session_.db.exec("COMMIT;");
-  if (!state || folders.size() == 0 || song_store_state(session_) != songs) return;
-  Words words = {kMagic, *state};
+  const Look now = look();
+  if (!now.state || now.changes_by_others != at_start_.changes_by_others || folders.size() == 0 ||
+      song_store_state(session_) != songs)
+    return;
+  Words words = {kMagic, *now.state};
   for (const auto& [folder, entries] : folders.entries_) words.insert(words.end(), {folder, entries});
   words.push_back(digest_of(words));
   if (const Descriptor folder = folder_of_stores(session_)) write_file(folder, words);
+}
+
+LastSync::Look LastSync::look() const {
+  session_.db.read_in_one_transaction();
+  const Look seen{changes_by_others(), state_of_stores()};
+  session_.db.exec("COMMIT;");
+  return seen;
 }
 
 std::optional<std::uint64_t> LastSync::state_of_stores() const {

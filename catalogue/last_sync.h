@@ -26,7 +26,7 @@ class LastSync {
   [[nodiscard]] std::optional<FolderDigests> folders() const;
 
   // Whether another connection has written to the catalogue since this object was made.
-  [[nodiscard]] bool others_wrote() const { return changes_by_others() != changes_by_others_; }
+  [[nodiscard]] bool others_wrote() const { return changes_by_others() != at_start_.changes_by_others; }
 
   // Keeps what a sync has left in line, when the song store's state was `songs`; to be called outside of a
   // transaction. Where others wrote meanwhile, or the file cannot be written, the earlier one stays, which
@@ -34,12 +34,17 @@ class LastSync {
   void replace(const FolderDigests& folders, std::uint64_t songs) const;
 
  private:
+  struct Look {
+    std::int64_t changes_by_others;
+    std::optional<std::uint64_t> state;  // of both stores, where it can be told
+  };
+
+  [[nodiscard]] Look look() const;
   [[nodiscard]] std::optional<std::uint64_t> state_of_stores() const;
   [[nodiscard]] std::int64_t changes_by_others() const;
 
   Session& session_;
-  std::int64_t changes_by_others_ = 0;
-  std::optional<std::uint64_t> state_at_start_;
+  const Look at_start_;
 };
 
 }  // namespace corvexal

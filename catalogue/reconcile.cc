@@ -350,11 +350,8 @@ class Reconciler {
     const std::string path = folder.first + finding.row->name;
     const auto row = read_media_row(session_, describe(folder, *finding.entry));
     if (tells_nothing(row) && !can_be_read(path)) return false;
-    if (!row) {
-      remove(finding.media_class, rowid, path);
-      return false;
-    }
-    if (!can_be_held(*row)) return false;
+    if (!row) remove(finding.media_class, rowid, path);
+    if (!row || !can_be_held(*row)) return false;
     note_write(finding.media_class);
     if (task_.preview || update_media_row(session_, *row, rowid, folder.second.objid) == SQLITE_OK)
       return true;
