@@ -25,7 +25,7 @@ bool equal_ignoring_case(std::string_view a, std::string_view b) {
 }
 
 bool starts_with_ignoring_case(std::string_view text, std::string_view prefix) {
-  return text.size() >= prefix.size() && equal_ignoring_case(text.substr(0, prefix.size()), prefix);
+  return equal_ignoring_case(text.substr(0, prefix.size()), prefix);
 }
 
 int decimal_value(std::string_view text) {

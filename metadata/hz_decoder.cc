@@ -54,7 +54,7 @@ class HzDecoder {
       for (const char byte : left_.substr(0, 2)) piece += static_cast<char>(byte | 0x80);
       left_.remove_prefix(2);
     }
-    if (left_.size() == 1 && left_.front() != kEscape) drop_rest();
+    if (left_.size() == 1) drop_rest();
     return convert_("EUC-CN", piece);
   }
 

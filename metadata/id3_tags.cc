@@ -47,7 +47,7 @@ void note_compilation(const id3_frame& frame, SongInfo& song) {
 }
 
 bool is_sampled(std::string_view id) {
-  constexpr std::string_view kSampled[] = {"TIT2", "TPE1", "TALB", "COMM", "TCOM"};
+  constexpr std::string_view kSampled[] = {"TIT2", "TPE1", "TALB", "TCOM"};
   return std::find(std::begin(kSampled), std::end(kSampled), id) != std::end(kSampled);
 }
 

@@ -35,11 +35,9 @@ Text beginning_to_utf8(Converters& converters, std::string_view text, const char
 }  // namespace
 
 const id3_ucs4_t* id3_text_of(const id3_frame& frame) {
-  const std::string_view id = frame.id;
-  if (!id.starts_with('T') && id != "COMM") return nullptr;
+  if (!std::string_view(frame.id).starts_with('T')) return nullptr;
   const id3_field* const field = id3_frame_field(&frame, 1);
-  if (field == nullptr || id3_field_getnstrings(field) == 0) return nullptr;
-  return id3_field_getstrings(field, 0);
+  return field == nullptr ? nullptr : id3_field_getstrings(field, 0);  // null when it holds no list
 }
 
 std::string ucs4_to_raw_bytes(const id3_ucs4_t* ucs4, std::size_t most) {

@@ -62,19 +62,19 @@ std::size_t scan_block(Bytes block, std::uint64_t offset, MpegHeaders& headers) 
 
 }  // namespace
 
-int find_mpeg_headers(File& file, const std::string& path, MpegHeaders& headers) {
+bool find_mpeg_headers(File& file, const std::string& path, MpegHeaders& headers) {
   std::array<std::uint8_t, kMpegBlockSize> block{};
   for (std::uint64_t offset = 0;;) {
     const std::size_t size = file.read_at(offset, block);
     if (size < kSmallestBlock) {  // bytes that came before a read failed are scanned first
       std::printf("\nEnd of file%d(%s)\n", size == 0 && file.failed() ? 1 : 2, path.c_str());
-      return -1;
+      return false;
     }
     const std::size_t scanned = scan_block(Bytes(block).first(size), offset, headers);
-    if (headers.version != 0 && headers.group) return 0;
+    if (headers.group) return true;
     if (offset > file.size() / kSearchedPart && offset > kLeastSearched) {
       std::puts("find hdr terminated!");
-      return 0;
+      return false;
     }
     offset = file.last_in_hole(offset + scanned, block.size(), block.size() - kStartCodeSize);
   }

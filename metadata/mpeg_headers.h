@@ -30,8 +30,9 @@ struct MpegHeaders {
   std::int32_t version = 0;  // 1 or 2; 0 while unknown
 };
 
-// Looks for the headers, in the first 100 KB or the first 120th of the file, whichever is more. Returns 0, or
-// -1 when the file ended or could not be read before all were found; `headers` then holds those that were.
-int find_mpeg_headers(File& file, const std::string& path, MpegHeaders& headers);
+// Looks for the headers, in the first 100 KB or the first 120th of the file, whichever is more. False, after a
+// line on stdout, when no group of pictures was found there, or before the file ended or could not be read;
+// `headers` then holds what was found. With a group there are a sequence and a version.
+[[nodiscard]] bool find_mpeg_headers(File& file, const std::string& path, MpegHeaders& headers);
 
 }  // namespace corvexal

@@ -29,7 +29,7 @@ constexpr std::int32_t kVariableRate = 0x3FFFF;             // of MPEG-1
 struct KnownHeaders {
   File& file;
   const std::string& path;
-  int result;
+  int result = 0;
 
   // Standard output tells a failed read by the number, a short one by the next.
   template <std::size_t size>
@@ -105,10 +105,11 @@ int ProbeMpegVideo(const std::string& path, VideoInfo& info) {
     return -1;
   }
   MpegHeaders headers;
-  KnownHeaders known{file, path, find_mpeg_headers(file, path, headers)};
+  const bool found = find_mpeg_headers(file, path, headers);
   info.mpeg_version = headers.version;
-  if (!headers.sequence || !headers.group) return -1;
+  if (!found) return -1;
 
+  KnownHeaders known{file, path};
   parse_sequence_header(known.read<kSequenceSize>(*headers.sequence, 1), info);
   if (headers.first_extension)
     parse_sequence_extension(known.read<kExtensionSize>(*headers.first_extension, 3), info);
