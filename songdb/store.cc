@@ -8,6 +8,7 @@
 #include <ctime>
 #include <new>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "base/log.h"
@@ -136,6 +137,11 @@ void SongStore::let_go() {
   ++generation_;
 }
 
+void SongStore::hold(std::unique_ptr<StoreFile> file) {
+  let_go();
+  file_ = std::move(file);
+}
+
 // Makes a change in the file, which may have another handle afterwards.
 template <class Change>
 bool SongStore::change(Change make_change) {
@@ -164,9 +170,8 @@ bool SongStore::open(const std::string& mount_path, bool reload) {
   std::printf("%s, db_path=%s", "db_open", path.c_str());
 
   const auto guard = lock_gdbm();
-  let_go();
-  file_.reset();
-  file_ = StoreFile::open(path, reload);
+  hold(nullptr);  // one file at a time has the folder of copies
+  hold(StoreFile::open(path, reload));
   if (file_) return true;
   log_printf("11Could not open songs database (%s): %s\n", path.c_str(), std::strerror(errno));
   return false;
@@ -174,16 +179,14 @@ bool SongStore::open(const std::string& mount_path, bool reload) {
 
 bool SongStore::open_to_read(const std::string& mount_path) {
   const auto guard = lock_gdbm();
-  let_go();
-  file_ = StoreFile::open_to_read(song_store_path(mount_path));
+  hold(StoreFile::open_to_read(song_store_path(mount_path)));
   return file_ != nullptr;
 }
 
 bool SongStore::close() {
   const auto guard = lock_gdbm();
   const bool saved = !file_ || file_->save();
-  let_go();
-  file_.reset();
+  hold(nullptr);
   return saved;
 }
 

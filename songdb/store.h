@@ -117,6 +117,7 @@ class SongStore {
   PathIndex::Answer ask_index(std::string_view path);
   GDBM_FILE db() const { return file_ ? file_->db() : nullptr; }
   void let_go();
+  void hold(std::unique_ptr<StoreFile> file);
   template <class Change>
   bool change(Change make_change);
   bool put(Bytes key, Bytes record);

@@ -78,9 +78,9 @@ int update_song(SongStore& store, TagDecoder& decoder, const std::string& path) 
     return -1;
   }
   if (is_music(GetFileExtension(path, ""))) store.remove_first_below(path);
-  if ((status.st_mode & S_IFDIR) != 0 || !is_store_song(GetFileName(path))) return 1;
-  if (!store.is_modified(song_id(status), path)) return 1;
-  if (const auto song = read_song(decoder, path, status)) store.add(*song);
+  const bool is_song = (status.st_mode & S_IFDIR) == 0 && is_store_song(GetFileName(path));
+  if (is_song && store.is_modified(song_id(status), path))
+    if (const auto song = read_song(decoder, path, status)) store.add(*song);
   return 1;
 }
 
