@@ -93,8 +93,8 @@ std::uint64_t File::next_data(std::uint64_t offset) {
 }
 
 std::uint64_t File::last_in_hole(std::uint64_t offset, std::uint64_t size, std::uint64_t step) {
-  const std::uint64_t data = next_data(offset);
-  return data < offset + size ? offset : offset + (data - offset - size) / step * step;
+  const std::uint64_t data = next_data(offset), end = offset + size;
+  return offset + (std::max(data, end) - end) / step * step;
 }
 
 int File::duplicate() const {

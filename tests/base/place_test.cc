@@ -65,6 +65,9 @@ TEST(Place, IsFoundFromTheAdministratorsFolderOn) {
   EXPECT_TRUE(find_place("m/.systemfile/x/y/a", MissingFolders::kMake));
   EXPECT_TRUE(fs::is_directory("m/.systemfile/x/y"));
   EXPECT_FALSE(fs::exists("m/.systemfile/x/y/a"));
+  const auto place = find_place("m/.systemfile/deep/a");
+  fs::rename("m", "elsewhere");
+  EXPECT_TRUE(fs::exists(place->path_of("a"))) << "it leads there whatever the folders are called by now";
 }
 
 TEST(Place, OpensWhatIsPlainAlone) {
