@@ -98,9 +98,8 @@ void write_file(const Descriptor& folder, Words& words) {
   unlinkat(folder.get(), kUnfinished, 0);
   const Descriptor file = open_plain_file(folder.get(), kUnfinished, O_WRONLY | O_CREAT | O_EXCL, 0600);
   if (!file) return;
-  const bool is_whole = write_all(file, bytes_of(words));
-  if (!is_whole || renameat(folder.get(), kUnfinished, folder.get(), kName) != 0)
-    unlinkat(folder.get(), kUnfinished, 0);
+  if (write_all(file, bytes_of(words))) renameat(folder.get(), kUnfinished, folder.get(), kName);
+  unlinkat(folder.get(), kUnfinished, 0);  // where it still has that name
 }
 
 }  // namespace
