@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadata/genres.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <iterator>
 
 #include "base/text.h"
@@ -52,7 +54,8 @@ bool is_digit(char c) {
 }  // namespace
 
 std::string_view genre_name(int index) {
-  return kGenres[index < 0 || index > kOtherGenre ? kOtherGenre : index];
+  const auto at = static_cast<std::size_t>(index);  // a negative one lies beyond the list as well
+  return kGenres[std::min<std::size_t>(at, kOtherGenre)];
 }
 
 std::string_view genre_of_text(std::string_view text) {
