@@ -181,12 +181,14 @@ TEST_F(DamagedStore, IsRebuiltWithEveryRecordThatIsWhole) {
                                     {torn, 399U}}) {
     mount_.write(".systemfile/songs.gdb.new/songs.gdb.aB3dE6", "an unfinished rebuild");
     mount_.write(".systemfile/songs.gdb", bytes);
+    EXPECT_TRUE(!store.open_to_read(mount_.path()) || store.is_damaged());
     CapturedOutput errors(2);
     EXPECT_TRUE(open());
     EXPECT_EQ(errors.text(), "Song store " + file() + " was damaged and has been rebuilt with " +
                                  std::to_string(kept) + " records\n");
     store.close();
     EXPECT_EQ(songs().size(), kept);
+    EXPECT_TRUE(store.open_to_read(mount_.path()) && !store.is_damaged() && !store.looks_damaged());
     EXPECT_LE(fs::file_size(file()), healthy_.size() * 2);
     EXPECT_FALSE(fs::exists(file() + ".new"));
   }
