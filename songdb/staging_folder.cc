@@ -75,9 +75,11 @@ std::string StagingFolder::file_path() const {
 }
 
 bool StagingFolder::replace_store() const {
-  const int beside = store_.folder.get();
-  if (renameat(here_.folder.get(), kFile, beside, store_.name.c_str()) != 0) return false;
-  const Descriptor folder(openat(beside, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return renameat(here_.folder.get(), kFile, store_.folder.get(), store_.name.c_str()) == 0;
+}
+
+bool StagingFolder::sync_place_of_store() const {
+  const Descriptor folder(openat(store_.folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   return !folder || fsync(folder.get()) == 0 || errno == EINVAL;  // not every file system syncs folders
 }
 

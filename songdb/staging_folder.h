@@ -28,8 +28,11 @@ class StagingFolder {
   // A path of the file (see Place::path_of).
   [[nodiscard]] std::string file_path() const;
 
-  // Gives the file, which must be on the disk by then, the store's name for good. False with errno set.
+  // Gives the file, which must be on the disk by then, the store's name. False with errno set.
   [[nodiscard]] bool replace_store() const;
+
+  // Has the name outlast a power failure, where the file system syncs folders. False with errno set.
+  [[nodiscard]] bool sync_place_of_store() const;
 
  private:
   StagingFolder(const Place& store, std::string name) : store_(store), name_(std::move(name)) {}

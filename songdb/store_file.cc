@@ -196,7 +196,12 @@ void StoreFile::set_handle(GdbmFile db) {
 }
 
 bool StoreFile::save() {
-  if (takes_changes_ && has_changes_ && !replace_original()) lose_changes(gdbm_failure());
+  if (takes_changes_ && has_changes_) {
+    if (!replace_original())
+      lose_changes(gdbm_failure());
+    else if (!staging_->sync_place_of_store())
+      lost_changes_ = !fail("may be as it was after a power failure", std::strerror(errno));
+  }
   takes_changes_ = false;
   return !lost_changes_;
 }
