@@ -35,7 +35,7 @@ Text beginning_to_utf8(Converters& converters, std::string_view text, const char
 }  // namespace
 
 const id3_ucs4_t* id3_text_of(const id3_frame& frame) {
-  if (!std::string_view(frame.id).starts_with('T')) return nullptr;
+  if (!std::string_view(frame.id).starts_with('T')) return nullptr;  // a comment (COMM) has a language there
   const id3_field* const field = id3_frame_field(&frame, 1);
   return field == nullptr ? nullptr : id3_field_getstrings(field, 0);  // null when it holds no list
 }
